@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The user's folders by the XDG base-directory and user-dirs conventions, read from the
+// environment at each call so that a whole fake home can be given to the program.
+namespace tarrafa::PastasDoUsuario {
+
+// $HOME, else the home folder of the password database, else "/".
+[[nodiscard]] std::string casa();
+// $XDG_DATA_HOME when absolute, else ~/.local/share.
+[[nodiscard]] std::string dados();
+// $XDG_CONFIG_HOME when absolute, else ~/.config.
+[[nodiscard]] std::string configuracao();
+// The absolute entries of $XDG_DATA_DIRS, else /usr/local/share and /usr/share.
+[[nodiscard]] std::vector<std::string> diretoriosDeDados();
+// XDG_DOWNLOAD_DIR of user-dirs.dirs ("$HOME" expanded) when set and absolute, else ~/Downloads.
+[[nodiscard]] std::string downloads();
+
+} // namespace tarrafa::PastasDoUsuario
