@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCore/Spotlight.hpp"
+
+#include "TarrafaCore/PastasDoUsuario.hpp"
+#include "TarrafaCore/Plist.hpp"
+#include "TarrafaCore/Texto.hpp"
+
+#include <expat.h>
+#include <uriparser/Uri.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace tarrafa::Spotlight {
+
+namespace {
+
+constexpr std::size_t kPedaco = std::size_t {64} * 1024;
+
+// Browsers add every download to the list when it arrives, which is not a use. Compared
+// after case folding.
+constexpr std::array<std::string_view, 15> kNavegadores = {
+    "firefox",
+    "firefox-esr",
+    "mozilla firefox",
+    "chromium",
+    "chromium-browser",
+    "google chrome",
+    "google-chrome",
+    "epiphany",
+    "web",
+    "brave",
+    "brave-browser",
+    "vivaldi",
+    "microsoft edge",
+    "microsoft-edge",
+    "opera",
+};
+
+bool ehNavegador(std::string_view nome)
+{
+    const std::string dobrado = Texto::dobrarCaixa(nome);
+    return std::find(kNavegadores.begin(), kNavegadores.end(), dobrado) != kNavegadores.end();
+}
+
+// "file:///home/a/b%20c.pdf" -> "/home/a/b c.pdf", the bytes as percent-decoded.
+std::optional<std::string> caminhoDeHref(std::string_view href)
+{
+    std::string uri(href);
+    // "file://localhost/x" names the same file as "file:///x".
+    constexpr std::string_view kLocal = "file://localhost/";
+    if (uri.starts_with(kLocal)) {
+        uri.replace(0, kLocal.size(), "file:///");
+    }
+    if (!uri.starts_with("file:///")) {
+        return std::nullopt;
+    }
+    // A path holds no NUL, and a decoded one would cut the result short.
+    if (uri.find('\0') != std::string::npos || uri.find("%00") != std::string::npos) {
+        return std::nullopt;
+    }
+    std::string caminho(uri.size() + 1, '\0');
+    if (uriUriStringToUnixFilenameA(uri.c_str(), caminho.data()) != URI_SUCCESS) {
+        return std::nullopt;
+    }
+    caminho.resize(std::strlen(caminho.c_str()));
+    if (caminho.empty() || caminho.front() != '/') {
+        return std::nullopt;
+    }
+    return caminho;
+}
+
+const XML_Char* valorDoAtributo(const XML_Char** atributos, std::string_view nome)
+{
+    for (const XML_Char** par = atributos; par[0] != nullptr; par += 2) {
+        if (nome == par[0]) {
+            return par[1];
+        }
+    }
+    return nullptr;
+}
+
+// Streams the list through expat, keeping for each bookmark only its path and the latest
+// use by an application that is not a browser.
+class LeitorXbel final {
+public:
+    LeitorXbel()
+        : parser_(XML_ParserCreate(nullptr))
+    {
+        if (parser_ != nullptr) {
+            XML_SetUserData(parser_, this);
+            XML_SetElementHandler(parser_, &LeitorXbel::aoAbrir, &LeitorXbel::aoFechar);
+            XML_SetEntityDeclHandler(parser_, &LeitorXbel::aoDeclararEntidade);
+        }
+    }
+    LeitorXbel(const LeitorXbel&) = delete;
+    LeitorXbel& operator=(const LeitorXbel&) = delete;
+    ~LeitorXbel()
+    {
+        if (parser_ != nullptr) {
+            XML_ParserFree(parser_);
+        }
+    }
+
+    // False once the document is found malformed.
+    bool alimentar(const char* dados, std::size_t tamanho, bool ultimo)
+    {
+        if (parser_ == nullptr || falhou_) {
+            return false;
+        }
+        do {
+            const std::size_t n = std::min(tamanho, kPedaco);
+            const bool fimDoDocumento = ultimo && n == tamanho;
+            if (XML_Parse(parser_, dados, static_cast<int>(n), fimDoDocumento ? XML_TRUE : XML_FALSE)
+                    != XML_STATUS_OK
+                || falhou_) {
+                falhou_ = true;
+                return false;
+            }
+            dados += n;
+            tamanho -= n;
+        } while (tamanho > 0);
+        return true;
+    }
+
+    std::unordered_map<std::string, Date> resultado() && { return std::move(usos_); }
+
+private:
+    static void XMLCALL aoAbrir(void* dados, const XML_Char* nome, const XML_Char** atributos)
+    {
+        static_cast<LeitorXbel*>(dados)->abrir(nome, atributos);
+    }
+    static void XMLCALL aoFechar(void* dados, const XML_Char* /*nome*/)
+    {
+        static_cast<LeitorXbel*>(dados)->fechar();
+    }
+    // The list never declares entities; refusing them closes the door on expansion bombs.
+    static void XMLCALL aoDeclararEntidade(void* dados, const XML_Char*, int, const XML_Char*, int,
+        const XML_Char*, const XML_Char*, const XML_Char*, const XML_Char*)
+    {
+        static_cast<LeitorXbel*>(dados)->falhar();
+    }
+
+    void falhar()
+    {
+        if (!falhou_) {
+            falhou_ = true;
+            XML_StopParser(parser_, XML_FALSE);
+        }
+    }
+
+    void abrir(std::string_view nome, const XML_Char** atributos)
+    {
+        ++profundidade_;
+        if (profundidade_ == 1) {
+            if (nome != "xbel") {
+                falhar();
+            }
+            return;
+        }
+        if (profundidadeDoBookmark_ == 0) {
+            if (nome == "bookmark") {
+                profundidadeDoBookmark_ = profundidade_;
+                const XML_Char* href = valorDoAtributo(atributos, "href");
+                caminho_ = href != nullptr ? caminhoDeHref(href) : std::nullopt;
+                ultimoUso_.reset();
+            }
+            return;
+        }
+        if (nome != "bookmark:application" || !caminho_) {
+            return;
+        }
+        const XML_Char* aplicativo = valorDoAtributo(atributos, "name");
+        const XML_Char* modificado = valorDoAtributo(atributos, "modified");
+        if (aplicativo == nullptr || modificado == nullptr || ehNavegador(aplicativo)) {
+            return;
+        }
+        if (const std::optional<Date> quando = Plist::dataIso8601(modificado)) {
+            if (!ultimoUso_ || *ultimoUso_ < *quando) {
+                ultimoUso_ = *quando;
+            }
+        }
+    }
+
+    void fechar()
+    {
+        if (profundidade_ == profundidadeDoBookmark_) {
+            if (caminho_ && ultimoUso_) {
+                const auto [uso, novo] = usos_.try_emplace(std::move(*caminho_), *ultimoUso_);
+                if (!novo && uso->second < *ultimoUso_) {
+                    uso->second = *ultimoUso_;
+                }
+            }
+            profundidadeDoBookmark_ = 0;
+            caminho_.reset();
+            ultimoUso_.reset();
+        }
+        --profundidade_;
+    }
+
+    XML_Parser parser_;
+    bool falhou_ = false;
+    int profundidade_ = 0;
+    int profundidadeDoBookmark_ = 0; // 0 outside a bookmark
+    std::optional<std::string> caminho_;
+    std::optional<Date> ultimoUso_;
+    std::unordered_map<std::string, Date> usos_;
+};
+
+class Descritor final {
+public:
+    explicit Descritor(int fd) noexcept
+        : fd_(fd)
+    {
+    }
+    Descritor(const Descritor&) = delete;
+    Descritor& operator=(const Descritor&) = delete;
+    ~Descritor()
+    {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+    [[nodiscard]] int get() const noexcept { return fd_; }
+
+private:
+    int fd_;
+};
+
+} // namespace
+
+Indice Indice::carregar()
+{
+    return carregarDe(PastasDoUsuario::dados() + "/recently-used.xbel");
+}
+
+Indice Indice::carregarDe(const std::string& arquivo)
+{
+    // Non-blocking, so that a FIFO in its place cannot hold up the scan.
+    const Descritor fd(::open(arquivo.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat info { };
+    if (fd.get() < 0 || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        return {};
+    }
+    LeitorXbel leitor;
+    std::vector<char> pedaco(kPedaco);
+    for (;;) {
+        const ssize_t lidos = ::read(fd.get(), pedaco.data(), pedaco.size());
+        if (lidos < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return {};
+        }
+        if (!leitor.alimentar(pedaco.data(), static_cast<std::size_t>(lidos), lidos == 0)) {
+            return {}; // malformed somewhere: no dates at all, not the ones before the fault
+        }
+        if (lidos == 0) {
+            break;
+        }
+    }
+    Indice indice;
+    indice.usos_ = std::move(leitor).resultado();
+    return indice;
+}
+
+Indice Indice::deXbel(std::string_view conteudo)
+{
+    LeitorXbel leitor;
+    if (!leitor.alimentar(conteudo.data(), conteudo.size(), true)) {
+        return {};
+    }
+    Indice indice;
+    indice.usos_ = std::move(leitor).resultado();
+    return indice;
+}
+
+std::optional<Date> Indice::ultimoUso(const std::string& caminho) const
+{
+    const auto uso = usos_.find(caminho);
+    if (uso == usos_.end()) {
+        return std::nullopt;
+    }
+    return uso->second;
+}
+
+std::optional<Date> data(const std::string& caminho, std::string_view atributo, const Indice& indice)
+{
+    if (atributo != kMDItemLastUsedDate) {
+        return std::nullopt;
+    }
+    return indice.ultimoUso(caminho);
+}
+
+} // namespace tarrafa::Spotlight

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaCore/Date.hpp"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+// The usage index that stands in when a file carries no last-use attribute. On Linux it is
+// the freedesktop recently-used list ($XDG_DATA_HOME/recently-used.xbel), read once per scan.
+namespace tarrafa::Spotlight {
+
+inline constexpr std::string_view kMDItemLastUsedDate = "kMDItemLastUsedDate";
+
+class Indice final {
+public:
+    Indice() = default;
+    // Reads $XDG_DATA_HOME/recently-used.xbel (default ~/.local/share); a missing or
+    // malformed list gives an empty index.
+    [[nodiscard]] static Indice carregar();
+    [[nodiscard]] static Indice carregarDe(const std::string& arquivo);
+    [[nodiscard]] static Indice deXbel(std::string_view conteudo);
+
+    // The latest use of the file at this exact path by an application that is not a web
+    // browser (browsers list every download on arrival, which is not a use).
+    [[nodiscard]] std::optional<Date> ultimoUso(const std::string& caminho) const;
+    [[nodiscard]] std::size_t tamanho() const noexcept { return usos_.size(); }
+
+private:
+    std::unordered_map<std::string, Date> usos_;
+};
+
+// A date attribute of the index for a file; only kMDItemLastUsedDate is known.
+[[nodiscard]] std::optional<Date> data(const std::string& caminho, std::string_view atributo, const Indice& indice);
+
+} // namespace tarrafa::Spotlight
