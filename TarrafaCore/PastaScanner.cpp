@@ -1,0 +1,381 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCore/PastaScanner.hpp"
+
+#include "TarrafaCore/HistoricoDeNavegadores.hpp"
+#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/Texto.hpp"
+#include "TarrafaCore/Xattr.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <unordered_set>
+#include <utility>
+
+namespace tarrafa {
+
+namespace {
+
+// A file descriptor closed when it goes out of scope.
+class Descritor {
+public:
+    explicit Descritor(int fd = -1) noexcept : fd_(fd) {}
+    Descritor(const Descritor&) = delete;
+    Descritor& operator=(const Descritor&) = delete;
+    Descritor(Descritor&& outro) noexcept : fd_(std::exchange(outro.fd_, -1)) {}
+    Descritor& operator=(Descritor&& outro) noexcept
+    {
+        if (this != &outro) {
+            fechar();
+            fd_ = std::exchange(outro.fd_, -1);
+        }
+        return *this;
+    }
+    ~Descritor() { fechar(); }
+
+    [[nodiscard]] int get() const noexcept { return fd_; }
+    [[nodiscard]] bool valido() const noexcept { return fd_ >= 0; }
+    // Hands the descriptor over (to fdopendir).
+    [[nodiscard]] int soltar() noexcept { return std::exchange(fd_, -1); }
+    void fechar() noexcept
+    {
+        if (fd_ >= 0) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+    }
+
+private:
+    int fd_;
+};
+
+enum class Links { seguir, naoSeguir };
+
+// Opens a folder for listing without touching its access time. O_NOATIME is refused
+// (EPERM) on folders the user does not own; those are opened without it. The folder the
+// caller names may be a link (a Downloads folder moved elsewhere); below it, links are
+// never followed.
+Descritor abrirPasta(int base, const char* caminho, Links links)
+{
+    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (links == Links::naoSeguir ? O_NOFOLLOW : 0);
+    int fd = ::openat(base, caminho, flags | O_NOATIME);
+    if (fd < 0 && errno == EPERM) {
+        fd = ::openat(base, caminho, flags);
+    }
+    return Descritor(fd);
+}
+
+struct Entrada {
+    std::string nome;
+    unsigned char tipo;
+};
+
+// Reads all names of an open folder (the descriptor is consumed). Returns false when the
+// listing failed part-way; the names read so far are kept.
+bool lerNomes(Descritor pasta, std::vector<Entrada>& entradas)
+{
+    DIR* dir = ::fdopendir(pasta.get());
+    if (dir == nullptr) {
+        return false;
+    }
+    (void)pasta.soltar();
+    bool ok = true;
+    for (;;) {
+        errno = 0;
+        const dirent* e = ::readdir(dir);
+        if (e == nullptr) {
+            ok = errno == 0;
+            break;
+        }
+        const std::string_view nome(e->d_name);
+        if (nome == "." || nome == "..") {
+            continue;
+        }
+        entradas.push_back({std::string(nome), e->d_type});
+    }
+    ::closedir(dir);
+    return ok;
+}
+
+// The file-manager convention for hiding names: a ".hidden" file in the folder, one exact
+// name per line. Read only when it is a regular file; opened without blocking and without
+// touching its access time, so a FIFO or device named ".hidden" cannot stall the scan.
+std::unordered_set<std::string> lerOcultos(int pasta)
+{
+    std::unordered_set<std::string> ocultos;
+    struct stat info {};
+    if (::fstatat(pasta, ".hidden", &info, 0) != 0 || !S_ISREG(info.st_mode)) {
+        return ocultos;
+    }
+    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int fd = ::openat(pasta, ".hidden", kFlags | O_NOATIME);
+    if (fd < 0 && errno == EPERM) {
+        fd = ::openat(pasta, ".hidden", kFlags);
+    }
+    Descritor arquivo(fd);
+    if (!arquivo.valido() || ::fstat(arquivo.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        return ocultos;
+    }
+    // A list of names is small; a huge file is read only up to this much.
+    constexpr std::size_t kLimite = 4U << 20U;
+    std::string conteudo;
+    char bloco[16384];
+    while (conteudo.size() < kLimite) {
+        const ssize_t lidos = ::read(arquivo.get(), bloco, sizeof bloco);
+        if (lidos < 0 && errno == EINTR) {
+            continue;
+        }
+        if (lidos <= 0) {
+            break;
+        }
+        conteudo.append(bloco, static_cast<std::size_t>(lidos));
+    }
+    std::size_t inicio = 0;
+    while (inicio < conteudo.size()) {
+        std::size_t fim = conteudo.find('\n', inicio);
+        if (fim == std::string::npos) {
+            fim = conteudo.size();
+        }
+        std::string_view linha(conteudo.data() + inicio, fim - inicio);
+        if (!linha.empty() && linha.back() == '\r') {
+            linha.remove_suffix(1);
+        }
+        if (!linha.empty()) {
+            ocultos.emplace(linha);
+        }
+        inicio = fim + 1;
+    }
+    return ocultos;
+}
+
+bool temOcultosListado(const std::vector<Entrada>& entradas)
+{
+    for (const Entrada& e : entradas) {
+        if (e.nome == ".hidden") {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool ehVisivel(const std::string& nome, const std::unordered_set<std::string>& ocultos)
+{
+    return !nome.empty() && nome.front() != '.' && !ocultos.contains(nome);
+}
+
+[[noreturn]] void pararPorEstouro()
+{
+    std::fputs("tarrafa: the total size of a folder overflows a 64-bit count\n", stderr);
+    std::abort();
+}
+
+void somar(std::int64_t& total, std::int64_t parcela)
+{
+    if (__builtin_add_overflow(total, parcela, &total)) {
+        pararPorEstouro();
+    }
+}
+
+Date paraDate(const statx_timestamp& t)
+{
+    return Date::desde1970(static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9);
+}
+
+// Makes the folder's path absolute (lexically, links not resolved) and drops trailing
+// slashes, so that every id is a full path.
+std::string caminhoCompleto(const std::string& pasta)
+{
+    std::string caminho = pasta;
+    if (caminho.empty() || caminho.front() != '/') {
+        std::string atual;
+        if (char* cwd = ::getcwd(nullptr, 0)) {
+            atual = cwd;
+            std::free(cwd);
+        }
+        caminho = caminho.empty() ? atual : atual + "/" + caminho;
+    }
+    while (caminho.size() > 1 && caminho.back() == '/') {
+        caminho.pop_back();
+    }
+    return caminho;
+}
+
+std::string juntar(const std::string& pasta, const std::string& nome)
+{
+    return pasta == "/" ? "/" + nome : pasta + "/" + nome;
+}
+
+} // namespace
+
+std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
+{
+    const std::string raiz = caminhoCompleto(pasta);
+    Descritor fd = abrirPasta(AT_FDCWD, raiz.c_str(), Links::seguir);
+    if (!fd.valido()) {
+        throw std::system_error(errno, std::generic_category(), raiz);
+    }
+    // Kept open for the entries' statx calls; the listing consumes its own duplicate.
+    Descritor paraListar(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
+    if (!paraListar.valido()) {
+        throw std::system_error(errno, std::generic_category(), raiz);
+    }
+    std::vector<Entrada> entradas;
+    if (!lerNomes(std::move(paraListar), entradas)) {
+        throw std::system_error(errno == 0 ? EIO : errno, std::generic_category(), raiz);
+    }
+
+    std::unordered_set<std::string> ocultos;
+    if (temOcultosListado(entradas)) {
+        ocultos = lerOcultos(fd.get());
+    }
+    // Both are read once per scan and dropped with it.
+    const Spotlight::Indice indice = Spotlight::Indice::carregar();
+    const HistoricoDeNavegadores historico = HistoricoDeNavegadores::carregar();
+
+    std::vector<FileSnapshot> snapshots;
+    snapshots.reserve(entradas.size());
+    for (const Entrada& entrada : entradas) {
+        if (!ehVisivel(entrada.nome, ocultos)) {
+            continue;
+        }
+        struct statx info {};
+        constexpr unsigned kCampos = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
+        if (::statx(fd.get(), entrada.nome.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
+            continue; // vanished after the listing, or unreadable: left out
+        }
+        const bool ehPasta = S_ISDIR(info.stx_mode);
+        const bool ehLink = S_ISLNK(info.stx_mode);
+        std::string id = juntar(raiz, entrada.nome);
+
+        std::int64_t tamanho = 0;
+        if (ehPasta) {
+            tamanho = tamanhoDaPasta(id);
+        } else if ((info.stx_mask & STATX_SIZE) != 0) {
+            tamanho = static_cast<std::int64_t>(info.stx_size);
+        } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
+            tamanho = static_cast<std::int64_t>(info.stx_blocks) * 512;
+        }
+
+        const Date criadoEm = dataDeCriacao(
+            (info.stx_mask & STATX_BTIME) != 0 ? std::optional(paraDate(info.stx_btime)) : std::nullopt,
+            (info.stx_mask & STATX_MTIME) != 0 ? std::optional(paraDate(info.stx_mtime)) : std::nullopt);
+
+        const Xattr::Nomes nomes = Xattr::Nomes::listar(id, ehLink);
+        std::optional<Date> baixadoEm;
+        std::vector<std::string> origens;
+        bool ehScreenshot = false;
+        std::optional<std::string> agente;
+        if (!nomes.vazio()) {
+            baixadoEm = Xattr::data(id, Xattr::kBaixadoEm, nomes);
+            origens = Xattr::origens(id, nomes);
+            ehScreenshot = Xattr::bruto(id, Xattr::kScreenshot, nomes).has_value();
+            agente = Xattr::quarentena(id, nomes);
+        }
+        std::optional<Date> ultimoUso = Xattr::ultimoUso(id, nomes, indice);
+
+        // A browser's history fills only what the file's own attributes left empty.
+        if (const RegistroDeDownload* registro = historico.procurar(id)) {
+            if (origens.empty()) {
+                origens = registro->origens;
+            }
+            if (!baixadoEm) {
+                baixadoEm = registro->baixadoEm;
+            }
+            if (!ultimoUso) {
+                ultimoUso = registro->ultimoUso;
+            }
+            if (!agente && !registro->agente.empty()) {
+                agente = registro->agente;
+            }
+        }
+
+        snapshots.emplace_back(std::move(id), Texto::utf8Valido(entrada.nome), ehPasta, tamanho, baixadoEm,
+                               criadoEm, ultimoUso, std::move(origens), ehScreenshot, std::move(agente));
+    }
+    return snapshots;
+}
+
+Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<Date> modificacao) noexcept
+{
+    return nascimento.value_or(modificacao.value_or(Date::passadoDistante()));
+}
+
+std::int64_t PastaScanner::tamanhoDaPasta(const std::string& pasta)
+{
+    // Depth-first with an explicit stack, so a deep tree cannot exhaust the call stack.
+    // Each level keeps its descriptor open while its sub-folders are opened relative to it;
+    // beyond kNiveisAbertos levels folders are reopened by path, keeping descriptors bounded.
+    constexpr std::size_t kNiveisAbertos = 128;
+    struct Nivel {
+        std::string caminho;
+        Descritor fd;
+        std::vector<std::string> subpastas;
+        std::size_t proxima = 0;
+    };
+
+    std::int64_t total = 0;
+    std::vector<Nivel> pilha;
+
+    auto entrar = [&](Descritor fd, std::string caminho) {
+        std::vector<Entrada> entradas;
+        Descritor paraListar(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
+        if (!paraListar.valido()) {
+            return;
+        }
+        // A listing that fails part-way still counts what it read.
+        (void)lerNomes(std::move(paraListar), entradas);
+        std::unordered_set<std::string> ocultos;
+        if (temOcultosListado(entradas)) {
+            ocultos = lerOcultos(fd.get());
+        }
+        Nivel nivel{std::move(caminho), Descritor(), {}, 0};
+        for (Entrada& entrada : entradas) {
+            if (!ehVisivel(entrada.nome, ocultos)) {
+                continue;
+            }
+            struct stat info {};
+            if (::fstatat(fd.get(), entrada.nome.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+                continue;
+            }
+            somar(total, static_cast<std::int64_t>(info.st_blocks) * 512);
+            if (S_ISDIR(info.st_mode)) {
+                nivel.subpastas.push_back(std::move(entrada.nome));
+            }
+        }
+        if (!nivel.subpastas.empty()) {
+            if (pilha.size() < kNiveisAbertos) {
+                nivel.fd = std::move(fd);
+            }
+            pilha.push_back(std::move(nivel));
+        }
+    };
+
+    Descritor raiz = abrirPasta(AT_FDCWD, pasta.c_str(), Links::seguir);
+    if (!raiz.valido()) {
+        return 0;
+    }
+    entrar(std::move(raiz), pasta);
+    while (!pilha.empty()) {
+        Nivel& topo = pilha.back();
+        if (topo.proxima == topo.subpastas.size()) {
+            pilha.pop_back();
+            continue;
+        }
+        const std::string& nome = topo.subpastas[topo.proxima++];
+        std::string caminho = juntar(topo.caminho, nome);
+        Descritor sub = topo.fd.valido() ? abrirPasta(topo.fd.get(), nome.c_str(), Links::naoSeguir)
+                                         : abrirPasta(AT_FDCWD, caminho.c_str(), Links::naoSeguir);
+        if (sub.valido()) {
+            entrar(std::move(sub), std::move(caminho)); // may grow the stack: topo is not used after this
+        }
+    }
+    return total;
+}
+
+} // namespace tarrafa

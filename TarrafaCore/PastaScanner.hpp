@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaCore/FileSnapshot.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarrafa {
+
+// Lists the top level of a folder into snapshots. Stateless; each call starts afresh.
+// A scan only reads: it opens no entry for reading and changes no access time.
+class PastaScanner final {
+public:
+    PastaScanner() = default;
+
+    // The visible entries of the folder, in the order the directory gives them.
+    // Throws std::system_error when the folder itself cannot be listed; its
+    // code().message() is the system's description of why.
+    [[nodiscard]] std::vector<FileSnapshot> varrer(const std::string& pasta) const;
+
+    // Allocated size of everything visible below a folder, links never followed;
+    // 0 when the folder cannot be read.
+    [[nodiscard]] static std::int64_t tamanhoDaPasta(const std::string& pasta);
+
+    // When the entry came to be: its birth time where the file system records one, else its
+    // modification time, else the distant past (so that it sorts as the oldest).
+    [[nodiscard]] static Date dataDeCriacao(std::optional<Date> nascimento, std::optional<Date> modificacao) noexcept;
+};
+
+} // namespace tarrafa

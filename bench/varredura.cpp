@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Scan benchmark: generates a Downloads-like tree (top-level files, a third of them with
+// origin attributes, and sub-folders holding many files), then times PastaScanner::varrer
+// against `du -sB1` on the same tree, in the same run, warm cache for both.
+//
+//   varredura [--pasta DIR] [--topo N] [--subpastas N] [--arquivos N] [--repeticoes N] [--manter]
+//             [--historico MB]
+//
+// With --historico, the run is repeated with a browser history database of about that many
+// megabytes in a private home (HOME and XDG_CONFIG_HOME point there), and the extra cost of
+// reading it is reported.
+//
+// Without --pasta the tree is made in a new folder under the current one and removed at the
+// end (unless --manter). An existing --pasta is used as it is.
+
+#include "TarrafaCore/HistoricoDeNavegadores.hpp"
+#include "TarrafaCore/PastaScanner.hpp"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <spawn.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+struct Opcoes {
+    std::string pasta;
+    int topo = 10'000;
+    int subpastas = 20;
+    int arquivos = 200'000;
+    int repeticoes = 7;
+    bool manter = false;
+    int historicoMB = 0;
+};
+
+void criarArquivo(const std::string& caminho, std::size_t bytes)
+{
+    const int fd = ::open(caminho.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        std::fprintf(stderr, "cannot create %s: %s\n", caminho.c_str(), std::strerror(errno));
+        std::exit(1);
+    }
+    static const std::string bloco(65536, 'x');
+    while (bytes > 0) {
+        const std::size_t parte = std::min(bytes, bloco.size());
+        if (::write(fd, bloco.data(), parte) != static_cast<ssize_t>(parte)) {
+            std::fprintf(stderr, "cannot write %s\n", caminho.c_str());
+            std::exit(1);
+        }
+        bytes -= parte;
+    }
+    ::close(fd);
+}
+
+void gerar(const Opcoes& o)
+{
+    std::filesystem::create_directories(o.pasta);
+    const char* hosts[] = {"web.whatsapp.com", "teams.microsoft.com", "github.com", "contoso.sharepoint.com",
+                           "drive.google.com", "example.org", "cdn.example.net"};
+    const char* extensoes[] = {"pdf", "docx", "xlsx", "zip", "png", "jpg", "deb", "txt"};
+    for (int i = 0; i < o.topo; ++i) {
+        const std::string nome = "arquivo " + std::to_string(i) + "." + extensoes[i % 8];
+        const std::string caminho = o.pasta + "/" + nome;
+        criarArquivo(caminho, static_cast<std::size_t>(1000 + (i % 50) * 700));
+        if (i % 3 == 0) {
+            const std::string url = std::string("https://") + hosts[i % 7] + "/d/" + std::to_string(i);
+            const std::string quarentena = "0083;6550f1a2;Firefox;" + std::to_string(i);
+            if (::setxattr(caminho.c_str(), "user.xdg.origin.url", url.data(), url.size(), 0) != 0
+                || ::setxattr(caminho.c_str(), "user.com.apple.quarantine", quarentena.data(), quarentena.size(), 0)
+                    != 0) {
+                std::fprintf(stderr, "setxattr failed on %s: %s\n", caminho.c_str(), std::strerror(errno));
+                std::exit(1);
+            }
+        }
+    }
+    const int porPasta = o.subpastas > 0 ? o.arquivos / o.subpastas : 0;
+    for (int p = 0; p < o.subpastas; ++p) {
+        const std::string sub = o.pasta + "/projeto " + std::to_string(p);
+        // Each sub-folder spreads its files over 10 inner folders, like real project trees.
+        for (int d = 0; d < 10; ++d) {
+            std::filesystem::create_directories(sub + "/modulo" + std::to_string(d));
+        }
+        for (int i = 0; i < porPasta; ++i) {
+            criarArquivo(sub + "/modulo" + std::to_string(i % 10) + "/f" + std::to_string(i) + ".c",
+                         static_cast<std::size_t>(i % 9000));
+        }
+    }
+}
+
+// A Chromium "History" with download records for a third of the top-level files, padded with
+// browsing history (as real ones are) up to about the requested size.
+void gerarHistorico(const Opcoes& o, const std::string& casa)
+{
+    const std::string pasta = casa + "/.config/google-chrome/Default";
+    std::filesystem::create_directories(pasta);
+    sqlite3* db = nullptr;
+    if (sqlite3_open((pasta + "/History").c_str(), &db) != SQLITE_OK) {
+        std::fprintf(stderr, "cannot create the history database\n");
+        std::exit(1);
+    }
+    auto sql = [&](const std::string& comando) {
+        char* erro = nullptr;
+        if (sqlite3_exec(db, comando.c_str(), nullptr, nullptr, &erro) != SQLITE_OK) {
+            std::fprintf(stderr, "sqlite: %s\n", erro != nullptr ? erro : "?");
+            std::exit(1);
+        }
+    };
+    sql("PRAGMA journal_mode=WAL");
+    sql("CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path LONGVARCHAR NOT NULL, end_time INTEGER NOT "
+        "NULL, opened INTEGER NOT NULL, last_access_time INTEGER NOT NULL, referrer VARCHAR NOT NULL)");
+    sql("CREATE TABLE downloads_url_chains (id INTEGER NOT NULL, chain_index INTEGER NOT NULL, url LONGVARCHAR NOT "
+        "NULL, PRIMARY KEY (id, chain_index))");
+    sql("CREATE TABLE urls (id INTEGER PRIMARY KEY, url LONGVARCHAR, title LONGVARCHAR, visit_count INTEGER)");
+    sql("BEGIN");
+    for (int i = 0; i < o.topo; i += 3) {
+        const char* extensoes[] = {"pdf", "docx", "xlsx", "zip", "png", "jpg", "deb", "txt"};
+        const std::string caminho = o.pasta + "/arquivo " + std::to_string(i) + "." + extensoes[i % 8];
+        sql("INSERT INTO downloads VALUES (" + std::to_string(i) + ", '" + caminho + "', 13340000000000000, 1, "
+            "13340000100000000, 'https://exemplo.org/pagina')");
+        sql("INSERT INTO downloads_url_chains VALUES (" + std::to_string(i) + ", 0, 'https://exemplo.org/d/"
+            + std::to_string(i) + "')");
+    }
+    const std::string titulo(300, 't');
+    const std::int64_t alvo = static_cast<std::int64_t>(o.historicoMB) * 1000 * 1000;
+    for (int i = 0;; ++i) {
+        sql("INSERT INTO urls (url, title, visit_count) VALUES ('https://exemplo.org/visita/" + std::to_string(i)
+            + "', '" + titulo + "', 1)");
+        if (i % 5000 == 4999) {
+            sql("COMMIT");
+            if (static_cast<std::int64_t>(std::filesystem::file_size(pasta + "/History")) >= alvo) {
+                break;
+            }
+            sql("BEGIN");
+        }
+    }
+    sqlite3_close(db);
+}
+
+double segundos(std::chrono::steady_clock::duration d)
+{
+    return std::chrono::duration<double>(d).count();
+}
+
+double rodarDu(const std::string& pasta)
+{
+    const auto inicio = std::chrono::steady_clock::now();
+    pid_t pid = 0;
+    posix_spawn_file_actions_t acoes;
+    posix_spawn_file_actions_init(&acoes);
+    posix_spawn_file_actions_addopen(&acoes, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    std::string a0 = "du";
+    std::string a1 = "-sB1";
+    std::string a2 = pasta;
+    char* argv[] = {a0.data(), a1.data(), a2.data(), nullptr};
+    if (posix_spawnp(&pid, "du", &acoes, nullptr, argv, environ) != 0) {
+        std::fprintf(stderr, "cannot run du\n");
+        std::exit(1);
+    }
+    posix_spawn_file_actions_destroy(&acoes);
+    int estado = 0;
+    ::waitpid(pid, &estado, 0);
+    return segundos(std::chrono::steady_clock::now() - inicio);
+}
+
+double mediana(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Opcoes o;
+    bool gerarArvore = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        auto valor = [&]() -> std::string {
+            if (i + 1 >= argc) {
+                std::fprintf(stderr, "%s needs a value\n", a.c_str());
+                std::exit(2);
+            }
+            return argv[++i];
+        };
+        if (a == "--pasta") {
+            o.pasta = valor();
+            gerarArvore = !std::filesystem::exists(o.pasta);
+        } else if (a == "--topo") {
+            o.topo = std::stoi(valor());
+        } else if (a == "--subpastas") {
+            o.subpastas = std::stoi(valor());
+        } else if (a == "--arquivos") {
+            o.arquivos = std::stoi(valor());
+        } else if (a == "--repeticoes") {
+            o.repeticoes = std::max(1, std::stoi(valor()));
+        } else if (a == "--historico") {
+            o.historicoMB = std::stoi(valor());
+        } else if (a == "--manter") {
+            o.manter = true;
+        } else {
+            std::fprintf(stderr, "unknown option %s\n", a.c_str());
+            return 2;
+        }
+    }
+    const bool temporaria = o.pasta.empty();
+    if (temporaria) {
+        o.pasta = (std::filesystem::current_path() / ("varredura-bench-" + std::to_string(::getpid()))).string();
+    }
+    if (gerarArvore) {
+        const auto inicio = std::chrono::steady_clock::now();
+        gerar(o);
+        std::printf("generated %d top-level files and %d files in %d sub-folders in %.1f s\n", o.topo, o.arquivos,
+                    o.subpastas, segundos(std::chrono::steady_clock::now() - inicio));
+    }
+
+    const tarrafa::PastaScanner scanner;
+    // Warm the caches for both sides before measuring.
+    std::size_t entradas = scanner.varrer(o.pasta).size();
+    (void)rodarDu(o.pasta);
+
+    std::vector<double> tScan;
+    std::vector<double> tDu;
+    for (int r = 0; r < o.repeticoes; ++r) {
+        const auto inicio = std::chrono::steady_clock::now();
+        entradas = scanner.varrer(o.pasta).size();
+        tScan.push_back(segundos(std::chrono::steady_clock::now() - inicio));
+        tDu.push_back(rodarDu(o.pasta));
+    }
+    double scanComHistorico = 0;
+    double soHistorico = 0;
+    std::string casa;
+    if (o.historicoMB > 0) {
+        casa = o.pasta + "-casa";
+        gerarHistorico(o, casa);
+        ::setenv("HOME", casa.c_str(), 1);
+        ::setenv("XDG_CONFIG_HOME", (casa + "/.config").c_str(), 1);
+        ::setenv("XDG_DATA_HOME", (casa + "/.local/share").c_str(), 1);
+        (void)scanner.varrer(o.pasta);
+        std::vector<double> tCom;
+        std::vector<double> tHistorico;
+        std::size_t registros = 0;
+        for (int r = 0; r < o.repeticoes; ++r) {
+            auto inicio = std::chrono::steady_clock::now();
+            (void)scanner.varrer(o.pasta);
+            tCom.push_back(segundos(std::chrono::steady_clock::now() - inicio));
+            inicio = std::chrono::steady_clock::now();
+            registros = tarrafa::HistoricoDeNavegadores::carregar().tamanho();
+            tHistorico.push_back(segundos(std::chrono::steady_clock::now() - inicio));
+        }
+        scanComHistorico = mediana(tCom);
+        soHistorico = mediana(tHistorico);
+        std::printf("history database: %.1f MB, %zu download records\n",
+                    static_cast<double>(std::filesystem::file_size(casa + "/.config/google-chrome/Default/History"))
+                        / 1e6,
+                    registros);
+    }
+    rusage uso{};
+    ::getrusage(RUSAGE_SELF, &uso);
+    const double scan = mediana(tScan);
+    const double du = mediana(tDu);
+    std::printf("entries: %zu\n", entradas);
+    std::printf("scan (median of %d): %.1f ms\n", o.repeticoes, scan * 1000);
+    std::printf("du -sB1 (median of %d): %.1f ms\n", o.repeticoes, du * 1000);
+    std::printf("ratio scan/du: %.2f\n", scan / du);
+    if (o.historicoMB > 0) {
+        std::printf("scan with the history (median of %d): %.1f ms (extra %.1f ms; reading the history alone %.1f ms)\n",
+                    o.repeticoes, scanComHistorico * 1000, (scanComHistorico - scan) * 1000, soHistorico * 1000);
+    }
+    std::printf("peak resident memory: %.1f MiB\n", static_cast<double>(uso.ru_maxrss) / 1024.0);
+
+    if (temporaria && !o.manter) {
+        std::error_code ignorado;
+        std::filesystem::remove_all(o.pasta, ignorado);
+        if (!casa.empty()) {
+            std::filesystem::remove_all(casa, ignorado);
+        }
+    }
+    return 0;
+}
