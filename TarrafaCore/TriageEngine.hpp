@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaCore/FileSnapshot.hpp"
+#include "TarrafaCore/Origem.hpp"
+#include "TarrafaCore/Selo.hpp"
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tarrafa {
+
+// One scanned file after triage: the snapshot, the origin it was attributed to and its
+// badges, in the order the file list shows them.
+class ItemTriado final {
+public:
+    ItemTriado(FileSnapshot snapshot, Origem origem, std::vector<Selo> selos);
+
+    [[nodiscard]] const FileSnapshot& snapshot() const noexcept { return snapshot_; }
+    [[nodiscard]] const Origem& origem() const noexcept { return origem_; }
+    [[nodiscard]] const std::vector<Selo>& selos() const noexcept { return selos_; }
+    // The file's identity everywhere (selection, decisions): its full path.
+    [[nodiscard]] const std::string& id() const noexcept { return snapshot_.id(); }
+    [[nodiscard]] const std::string& nome() const noexcept { return snapshot_.nome(); }
+
+    friend bool operator==(const ItemTriado&, const ItemTriado&) = default;
+
+private:
+    FileSnapshot snapshot_;
+    Origem origem_;
+    std::vector<Selo> selos_;
+};
+
+// The files of one origin (or all installers), newest first. Its counts are recomputed on
+// every call, never stored.
+class GrupoOrigem final {
+public:
+    GrupoOrigem(Origem origem, std::vector<ItemTriado> itens);
+
+    [[nodiscard]] const Origem& origem() const noexcept { return origem_; }
+    [[nodiscard]] const std::vector<ItemTriado>& itens() const noexcept { return itens_; }
+    [[nodiscard]] const std::string& id() const noexcept { return origem_.chave(); }
+
+    [[nodiscard]] int total() const noexcept;
+    // Sum of the sizes; a sum that overflows 64 bits stops the program.
+    [[nodiscard]] std::int64_t bytes() const;
+    // Items never opened after they arrived (from the snapshots).
+    [[nodiscard]] int nuncaAbertos() const noexcept;
+    // Items carrying the opaque-name badge; screenshots never do.
+    [[nodiscard]] int nomesOpacos() const noexcept;
+
+private:
+    Origem origem_;
+    std::vector<ItemTriado> itens_;
+};
+
+// Turns the scanned snapshots into origin groups of badged items. Pure: no file access,
+// no clock; the same input always gives the same groups in the same order.
+class TriageEngine final {
+public:
+    explicit TriageEngine(std::set<std::string> appsInstalados);
+
+    // Names of the installed applications, used to tell whether an installer was used.
+    [[nodiscard]] const std::set<std::string>& appsInstalados() const noexcept { return appsInstalados_; }
+
+    // Groups by size, largest first ("_sem_origem" always last); installers gathered in
+    // "_instaladores". Groups of equal size come in the order their keys first appear in
+    // the input.
+    [[nodiscard]] std::vector<GrupoOrigem> triar(const std::vector<FileSnapshot>& snapshots) const;
+
+private:
+    std::set<std::string> appsInstalados_;
+};
+
+} // namespace tarrafa
