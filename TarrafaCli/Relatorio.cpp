@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCli/Relatorio.hpp"
+
+#include "TarrafaCore/Apresentacao.hpp"
+#include "TarrafaCore/AppsInstalados.hpp"
+#include "TarrafaCore/Formato.hpp"
+#include "TarrafaCore/Origem.hpp"
+#include "TarrafaCore/PastaScanner.hpp"
+#include "TarrafaCore/Selo.hpp"
+#include "TarrafaCore/Texto.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace tarrafa::cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::string_view kSeparador = " · ";
+
+// Names and addresses come from the file system and from other programs' metadata: JSON
+// takes only valid UTF-8, so anything else is repaired with U+FFFD.
+Json texto(std::string_view bytes)
+{
+    return Texto::utf8Valido(bytes);
+}
+
+Json talvez(const std::optional<std::string>& valor)
+{
+    return valor ? texto(*valor) : Json(nullptr);
+}
+
+Json talvez(const std::optional<Date>& data)
+{
+    return data ? Json(data->segundosDesde1970()) : Json(nullptr);
+}
+
+Json origem(const Origem& o)
+{
+    return Json {{"chave", texto(o.chave())}, {"rotulo", texto(o.rotulo())}, {"endereco", talvez(o.endereco())}};
+}
+
+std::string_view nomeDoTom(Selo::Tom tom)
+{
+    switch (tom) {
+    case Selo::Tom::neutro:
+        return "neutro";
+    case Selo::Tom::aviso:
+        return "aviso";
+    case Selo::Tom::ok:
+        return "ok";
+    case Selo::Tom::info:
+        return "info";
+    }
+    return {};
+}
+
+Json item(const ItemTriado& i)
+{
+    const FileSnapshot& s = i.snapshot();
+    Json origens = Json::array();
+    for (const std::string& endereco : s.origens()) {
+        origens.push_back(texto(endereco));
+    }
+    Json selos = Json::array();
+    for (const Selo& selo : i.selos()) {
+        selos.push_back(Json {{"caso", std::string(nomeDoCaso(selo.caso()))}, {"rotulo", selo.rotulo()},
+            {"tom", std::string(nomeDoTom(selo.tom()))}});
+    }
+    return Json {
+        {"id", texto(s.id())},
+        {"nome", texto(s.nome())},
+        {"ehPasta", s.ehPasta()},
+        {"tamanho", s.tamanho()},
+        {"baixadoEm", talvez(s.baixadoEm())},
+        {"criadoEm", s.criadoEm().segundosDesde1970()},
+        {"ultimoUsoEm", talvez(s.ultimoUsoEm())},
+        {"origens", std::move(origens)},
+        {"ehScreenshot", s.ehScreenshot()},
+        {"quarentenaAgente", talvez(s.quarentenaAgente())},
+        {"origem", origem(i.origem())},
+        {"selos", std::move(selos)},
+    };
+}
+
+} // namespace
+
+Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
+    Date agora)
+    : pasta_(std::move(pasta))
+    , appsInstalados_(std::move(appsInstalados))
+    , grupos_(TriageEngine(appsInstalados_).triar(snapshots))
+    , raioX_(snapshots, grupos_, agora)
+{
+}
+
+Relatorio Relatorio::de(const std::string& pasta)
+{
+    std::vector<FileSnapshot> snapshots = PastaScanner().varrer(pasta);
+    return Relatorio(pasta, AppsInstalados::listar(), std::move(snapshots));
+}
+
+std::string Relatorio::comoTexto() const
+{
+    std::string saida;
+    for (const GrupoOrigem& g : grupos_) {
+        saida.append(Texto::utf8Valido(g.origem().rotulo()))
+            .append(kSeparador)
+            .append(std::to_string(g.total()))
+            .append(" ")
+            .append(Apresentacao::itemOuItens(g.total()))
+            .append(kSeparador)
+            .append(Apresentacao::resumoDoGrupo(g))
+            .append("\n");
+        for (const ItemTriado& i : g.itens()) {
+            saida.append("  ").append(i.nome());
+            for (const Selo& selo : i.selos()) {
+                saida.append("  [").append(selo.rotulo()).append("]");
+            }
+            saida.append("  ").append(Formato::bytes(i.snapshot().tamanho())).append("\n");
+        }
+        saida.append("\n");
+    }
+    if (grupos_.empty()) {
+        saida.append("Caixa de entrada vazia: nada esperando decisão na sua pasta Downloads.\n\n");
+    }
+    saida.append(leitura(raioX_)).append("\n");
+    return saida;
+}
+
+std::string Relatorio::comoJson() const
+{
+    Json apps = Json::array();
+    for (const std::string& app : appsInstalados_) {
+        apps.push_back(texto(app));
+    }
+    Json grupos = Json::array();
+    for (const GrupoOrigem& g : grupos_) {
+        Json itens = Json::array();
+        for (const ItemTriado& i : g.itens()) {
+            itens.push_back(item(i));
+        }
+        grupos.push_back(Json {
+            {"origem", origem(g.origem())},
+            {"total", g.total()},
+            {"bytes", g.bytes()},
+            {"nuncaAbertos", g.nuncaAbertos()},
+            {"nomesOpacos", g.nomesOpacos()},
+            {"itens", std::move(itens)},
+        });
+    }
+    const RaioX& r = raioX_;
+    Json raioX {
+        {"total", r.total()},
+        {"bytes", r.bytes()},
+        {"nuncaAbertos", r.nuncaAbertos()},
+        {"nomesOpacos", r.nomesOpacos()},
+        {"comOrigem", r.comOrigem()},
+        {"origensDistintas", r.origensDistintas()},
+        {"concentracaoTop3", r.concentracaoTop3()},
+        {"maisAntigoEmDias", r.maisAntigoEmDias()},
+        {"agrupamentoSeSustenta", r.agrupamentoSeSustenta()},
+        {"leitura", leitura(r)},
+    };
+    const Json raiz {
+        {"pasta", texto(pasta_)},
+        {"appsInstalados", std::move(apps)},
+        {"grupos", std::move(grupos)},
+        {"raioX", std::move(raioX)},
+    };
+    // Every string was repaired above; replace is only a second guard.
+    return raiz.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace tarrafa::cli

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaCore/Date.hpp"
+#include "TarrafaCore/FileSnapshot.hpp"
+#include "TarrafaCore/RaioX.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tarrafa::cli {
+
+// Everything one run of the command line knows about the folder: what the window would
+// show after one scan.
+class Relatorio final {
+public:
+    Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
+        Date agora = Date::agora());
+
+    // Scans the folder and lists the installed applications; throws std::system_error
+    // when the folder cannot be listed.
+    [[nodiscard]] static Relatorio de(const std::string& pasta);
+
+    [[nodiscard]] const std::string& pasta() const noexcept { return pasta_; }
+    [[nodiscard]] const std::set<std::string>& appsInstalados() const noexcept { return appsInstalados_; }
+    [[nodiscard]] const std::vector<GrupoOrigem>& grupos() const noexcept { return grupos_; }
+    [[nodiscard]] const RaioX& raioX() const noexcept { return raioX_; }
+
+    // The inbox in Portuguese, as the window lists it, then the diagnostics paragraph.
+    [[nodiscard]] std::string comoTexto() const;
+    // One JSON object, UTF-8, for other programs.
+    [[nodiscard]] std::string comoJson() const;
+
+private:
+    std::string pasta_;
+    std::set<std::string> appsInstalados_;
+    std::vector<GrupoOrigem> grupos_;
+    RaioX raioX_;
+};
+
+} // namespace tarrafa::cli

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// tarrafa-cli: the inbox of a Downloads folder, without a window.
+#include "TarrafaCli/Relatorio.hpp"
+#include "TarrafaCore/PastasDoUsuario.hpp"
+
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace {
+
+constexpr std::string_view kUso = "Uso: tarrafa-cli [--json] [PASTA]\n"
+                                  "Mostra a caixa de entrada da pasta (por padrão, a sua pasta Downloads)\n"
+                                  "agrupada por origem, e o Raio-X da pasta. Nada é alterado.\n"
+                                  "  --json   escreve um objeto JSON em vez do texto\n";
+
+void escrever(std::FILE* destino, std::string_view texto)
+{
+    std::fwrite(texto.data(), 1, texto.size(), destino);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    bool json = false;
+    std::optional<std::string> pasta;
+    bool semMaisOpcoes = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argumento = argv[i];
+        if (!semMaisOpcoes && argumento == "--json") {
+            json = true;
+        } else if (!semMaisOpcoes && (argumento == "--help" || argumento == "-h")) {
+            escrever(stdout, kUso);
+            return 0;
+        } else if (!semMaisOpcoes && argumento == "--") {
+            semMaisOpcoes = true;
+        } else if (!semMaisOpcoes && argumento.starts_with('-') && argumento.size() > 1) {
+            escrever(stderr, "tarrafa-cli: opção desconhecida: ");
+            escrever(stderr, argumento);
+            escrever(stderr, "\n");
+            escrever(stderr, kUso);
+            return 2;
+        } else if (!pasta) {
+            pasta = std::string(argumento);
+        } else {
+            escrever(stderr, "tarrafa-cli: só uma pasta por vez\n");
+            escrever(stderr, kUso);
+            return 2;
+        }
+    }
+
+    try {
+        const tarrafa::cli::Relatorio relatorio
+            = tarrafa::cli::Relatorio::de(pasta ? *pasta : tarrafa::PastasDoUsuario::downloads());
+        escrever(stdout, json ? relatorio.comoJson() : relatorio.comoTexto());
+    } catch (const std::system_error& erro) {
+        escrever(stderr, "Não consegui ler a pasta Downloads: ");
+        escrever(stderr, erro.code().message());
+        escrever(stderr, "\n");
+        return 1;
+    }
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The command line, run as a real process on a real folder with real attributes.
+#include "Apoio.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+
+namespace tarrafa {
+namespace {
+
+using Json = nlohmann::json;
+using teste::CasaFalsa;
+using teste::definirAtributo;
+using teste::escrever;
+
+struct Execucao {
+    int status = -1;
+    std::string saida;
+    std::string erros;
+};
+
+// Runs tarrafa-cli with the arguments (already quoted for the shell) and the test's own
+// environment (the fake home).
+Execucao executar(const std::string& argumentos, const std::string& pastaDeErros)
+{
+    const std::string arquivoDeErros = pastaDeErros + "/stderr.txt";
+    const std::string comando = std::string("'") + TARRAFA_CLI + "' " + argumentos + " 2>'" + arquivoDeErros + "'";
+    Execucao execucao;
+    std::FILE* processo = ::popen(comando.c_str(), "r");
+    if (processo == nullptr) {
+        ADD_FAILURE() << "popen failed";
+        return execucao;
+    }
+    std::array<char, 4096> bloco {};
+    std::size_t lidos = 0;
+    while ((lidos = std::fread(bloco.data(), 1, bloco.size(), processo)) > 0) {
+        execucao.saida.append(bloco.data(), lidos);
+    }
+    const int estado = ::pclose(processo);
+    execucao.status = WIFEXITED(estado) ? WEXITSTATUS(estado) : -1;
+    if (std::FILE* erros = std::fopen(arquivoDeErros.c_str(), "rb")) {
+        while ((lidos = std::fread(bloco.data(), 1, bloco.size(), erros)) > 0) {
+            execucao.erros.append(bloco.data(), lidos);
+        }
+        std::fclose(erros);
+    }
+    return execucao;
+}
+
+class Cli : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!teste::aceitaAtributos(casa_.caminho())) {
+            GTEST_SKIP() << "this file system does not take user extended attributes";
+        }
+        // One installed application, so that its installer is recognised as used.
+        escrever(casa_ / ".local/share/applications/firefox.desktop", "[Desktop Entry]\n");
+
+        const std::string github = "https://github.com/tarrafa/relatorios/raw/main/";
+        escrever(arquivo("relatorio.pdf"), std::string(2000, 'a'));
+        definirAtributo(arquivo("relatorio.pdf"), "user.xdg.origin.url", github + "relatorio.pdf");
+        escrever(arquivo("relatorio (1).pdf"), std::string(2000, 'a'));
+        definirAtributo(arquivo("relatorio (1).pdf"), "user.xdg.origin.url", github + "relatorio.pdf");
+        escrever(arquivo("IMG_2041.jpg"), std::string(500, 'b'));
+        definirAtributo(arquivo("IMG_2041.jpg"), "user.xdg.origin.url", github + "IMG_2041.jpg");
+        escrever(arquivo("Firefox 121.0.1.deb"), std::string(3000, 'c'));
+        definirAtributo(arquivo("Firefox 121.0.1.deb"), "user.xdg.origin.url", "https://download.mozilla.org/x");
+        escrever(arquivo("notas.txt"), "notas");
+    }
+
+    [[nodiscard]] std::string arquivo(const std::string& nome) const { return casa_ / ("Downloads/" + nome); }
+    [[nodiscard]] std::string downloads() const { return casa_ / "Downloads"; }
+
+    CasaFalsa casa_;
+};
+
+std::set<std::string> nomesDe(const Json& grupo)
+{
+    std::set<std::string> nomes;
+    for (const Json& item : grupo.at("itens")) {
+        nomes.insert(item.at("nome").get<std::string>());
+    }
+    return nomes;
+}
+
+std::set<std::string> casosDe(const Json& grupo, const std::string& nome)
+{
+    std::set<std::string> casos;
+    for (const Json& item : grupo.at("itens")) {
+        if (item.at("nome") == nome) {
+            for (const Json& selo : item.at("selos")) {
+                casos.insert(selo.at("caso").get<std::string>());
+            }
+        }
+    }
+    return casos;
+}
+
+TEST_F(Cli, JsonGivesGroupsInOrderWithBadgesAndDiagnostics)
+{
+    const Execucao e = executar("--json '" + downloads() + "'", casa_.caminho());
+    ASSERT_EQ(e.status, 0) << e.erros;
+    const Json raiz = Json::parse(e.saida);
+
+    EXPECT_EQ(raiz.at("pasta"), downloads());
+    EXPECT_EQ(raiz.at("appsInstalados"), Json::array({"firefox"}));
+
+    const Json& grupos = raiz.at("grupos");
+    ASSERT_EQ(grupos.size(), 3u) << grupos.dump(2);
+    EXPECT_EQ(grupos[0].at("origem").at("chave"), "github");
+    EXPECT_EQ(grupos[0].at("total"), 3);
+    EXPECT_EQ(nomesDe(grupos[0]), (std::set<std::string> {"relatorio.pdf", "relatorio (1).pdf", "IMG_2041.jpg"}));
+    EXPECT_EQ(grupos[1].at("origem").at("chave"), "_instaladores");
+    EXPECT_EQ(grupos[2].at("origem").at("chave"), "_sem_origem");
+    EXPECT_EQ(grupos[2].at("origem").at("rotulo"), "Sem origem");
+    EXPECT_TRUE(grupos[2].at("origem").at("endereco").is_null());
+
+    // Nothing was ever opened: every item carries the never-opened badge first.
+    for (const Json& grupo : grupos) {
+        EXPECT_EQ(grupo.at("nuncaAbertos"), grupo.at("total"));
+        for (const Json& item : grupo.at("itens")) {
+            ASSERT_FALSE(item.at("selos").empty());
+            EXPECT_EQ(item.at("selos")[0].at("caso"), "nuncaAberto");
+            EXPECT_EQ(item.at("selos")[0].at("rotulo"), "nunca aberto");
+            EXPECT_TRUE(item.at("ultimoUsoEm").is_null());
+            EXPECT_TRUE(item.at("criadoEm").is_number());
+        }
+    }
+    EXPECT_TRUE(casosDe(grupos[0], "relatorio (1).pdf").contains("sufixoDeCopia"));
+    EXPECT_TRUE(casosDe(grupos[0], "IMG_2041.jpg").contains("nomeOpaco"));
+    EXPECT_EQ(grupos[0].at("nomesOpacos"), 1);
+    EXPECT_TRUE(casosDe(grupos[1], "Firefox 121.0.1.deb").contains("instaladorUsado"));
+    EXPECT_EQ(grupos[0].at("bytes"), 4500);
+
+    const Json& item = grupos[1].at("itens")[0];
+    EXPECT_EQ(item.at("id"), arquivo("Firefox 121.0.1.deb"));
+    EXPECT_EQ(item.at("origens"), Json::array({"https://download.mozilla.org/x"}));
+    EXPECT_EQ(item.at("ehPasta"), false);
+    EXPECT_EQ(item.at("tamanho"), 3000);
+
+    const Json& r = raiz.at("raioX");
+    EXPECT_EQ(r.at("total"), 5);
+    EXPECT_EQ(r.at("bytes"), 7505);
+    EXPECT_EQ(r.at("nuncaAbertos"), 5);
+    EXPECT_EQ(r.at("comOrigem"), 4);
+    EXPECT_EQ(r.at("origensDistintas"), 2);
+    EXPECT_DOUBLE_EQ(r.at("concentracaoTop3").get<double>(), 1.0);
+    EXPECT_EQ(r.at("agrupamentoSeSustenta"), true);
+    EXPECT_EQ(r.at("maisAntigoEmDias"), 0);
+    EXPECT_EQ(r.at("leitura"),
+        "Nada na sua pasta tem mais de 0 dias, então o problema não é o que acumulou. São 5 arquivos que "
+        "chegaram, foram usados uma vez e perderam o contexto de onde vieram.");
+}
+
+TEST_F(Cli, TextListsGroupsItemsBadgesAndTheParagraph)
+{
+    const Execucao e = executar("'" + downloads() + "'", casa_.caminho());
+    ASSERT_EQ(e.status, 0) << e.erros;
+    EXPECT_NE(e.saida.find("GitHub · 3 itens · 4 KB · 3 nunca abertos · 1 com nome opaco\n"), std::string::npos)
+        << e.saida;
+    EXPECT_NE(e.saida.find("Sem origem · 1 item · 0 KB · 1 nunca abertos\n"), std::string::npos) << e.saida;
+    EXPECT_NE(e.saida.find("  relatorio (1).pdf  [nunca aberto]  [sufixo de cópia]  [parece relacionado a outros 1]  2 KB\n"), std::string::npos)
+        << e.saida;
+    EXPECT_LT(e.saida.find("GitHub"), e.saida.find("Instaladores"));
+    EXPECT_LT(e.saida.find("Instaladores"), e.saida.find("Sem origem"));
+    EXPECT_NE(e.saida.find("São 5 arquivos que chegaram"), std::string::npos);
+}
+
+TEST_F(Cli, NameThatIsNotUtf8IsWrittenWithReplacementCharacter)
+{
+    escrever(arquivo("caf\xE9.txt"), "x");
+    const Execucao e = executar("--json '" + downloads() + "'", casa_.caminho());
+    ASSERT_EQ(e.status, 0) << e.erros;
+    const Json raiz = Json::parse(e.saida); // throws on invalid UTF-8
+    EXPECT_TRUE(nomesDe(raiz.at("grupos").back()).contains("caf\xEF\xBF\xBD.txt"));
+}
+
+TEST_F(Cli, DefaultsToTheDownloadsFolderOfTheHome)
+{
+    const Execucao e = executar("--json", casa_.caminho());
+    ASSERT_EQ(e.status, 0) << e.erros;
+    EXPECT_EQ(Json::parse(e.saida).at("pasta"), downloads());
+}
+
+TEST(CliErro, FolderThatCannotBeListedPrintsTheMessageAndExitsWithOne)
+{
+    teste::PastaTemporaria pasta;
+    const Execucao e = executar("'" + pasta.caminho() + "/nao-existe'", pasta.caminho());
+    EXPECT_EQ(e.status, 1);
+    EXPECT_TRUE(e.saida.empty());
+    EXPECT_TRUE(e.erros.starts_with("Não consegui ler a pasta Downloads: ")) << e.erros;
+    EXPECT_GT(e.erros.size(), std::string("Não consegui ler a pasta Downloads: \n").size());
+}
+
+TEST(CliErro, UnknownOptionIsAUsageError)
+{
+    teste::PastaTemporaria pasta;
+    const Execucao e = executar("--jsn", pasta.caminho());
+    EXPECT_EQ(e.status, 2);
+    EXPECT_NE(e.erros.find("opção desconhecida: --jsn"), std::string::npos);
+}
+
+} // namespace
+} // namespace tarrafa
