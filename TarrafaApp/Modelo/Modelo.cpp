@@ -1,0 +1,339 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Modelo/Modelo.hpp"
+
+#include "TarrafaApp/Modelo/ArquivoDeDecisoes.hpp"
+#include "TarrafaCore/AppsInstalados.hpp"
+#include "TarrafaCore/PastaScanner.hpp"
+#include "TarrafaCore/Texto.hpp"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QFuture>
+#include <QFutureWatcher>
+#include <QStandardPaths>
+#include <QThread>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <gio/gio.h>
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+namespace tarrafa::app {
+
+// What one background scan hands back: the snapshots and their groups, or why the folder
+// could not be read.
+struct Modelo::Varredura {
+    std::vector<FileSnapshot> snapshots;
+    std::vector<GrupoOrigem> grupos;
+    std::optional<std::string> falha;
+};
+
+namespace {
+
+std::string pastaDeDownloads()
+{
+    const QString pasta = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    if (pasta.isEmpty()) {
+        qFatal("Tarrafa: the user has no Downloads folder");
+    }
+    return QFile::encodeName(pasta).toStdString();
+}
+
+QString arquivoDeDecisoesPadrao()
+{
+    const QString dados = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (dados.isEmpty()) {
+        qFatal("Tarrafa: the user has no data folder");
+    }
+    return dados + QStringLiteral("/Tarrafa/decisoes.json");
+}
+
+QString deUtf8(const std::string& texto)
+{
+    return QString::fromUtf8(texto.data(), qsizetype(texto.size()));
+}
+
+struct LiberarGObject {
+    void operator()(gpointer objeto) const noexcept { g_object_unref(objeto); }
+};
+struct LiberarGError {
+    void operator()(GError* erro) const noexcept { g_error_free(erro); }
+};
+
+} // namespace
+
+Modelo::Modelo(QObject* parent)
+    // Braces: the Downloads folder is looked up before the decision file, as at every start.
+    : Modelo {pastaDeDownloads(), arquivoDeDecisoesPadrao(), parent}
+{
+}
+
+Modelo::Modelo(std::string pasta, QString arquivoDecisoes, QObject* parent)
+    : QObject(parent)
+    , pasta_(std::move(pasta))
+    , arquivoDecisoes_(std::move(arquivoDecisoes))
+{
+    // A folder that cannot be made shows up later as a decision file that cannot be written,
+    // which is silent too.
+    QDir().mkpath(QFileInfo(arquivoDecisoes_).absolutePath());
+    decisoes_ = ArquivoDeDecisoes::ler(arquivoDecisoes_);
+    // Queued, so that whoever connects right after construction sees the whole first scan.
+    QMetaObject::invokeMethod(
+        this, [this] { varrer(); }, Qt::QueuedConnection);
+}
+
+Modelo::~Modelo() = default;
+
+void Modelo::setBusca(const QString& busca)
+{
+    if (busca_ == busca) {
+        return;
+    }
+    busca_ = busca;
+    Q_EMIT buscaChanged();
+}
+
+Decisao Modelo::decisao(const std::string& id) const
+{
+    const auto achada = decisoes_.find(id);
+    return achada == decisoes_.end() ? Decisao::novo : achada->second;
+}
+
+void Modelo::setSelecao(const Destino& selecao)
+{
+    if (selecao_ == selecao) {
+        return;
+    }
+    selecao_ = selecao;
+    Q_EMIT selecaoChanged();
+}
+
+std::vector<GrupoOrigem> Modelo::gruposVisiveis() const
+{
+    std::vector<GrupoOrigem> visiveis;
+    for (const GrupoOrigem& grupo : grupos_) {
+        std::vector<ItemTriado> novos;
+        std::copy_if(grupo.itens().begin(), grupo.itens().end(), std::back_inserter(novos),
+            [this](const ItemTriado& item) { return decisao(item.id()) == Decisao::novo; });
+        if (!novos.empty()) {
+            visiveis.emplace_back(grupo.origem(), std::move(novos));
+        }
+    }
+    return visiveis;
+}
+
+std::vector<ItemTriado> Modelo::itensTodos() const
+{
+    std::vector<ItemTriado> todos;
+    for (const GrupoOrigem& grupo : grupos_) {
+        todos.insert(todos.end(), grupo.itens().begin(), grupo.itens().end());
+    }
+    return todos;
+}
+
+std::vector<ItemTriado> Modelo::itens(const Destino& destino) const
+{
+    std::vector<ItemTriado> fonte;
+    const auto manter = [&](const std::vector<ItemTriado>& itens, auto&& decisaoServe) {
+        std::copy_if(itens.begin(), itens.end(), std::back_inserter(fonte),
+            [&](const ItemTriado& item) { return decisaoServe(decisao(item.id())); });
+    };
+    switch (destino.caso()) {
+    case Destino::Caso::entrada:
+        manter(itensTodos(), [](Decisao d) { return d == Decisao::novo; });
+        break;
+    case Destino::Caso::adiados:
+        manter(itensTodos(), [](Decisao d) { return d == Decisao::adiado; });
+        break;
+    case Destino::Caso::resolvidos:
+        manter(itensTodos(), [](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
+        break;
+    case Destino::Caso::grupo: {
+        // The whole group, not only its undecided items: postponed and ignored ones stay in
+        // its own list.
+        const auto grupo = std::find_if(grupos_.begin(), grupos_.end(),
+            [&](const GrupoOrigem& g) { return g.origem().chave() == destino.chave(); });
+        if (grupo != grupos_.end()) {
+            manter(grupo->itens(), [](Decisao d) { return d != Decisao::resolvido; });
+        }
+        break;
+    }
+    case Destino::Caso::raioX:
+        return {};
+    }
+
+    if (busca_.isEmpty()) {
+        return fonte;
+    }
+    // Case folded on both sides, accents kept; the text exactly as typed, blanks included.
+    const std::string procurado = Texto::dobrarCaixa(busca_.toStdString());
+    std::erase_if(fonte, [&](const ItemTriado& item) {
+        return Texto::dobrarCaixa(item.nome()).find(procurado) == std::string::npos;
+    });
+    return fonte;
+}
+
+QString Modelo::titulo(const Destino& destino) const
+{
+    switch (destino.caso()) {
+    case Destino::Caso::entrada:
+        return QStringLiteral("Caixa de entrada");
+    case Destino::Caso::adiados:
+        return QStringLiteral("Adiados");
+    case Destino::Caso::resolvidos:
+        return QStringLiteral("Resolvidos");
+    case Destino::Caso::raioX:
+        return QStringLiteral("Raio-X");
+    case Destino::Caso::grupo:
+        break;
+    }
+    const auto grupo = std::find_if(grupos_.begin(), grupos_.end(),
+        [&](const GrupoOrigem& g) { return g.origem().chave() == destino.chave(); });
+    return grupo == grupos_.end() ? QStringLiteral("Grupo") : deUtf8(grupo->origem().rotulo());
+}
+
+std::optional<int> Modelo::contagem(const Destino& destino) const
+{
+    switch (destino.caso()) {
+    case Destino::Caso::entrada:
+    case Destino::Caso::adiados:
+    case Destino::Caso::resolvidos:
+        return int(itens(destino).size());
+    case Destino::Caso::raioX:
+        return std::nullopt;
+    case Destino::Caso::grupo:
+        break;
+    }
+    // A group row counts its undecided items whatever the search says.
+    for (const GrupoOrigem& grupo : gruposVisiveis()) {
+        if (grupo.origem().chave() == destino.chave()) {
+            return grupo.total();
+        }
+    }
+    return std::nullopt;
+}
+
+void Modelo::varrer()
+{
+    setCarregando(true);
+    setErro(std::nullopt);
+    // No guard against a scan already running: each one applies its own result. The watcher
+    // belongs to the model, so a result that arrives after the model is gone is dropped.
+    // (QFuture::then with a context asserts in Qt 6.4 when the context dies first.)
+    auto* vigia = new QFutureWatcher<Varredura>(this);
+    connect(vigia, &QFutureWatcherBase::finished, this, [this, vigia] {
+        Q_ASSERT(QThread::currentThread() == thread());
+        vigia->deleteLater();
+        aplicar(vigia->future().takeResult());
+    });
+    vigia->setFuture(QtConcurrent::run([pasta = pasta_] { return varrerEmSegundoPlano(pasta); }));
+}
+
+void Modelo::aplicar(Varredura resultado)
+{
+    if (resultado.falha) {
+        setErro(QStringLiteral("Não consegui ler a pasta Downloads: ") + deUtf8(*resultado.falha));
+        setCarregando(false);
+        Q_EMIT varreduraTerminada();
+        return;
+    }
+    grupos_ = std::move(resultado.grupos);
+    Q_EMIT gruposChanged();
+    raioX_.emplace(resultado.snapshots, grupos_);
+    Q_EMIT raioXChanged();
+    std::unordered_set<std::string> existentes;
+    existentes.reserve(resultado.snapshots.size());
+    for (const FileSnapshot& snapshot : resultado.snapshots) {
+        existentes.insert(snapshot.id());
+    }
+    podarDecisoes(existentes);
+    setCarregando(false);
+    Q_EMIT varreduraTerminada();
+}
+
+void Modelo::decidir(const std::vector<std::string>& ids, Decisao decisao)
+{
+    for (const std::string& id : ids) {
+        decisoes_.insert_or_assign(id, decisao);
+        Q_EMIT decisoesChanged();
+    }
+    salvarDecisoes();
+}
+
+void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
+{
+    std::vector<std::string> movidos;
+    for (const ItemTriado& item : itens) {
+        // The exact bytes of the path: names need not be UTF-8. Never a copy, never a delete.
+        const std::unique_ptr<GFile, LiberarGObject> arquivo(g_file_new_for_path(item.id().c_str()));
+        GError* falha = nullptr;
+        if (g_file_trash(arquivo.get(), nullptr, &falha)) {
+            movidos.push_back(item.id());
+            continue;
+        }
+        const std::unique_ptr<GError, LiberarGError> erro(falha);
+        setErro(QStringLiteral("Não consegui mover ") + deUtf8(item.nome())
+            + QStringLiteral(" para a Lixeira: ") + QString::fromUtf8(erro ? erro->message : ""));
+    }
+    decidir(movidos, Decisao::resolvido);
+    // Queued: a refusal stays in erro until this rescan starts and clears it.
+    QMetaObject::invokeMethod(
+        this, [this] { varrer(); }, Qt::QueuedConnection);
+}
+
+void Modelo::podarDecisoes(const std::unordered_set<std::string>& existentes)
+{
+    const std::size_t antes = decisoes_.size();
+    std::erase_if(decisoes_, [&](const auto& entrada) { return !existentes.contains(entrada.first); });
+    if (decisoes_.size() != antes) {
+        Q_EMIT decisoesChanged();
+        salvarDecisoes();
+    }
+}
+
+void Modelo::salvarDecisoes() const
+{
+    // A failed write leaves the old file; the decisions in memory stay as they are.
+    ArquivoDeDecisoes::gravar(arquivoDecisoes_, decisoes_);
+}
+
+void Modelo::setCarregando(bool carregando)
+{
+    if (carregando_ == carregando) {
+        return;
+    }
+    carregando_ = carregando;
+    Q_EMIT carregandoChanged();
+}
+
+void Modelo::setErro(std::optional<QString> erro)
+{
+    if (erro_ == erro) {
+        return;
+    }
+    erro_ = std::move(erro);
+    Q_EMIT erroChanged();
+}
+
+// Runs on a pool thread: touches nothing but its own copy of the folder's path, and turns
+// every exception into a value so that none crosses back to the interface thread.
+Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta)
+{
+    try {
+        std::vector<FileSnapshot> snapshots = PastaScanner().varrer(pasta);
+        std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(snapshots);
+        return {std::move(snapshots), std::move(grupos), std::nullopt};
+    } catch (const std::system_error& erro) {
+        return {{}, {}, erro.code().message()};
+    } catch (const std::exception& erro) {
+        return {{}, {}, std::string(erro.what())};
+    }
+}
+
+} // namespace tarrafa::app

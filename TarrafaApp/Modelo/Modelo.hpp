@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaApp/Modelo/Decisao.hpp"
+#include "TarrafaApp/Modelo/Destino.hpp"
+#include "TarrafaCore/RaioX.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
+
+#include <QObject>
+#include <QString>
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace tarrafa::app {
+
+// The application's one observable object: the last scan's groups and diagnostics, the
+// decisions, the search text and the sidebar selection, and the actions that change them.
+// Lives on the interface thread; only the heavy part of a scan runs elsewhere.
+class Modelo final : public QObject {
+    Q_OBJECT
+
+public:
+    // Uses the user's Downloads folder and $XDG_DATA_HOME/Tarrafa/decisoes.json (no folder
+    // for either stops the program), loads the decisions and starts the first scan.
+    explicit Modelo(QObject* parent = nullptr);
+    // A given folder and decision file instead; otherwise the same start.
+    Modelo(std::string pasta, QString arquivoDecisoes, QObject* parent = nullptr);
+    ~Modelo() override;
+
+    Modelo(const Modelo&) = delete;
+    Modelo& operator=(const Modelo&) = delete;
+
+    // Observed state; each field has its change signal below.
+    [[nodiscard]] const std::vector<GrupoOrigem>& grupos() const noexcept { return grupos_; }
+    [[nodiscard]] const std::optional<RaioX>& raioX() const noexcept { return raioX_; }
+    [[nodiscard]] bool carregando() const noexcept { return carregando_; }
+    [[nodiscard]] const std::optional<QString>& erro() const noexcept { return erro_; }
+    [[nodiscard]] const QString& busca() const noexcept { return busca_; }
+    void setBusca(const QString& busca);
+    [[nodiscard]] const std::unordered_map<std::string, Decisao>& decisoes() const noexcept
+    {
+        return decisoes_;
+    }
+    // The decision recorded for a file; novo when there is none.
+    [[nodiscard]] Decisao decisao(const std::string& id) const;
+    [[nodiscard]] const Destino& selecao() const noexcept { return selecao_; }
+    void setSelecao(const Destino& selecao);
+
+    // Fixed at creation.
+    [[nodiscard]] const std::string& pasta() const noexcept { return pasta_; }
+    [[nodiscard]] const QString& arquivoDecisoes() const noexcept { return arquivoDecisoes_; }
+
+    // Derived, recomputed on every call.
+    // The groups that still hold undecided items, with only those items; ignores the search.
+    [[nodiscard]] std::vector<GrupoOrigem> gruposVisiveis() const;
+    // Every item of every group, in group order.
+    [[nodiscard]] std::vector<ItemTriado> itensTodos() const;
+    // What a destination lists, after the search text.
+    [[nodiscard]] std::vector<ItemTriado> itens(const Destino& destino) const;
+    [[nodiscard]] QString titulo(const Destino& destino) const;
+    // The sidebar's count for a destination: the fixed rows follow the search, a group row
+    // counts its undecided items; none for the diagnostics row (and for a group not listed).
+    [[nodiscard]] std::optional<int> contagem(const Destino& destino) const;
+
+    // Scans the folder again in the background; the result (or error) arrives later.
+    void varrer();
+    // Records a decision for each file and saves the file once, even for an empty list.
+    void decidir(const std::vector<std::string>& ids, Decisao decisao);
+    // Moves the files to the Trash, marks the moved ones resolved and starts a new scan.
+    void moverParaLixeira(const std::vector<ItemTriado>& itens);
+    // Forgets decisions of files that are not in existentes; saves only if something went.
+    void podarDecisoes(const std::unordered_set<std::string>& existentes);
+    // Writes the decision file; failures are silent.
+    void salvarDecisoes() const;
+
+Q_SIGNALS:
+    void gruposChanged();
+    void raioXChanged();
+    void carregandoChanged();
+    void erroChanged();
+    void buscaChanged();
+    void decisoesChanged();
+    void selecaoChanged();
+    // A scan's result (or its error) has just been applied.
+    void varreduraTerminada();
+
+private:
+    struct Varredura;
+
+    [[nodiscard]] static Varredura varrerEmSegundoPlano(const std::string& pasta);
+    void aplicar(Varredura resultado);
+    void setCarregando(bool carregando);
+    void setErro(std::optional<QString> erro);
+
+    std::vector<GrupoOrigem> grupos_;
+    std::optional<RaioX> raioX_;
+    bool carregando_ = false;
+    std::optional<QString> erro_;
+    QString busca_;
+    std::unordered_map<std::string, Decisao> decisoes_;
+    Destino selecao_ = Destino::entrada();
+    std::string pasta_; // raw path bytes, as the scanner and the Trash take them
+    QString arquivoDecisoes_;
+};
+
+} // namespace tarrafa::app
