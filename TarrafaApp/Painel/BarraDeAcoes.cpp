@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Painel/BarraDeAcoes.hpp"
+
+#include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Selecao.hpp"
+
+#include <QEvent>
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+#include <set>
+
+namespace tarrafa::app {
+
+namespace {
+
+constexpr qreal kOpacidadeSemSelecao = 0.6;
+
+QPushButton* botao(const QString& texto, const char* nome, QWidget* pai)
+{
+    auto* b = new QPushButton(texto, pai);
+    b->setObjectName(QString::fromLatin1(nome));
+    b->setAutoDefault(false);
+    return b;
+}
+
+} // namespace
+
+BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
+    : QWidget(parent)
+    , modelo_(modelo)
+    , selecao_(selecao)
+    , alternar_(botao(QStringLiteral("Selecionar tudo"), "selecionarTudo", this))
+    , contagem_(new QLabel(this))
+    , adiar_(botao(QStringLiteral("Adiar"), "adiar", this))
+    , resolver_(botao(QStringLiteral("Resolver"), "resolver", this))
+    , lixeira_(botao(QStringLiteral("Mover para a Lixeira"), "moverParaLixeira", this))
+    , opacidade_(new QGraphicsOpacityEffect(this))
+{
+    setObjectName(QStringLiteral("barraDeAcoes"));
+    contagem_->setObjectName(QStringLiteral("contagemSelecionados"));
+    contagem_->setFont(aparencia::fonte(aparencia::kLegenda));
+    aplicarCores();
+
+    auto* linha = new QHBoxLayout(this);
+    linha->setContentsMargins(20, 10, 20, 10);
+    linha->setSpacing(8);
+    linha->addWidget(alternar_, 0, Qt::AlignVCenter);
+    linha->addWidget(contagem_, 0, Qt::AlignVCenter);
+    linha->addStretch(1);
+    linha->addWidget(adiar_, 0, Qt::AlignVCenter);
+    linha->addWidget(resolver_, 0, Qt::AlignVCenter);
+    linha->addWidget(lixeira_, 0, Qt::AlignVCenter);
+
+    setGraphicsEffect(opacidade_);
+
+    connect(alternar_, &QPushButton::clicked, this, &BarraDeAcoes::alternar);
+    connect(adiar_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::adiado); });
+    connect(resolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::resolvido); });
+    // The panel asks before anything moves, even with nothing chosen.
+    connect(lixeira_, &QPushButton::clicked, this, [this] { selecao_.setConfirmandoLixeira(true); });
+    connect(&selecao_, &Selecao::selecionadosChanged, this, &BarraDeAcoes::atualizar);
+    connect(&modelo_, &Modelo::carregandoChanged, this, &BarraDeAcoes::atualizar);
+    atualizar();
+}
+
+void BarraDeAcoes::setItens(std::vector<ItemTriado> itens)
+{
+    ids_.clear();
+    ids_.reserve(itens.size());
+    for (const ItemTriado& item : itens) {
+        ids_.push_back(item.id());
+    }
+    atualizar();
+}
+
+qreal BarraDeAcoes::opacidade() const
+{
+    return opacidade_->opacity();
+}
+
+QString BarraDeAcoes::textoDaContagem(std::size_t selecionados)
+{
+    if (selecionados == 0) {
+        return QStringLiteral("nenhum selecionado");
+    }
+    return QString::number(selecionados)
+        + (selecionados == 1 ? QStringLiteral(" selecionado") : QStringLiteral(" selecionados"));
+}
+
+void BarraDeAcoes::atualizar()
+{
+    const std::size_t escolhidos = selecao_.selecionados().size();
+    // Counts only: chosen files that left the list still count as chosen.
+    alternar_->setText(
+        escolhidos == ids_.size() ? QStringLiteral("Limpar seleção") : QStringLiteral("Selecionar tudo"));
+    contagem_->setText(textoDaContagem(escolhidos));
+    opacidade_->setOpacity(escolhidos == 0 ? kOpacidadeSemSelecao : 1.0);
+    // At full opacity the effect would only cost an off-screen pass.
+    opacidade_->setEnabled(escolhidos == 0);
+    setEnabled(!modelo_.carregando());
+}
+
+void BarraDeAcoes::alternar()
+{
+    if (selecao_.selecionados().size() != ids_.size()) {
+        selecao_.setSelecionados(std::set<std::string>(ids_.begin(), ids_.end()));
+    } else {
+        selecao_.setSelecionados({});
+    }
+}
+
+void BarraDeAcoes::decidirSelecionados(Decisao decisao)
+{
+    const std::set<std::string>& escolhidos = selecao_.selecionados();
+    const std::vector<std::string> ids(escolhidos.begin(), escolhidos.end());
+    modelo_.decidir(ids, decisao);
+    selecao_.setSelecionados({});
+}
+
+void BarraDeAcoes::aplicarCores()
+{
+    QPalette paleta = lixeira_->palette();
+    const QColor vermelho = aparencia::vermelho(palette());
+    for (const QPalette::ColorGroup grupo : {QPalette::Active, QPalette::Inactive}) {
+        paleta.setColor(grupo, QPalette::ButtonText, vermelho);
+    }
+    paleta.setColor(QPalette::Disabled, QPalette::ButtonText, aparencia::comOpacidade(vermelho, 0.45));
+    lixeira_->setPalette(paleta);
+
+    QPalette paletaDaContagem = contagem_->palette();
+    paletaDaContagem.setColor(QPalette::WindowText, aparencia::secundaria(palette()));
+    contagem_->setPalette(paletaDaContagem);
+}
+
+void BarraDeAcoes::changeEvent(QEvent* evento)
+{
+    if (evento->type() == QEvent::PaletteChange || evento->type() == QEvent::StyleChange) {
+        aplicarCores();
+    }
+    QWidget::changeEvent(evento);
+}
+
+} // namespace tarrafa::app

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaApp/Modelo/Decisao.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
+
+#include <QWidget>
+
+#include <string>
+#include <vector>
+
+class QGraphicsOpacityEffect;
+class QLabel;
+class QPushButton;
+
+namespace tarrafa::app {
+
+class Modelo;
+class Selecao;
+
+// The bar above the file list: select all or none, how many are chosen, and what to do
+// with them (postpone, resolve, move to the Trash after the panel asks). Its buttons stay
+// usable with nothing chosen; the bar is only dimmed then. During a scan it is disabled.
+class BarraDeAcoes final : public QWidget {
+    Q_OBJECT
+
+public:
+    BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent = nullptr);
+
+    // The list the bar acts on, the same the file list shows.
+    void setItens(std::vector<ItemTriado> itens);
+
+    [[nodiscard]] QPushButton& alternarSelecao() const noexcept { return *alternar_; }
+    [[nodiscard]] QLabel& contagem() const noexcept { return *contagem_; }
+    [[nodiscard]] QPushButton& adiar() const noexcept { return *adiar_; }
+    [[nodiscard]] QPushButton& resolver() const noexcept { return *resolver_; }
+    [[nodiscard]] QPushButton& moverParaLixeira() const noexcept { return *lixeira_; }
+    // 0.6 while nothing is chosen, 1 otherwise.
+    [[nodiscard]] qreal opacidade() const;
+
+    // "nenhum selecionado", "1 selecionado", "4 selecionados".
+    [[nodiscard]] static QString textoDaContagem(std::size_t selecionados);
+
+protected:
+    void changeEvent(QEvent* evento) override;
+
+private:
+    void atualizar();
+    void alternar();
+    void decidirSelecionados(Decisao decisao);
+    void aplicarCores();
+
+    Modelo& modelo_;
+    Selecao& selecao_;
+    QPushButton* alternar_;
+    QLabel* contagem_;
+    QPushButton* adiar_;
+    QPushButton* resolver_;
+    QPushButton* lixeira_;
+    QGraphicsOpacityEffect* opacidade_;
+    std::vector<std::string> ids_; // of the listed items, in order
+};
+
+} // namespace tarrafa::app

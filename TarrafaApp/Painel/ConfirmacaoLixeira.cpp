@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Simbolos.hpp"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace tarrafa::app {
+
+namespace {
+
+const char* const kPapel = "papel";
+
+QPushButton* botao(
+    const QString& texto, QDialogButtonBox::ButtonRole papel, const QString& nome, QWidget* pai)
+{
+    auto* novo = new QPushButton(texto, pai);
+    novo->setObjectName(nome);
+    novo->setProperty(kPapel, QVariant::fromValue(papel));
+    return novo;
+}
+
+} // namespace
+
+ConfirmacaoLixeira::ConfirmacaoLixeira(int quantidade, QWidget* parent)
+    : QDialog(parent)
+    , titulo_(new QLabel(this))
+    , mensagem_(new QLabel(this))
+    , cancelar_(
+          botao(QStringLiteral("Cancelar"), QDialogButtonBox::RejectRole, QStringLiteral("cancelar"), this))
+    , mover_(botao(QStringLiteral("Mover para a Lixeira"), QDialogButtonBox::DestructiveRole,
+          QStringLiteral("moverConfirmado"), this))
+{
+    setObjectName(QStringLiteral("confirmacaoLixeira"));
+    // The count is not pluralised and no noun follows it.
+    const QString titulo
+        = QStringLiteral("Mover ") + QString::number(quantidade) + QStringLiteral(" para a Lixeira?");
+    setWindowTitle(titulo);
+    setModal(true);
+    setWindowModality(Qt::WindowModal);
+
+    auto* icone = new QLabel(this);
+    icone->setObjectName(QStringLiteral("simbolo"));
+    icone->setPixmap(tingido(simbolo(u"exclamationmark.triangle"), QSize(40, 40), devicePixelRatioF(),
+        aparencia::laranja(palette())));
+    icone->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
+
+    titulo_->setObjectName(QStringLiteral("titulo"));
+    titulo_->setText(titulo);
+    titulo_->setTextFormat(Qt::PlainText);
+    titulo_->setWordWrap(true);
+    QFont fonte = titulo_->font();
+    fonte.setPointSizeF(fonte.pointSizeF() * 1.15);
+    fonte.setWeight(QFont::Bold);
+    titulo_->setFont(fonte);
+
+    mensagem_->setObjectName(QStringLiteral("mensagem"));
+    mensagem_->setText(
+        QStringLiteral("Os arquivos vão para a Lixeira do sistema e podem ser recuperados pelo "
+                       "gerenciador de arquivos. Nada é apagado de vez."));
+    mensagem_->setTextFormat(Qt::PlainText);
+    mensagem_->setWordWrap(true);
+
+    // Return must never destroy anything: the default button is the cancel one.
+    cancelar_->setDefault(true);
+    cancelar_->setAutoDefault(true);
+    mover_->setAutoDefault(false);
+    mover_->setProperty("destrutivo", true);
+    QPalette paleta = mover_->palette();
+    for (const QPalette::ColorGroup grupo : {QPalette::Active, QPalette::Inactive}) {
+        paleta.setColor(grupo, QPalette::ButtonText, aparencia::vermelho(paleta));
+    }
+    mover_->setPalette(paleta);
+    connect(cancelar_, &QPushButton::clicked, this, &QDialog::reject);
+    connect(mover_, &QPushButton::clicked, this, &QDialog::accept);
+
+    auto* textos = new QVBoxLayout;
+    textos->setSpacing(8);
+    textos->addWidget(titulo_);
+    textos->addWidget(mensagem_);
+    textos->addStretch(1);
+
+    auto* corpo = new QHBoxLayout;
+    corpo->setSpacing(16);
+    corpo->addWidget(icone, 0, Qt::AlignTop);
+    corpo->addLayout(textos, 1);
+
+    auto* botoesLinha = new QHBoxLayout;
+    botoesLinha->setSpacing(8);
+    botoesLinha->addStretch(1);
+    botoesLinha->addWidget(cancelar_);
+    botoesLinha->addWidget(mover_);
+
+    auto* tudo = new QVBoxLayout(this);
+    tudo->setContentsMargins(20, 20, 20, 16);
+    tudo->setSpacing(20);
+    tudo->addLayout(corpo, 1);
+    tudo->addLayout(botoesLinha);
+    tudo->setSizeConstraint(QLayout::SetFixedSize);
+    mensagem_->setFixedWidth(360);
+}
+
+QString ConfirmacaoLixeira::titulo() const
+{
+    return titulo_->text();
+}
+
+QString ConfirmacaoLixeira::mensagem() const
+{
+    return mensagem_->text();
+}
+
+QList<QPushButton*> ConfirmacaoLixeira::botoes() const
+{
+    QList<QPushButton*> todos = {cancelar_, mover_};
+    std::sort(todos.begin(), todos.end(),
+        [](const QPushButton* a, const QPushButton* b) { return a->geometry().x() < b->geometry().x(); });
+    return todos;
+}
+
+QDialogButtonBox::ButtonRole ConfirmacaoLixeira::papel(const QAbstractButton& botao)
+{
+    const QVariant papel = botao.property(kPapel);
+    return papel.isValid() ? papel.value<QDialogButtonBox::ButtonRole>() : QDialogButtonBox::InvalidRole;
+}
+
+} // namespace tarrafa::app

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QRect>
+#include <QString>
+#include <QStyledItemDelegate>
+
+#include <vector>
+
+namespace tarrafa::app {
+
+// Draws one file row: the folder or document symbol, the name in a fixed-width face (cut in
+// the middle when it is too long, so its start and its extension stay), the badge chips,
+// and the size at the far end.
+class DelegadoDeArquivos final : public QStyledItemDelegate {
+    Q_OBJECT
+
+public:
+    // Where each part of a row goes, for a given row rectangle; paint() draws exactly this.
+    struct Disposicao {
+        QRect fundo; // the rounded highlight of a selected row
+        QRect simbolo;
+        QRect nome;
+        QString nomeVisivel; // the name as drawn, possibly shortened
+        std::vector<QRect> selos; // one per chip shown; chips that do not fit are left out
+        QRect tamanho;
+    };
+
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] Disposicao dispor(const QStyleOptionViewItem& opcao, const QModelIndex& indice) const;
+
+    void paint(QPainter* pintor, const QStyleOptionViewItem& opcao, const QModelIndex& indice) const override;
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& opcao, const QModelIndex& indice) const override;
+};
+
+} // namespace tarrafa::app

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Painel/ListaDeArquivos.hpp"
+
+#include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/DelegadoDeArquivos.hpp"
+#include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
+#include "TarrafaApp/Painel/Revelar.hpp"
+#include "TarrafaApp/Painel/Selecao.hpp"
+
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QMouseEvent>
+
+#include <algorithm>
+#include <set>
+
+namespace tarrafa::app {
+
+ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* parent)
+    : QListView(parent)
+    , modelo_(modelo)
+    , selecao_(selecao)
+    , arquivos_(new ModeloDeArquivos(this))
+    , delegado_(new DelegadoDeArquivos(this))
+{
+    setObjectName(QStringLiteral("listaDeArquivos"));
+    setAccessibleName(QStringLiteral("Arquivos"));
+    setModel(arquivos_);
+    setItemDelegate(delegado_);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setUniformItemSizes(true); // one row measured, not thousands
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setFrameShape(QFrame::NoFrame);
+    setMouseTracking(true);
+    viewport()->setAttribute(Qt::WA_Hover);
+    setContentsMargins(0, 4, 0, 4);
+
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
+        &ListaDeArquivos::aoMudarSelecaoDaVista);
+    connect(&selecao_, &Selecao::selecionadosChanged, this, &ListaDeArquivos::aplicarSelecao);
+}
+
+const std::vector<ItemTriado>& ListaDeArquivos::itens() const noexcept
+{
+    return arquivos_->itens();
+}
+
+void ListaDeArquivos::setItens(std::vector<ItemTriado> itens)
+{
+    // The row with the keyboard focus stays the same file when it is still listed.
+    std::string atual;
+    if (currentIndex().isValid()) {
+        atual = arquivos_->item(currentIndex().row()).id();
+    }
+    aplicando_ = true;
+    const bool mudou = arquivos_->setItens(std::move(itens));
+    aplicando_ = false;
+    if (!mudou) {
+        return;
+    }
+    aplicarSelecao();
+    if (const auto linha = arquivos_->linhaDe(atual)) {
+        aplicando_ = true;
+        selectionModel()->setCurrentIndex(arquivos_->index(*linha), QItemSelectionModel::NoUpdate);
+        aplicando_ = false;
+    }
+}
+
+void ListaDeArquivos::selecionarTudo()
+{
+    selectAll();
+}
+
+void ListaDeArquivos::aoMudarSelecaoDaVista()
+{
+    if (aplicando_) {
+        return;
+    }
+    // What the person chose in the list is the whole selection now, as in any list.
+    std::set<std::string> escolhidos;
+    for (const QItemSelectionRange& faixa : selectionModel()->selection()) {
+        for (int linha = faixa.top(); linha <= faixa.bottom(); ++linha) {
+            escolhidos.insert(arquivos_->item(linha).id());
+        }
+    }
+    escrevendo_ = true;
+    selecao_.setSelecionados(std::move(escolhidos));
+    escrevendo_ = false;
+}
+
+void ListaDeArquivos::aplicarSelecao()
+{
+    if (escrevendo_) {
+        return; // the view already shows it; re-selecting would break a drag in progress
+    }
+    std::vector<int> linhas;
+    for (const std::string& id : selecao_.selecionados()) {
+        if (const auto linha = arquivos_->linhaDe(id)) {
+            linhas.push_back(*linha);
+        }
+    }
+    std::sort(linhas.begin(), linhas.end());
+    QItemSelection escolha;
+    for (std::size_t i = 0; i < linhas.size();) {
+        std::size_t fim = i;
+        while (fim + 1 < linhas.size() && linhas[fim + 1] == linhas[fim] + 1) {
+            ++fim;
+        }
+        escolha.select(arquivos_->index(linhas[i]), arquivos_->index(linhas[fim]));
+        i = fim + 1;
+    }
+    aplicando_ = true;
+    selectionModel()->select(escolha, QItemSelectionModel::ClearAndSelect);
+    aplicando_ = false;
+}
+
+QItemSelectionModel::SelectionFlags ListaDeArquivos::selectionCommand(
+    const QModelIndex& indice, const QEvent* evento) const
+{
+    // A right-click opens the row's menu and leaves the selection as it was.
+    if (evento
+        && (evento->type() == QEvent::MouseButtonPress || evento->type() == QEvent::MouseButtonRelease
+            || evento->type() == QEvent::MouseMove)) {
+        const auto* mouse = static_cast<const QMouseEvent*>(evento);
+        if (mouse->button() == Qt::RightButton || (mouse->buttons() & Qt::RightButton)) {
+            return QItemSelectionModel::NoUpdate;
+        }
+    }
+    return QListView::selectionCommand(indice, evento);
+}
+
+QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
+{
+    if (!indice.isValid()) {
+        return nullptr;
+    }
+    const std::string id = arquivos_->item(indice.row()).id();
+    auto* menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("menuDaLinha"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* mostrar = menu->addAction(QStringLiteral("Mostrar no gerenciador de arquivos"));
+    mostrar->setObjectName(QStringLiteral("mostrarNoGerenciador"));
+    connect(mostrar, &QAction::triggered, this, [id] { mostrarNoGerenciadorDeArquivos(id); });
+    menu->addSeparator();
+    const auto decisao = [&](const QString& texto, const char* nome, Decisao d) {
+        QAction* acao = menu->addAction(texto);
+        acao->setObjectName(QString::fromLatin1(nome));
+        connect(acao, &QAction::triggered, this, [this, id, d] { decidirUm(id, d); });
+    };
+    decisao(QStringLiteral("Adiar"), "adiarUm", Decisao::adiado);
+    decisao(QStringLiteral("Marcar como resolvido"), "resolverUm", Decisao::resolvido);
+    decisao(QStringLiteral("Ignorar"), "ignorarUm", Decisao::ignorado);
+    return menu;
+}
+
+void ListaDeArquivos::decidirUm(const std::string& id, Decisao decisao)
+{
+    modelo_.decidir({id}, decisao);
+}
+
+void ListaDeArquivos::contextMenuEvent(QContextMenuEvent* evento)
+{
+    QModelIndex indice;
+    QPoint onde = evento->globalPos();
+    if (evento->reason() == QContextMenuEvent::Keyboard) {
+        indice = currentIndex();
+        onde = viewport()->mapToGlobal(visualRect(indice).center());
+    } else {
+        indice = indexAt(evento->pos());
+    }
+    QMenu* menu = menuDaLinha(indice);
+    if (!menu) {
+        return;
+    }
+    evento->accept();
+    menu->popup(onde);
+}
+
+} // namespace tarrafa::app

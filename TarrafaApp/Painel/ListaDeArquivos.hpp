@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaApp/Modelo/Decisao.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
+
+#include <QListView>
+
+#include <string>
+#include <vector>
+
+class QMenu;
+
+namespace tarrafa::app {
+
+class DelegadoDeArquivos;
+class Modelo;
+class ModeloDeArquivos;
+class Selecao;
+
+// The flat list of files with the usual multiple selection (click, Ctrl-click, Shift-click,
+// Ctrl+A), kept in step with the panel's Selecao both ways. Each row's context menu acts on
+// that row alone and never touches the selection.
+class ListaDeArquivos final : public QListView {
+    Q_OBJECT
+
+public:
+    ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* parent = nullptr);
+
+    // The rows, in the order given. Chosen files stay chosen, also those no longer listed.
+    void setItens(std::vector<ItemTriado> itens);
+    [[nodiscard]] const std::vector<ItemTriado>& itens() const noexcept;
+    [[nodiscard]] ModeloDeArquivos& modeloDeArquivos() const noexcept { return *arquivos_; }
+    [[nodiscard]] DelegadoDeArquivos& delegado() const noexcept { return *delegado_; }
+
+    // Chooses every listed file, as Ctrl+A in the list does.
+    void selecionarTudo();
+
+    // The menu a right-click on a row opens, built for that row's file.
+    [[nodiscard]] QMenu* menuDaLinha(const QModelIndex& indice);
+
+protected:
+    void contextMenuEvent(QContextMenuEvent* evento) override;
+    [[nodiscard]] QItemSelectionModel::SelectionFlags selectionCommand(
+        const QModelIndex& indice, const QEvent* evento = nullptr) const override;
+
+private:
+    void aoMudarSelecaoDaVista();
+    void aplicarSelecao();
+    void decidirUm(const std::string& id, Decisao decisao);
+
+    Modelo& modelo_;
+    Selecao& selecao_;
+    ModeloDeArquivos* arquivos_;
+    DelegadoDeArquivos* delegado_;
+    bool aplicando_ = false; // the view is being set from Selecao: do not write it back
+    bool escrevendo_ = false; // Selecao is being set from the view: do not apply it back
+};
+
+} // namespace tarrafa::app

@@ -1,0 +1,343 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Painel/Painel.hpp"
+
+#include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/BarraDeAcoes.hpp"
+#include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+#include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
+#include "TarrafaApp/Painel/Escopo.hpp"
+#include "TarrafaApp/Painel/FaixaResumo.hpp"
+#include "TarrafaApp/Painel/IndicadorDeProgresso.hpp"
+#include "TarrafaApp/Painel/ListaDeArquivos.hpp"
+#include "TarrafaApp/Painel/ListaDeGrupos.hpp"
+#include "TarrafaApp/Painel/RaioXView.hpp"
+#include "TarrafaApp/Painel/Selecao.hpp"
+
+#include <QEvent>
+#include <QFrame>
+#include <QLabel>
+#include <QMetaObject>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace tarrafa::app {
+
+namespace {
+
+// Left and right of the title, lined up with the summary strip's cells below it.
+constexpr int kMargemDoCabecalho = 20;
+
+QFrame* divisor(QWidget* pai, const QString& nome)
+{
+    auto* linha = new QFrame(pai);
+    linha->setObjectName(nome);
+    linha->setFrameShape(QFrame::HLine);
+    linha->setFrameShadow(QFrame::Plain);
+    linha->setForegroundRole(QPalette::Mid);
+    linha->setFixedHeight(1);
+    return linha;
+}
+
+} // namespace
+
+Conteudo conteudoPara(const Modelo& modelo, const std::vector<ItemTriado>& itens)
+{
+    // The error wins over everything, the diagnostics screen included.
+    if (modelo.erro()) {
+        return Conteudo::erro;
+    }
+    const Destino destino = modelo.selecao();
+    if (destino.caso() == Destino::Caso::raioX) {
+        return Conteudo::raioX;
+    }
+    // A search of any length, blanks included, turns the inbox into a flat list of files.
+    if (destino.caso() == Destino::Caso::entrada && modelo.busca().isEmpty()) {
+        return Conteudo::grupos;
+    }
+    if (itens.empty()) {
+        return Conteudo::vazio;
+    }
+    return Conteudo::arquivos;
+}
+
+QString subtituloPara(const Destino& destino, std::size_t quantidade)
+{
+    if (destino.caso() == Destino::Caso::raioX) {
+        return QStringLiteral("diagnóstico da pasta");
+    }
+    if (quantidade == 1) {
+        return QStringLiteral("1 item");
+    }
+    return QString::number(quantidade) + QStringLiteral(" itens");
+}
+
+Painel::Painel(Modelo& modelo, QWidget* parent)
+    : QWidget(parent)
+    , modelo_(modelo)
+    , selecao_(new Selecao(this))
+    , destinoAnterior_(modelo.selecao())
+    , rotuloTitulo_(new QLabel(this))
+    , rotuloSubtitulo_(new QLabel(this))
+    , cabecalho_(new QWidget(this))
+    , faixa_(new FaixaResumo(this))
+    , divisor_(divisor(this, QStringLiteral("divisor")))
+    , pilha_(new QStackedWidget(this))
+    , erro_(new ConteudoIndisponivel(QStringLiteral("exclamationmark.triangle"),
+          QStringLiteral("Não deu para ler a pasta"), QString(), pilha_))
+    , raioX_(new RaioXView(modelo, pilha_))
+    , grupos_(new ListaDeGrupos(modelo, pilha_))
+    , vazio_(new ConteudoIndisponivel(QStringLiteral("tray"), QStringLiteral("Nada aqui"),
+          QStringLiteral("Nenhum arquivo neste estado."), pilha_))
+    , arquivos_(new QWidget(pilha_))
+    , barra_(new BarraDeAcoes(modelo, *selecao_, arquivos_))
+    , lista_(new ListaDeArquivos(modelo, *selecao_, arquivos_))
+    , indicador_(new IndicadorDeProgresso(this))
+{
+    setObjectName(QStringLiteral("painel"));
+    setBackgroundRole(QPalette::Window);
+    setAutoFillBackground(true);
+
+    rotuloTitulo_->setObjectName(QStringLiteral("tituloDoPainel"));
+    rotuloTitulo_->setTextFormat(Qt::PlainText);
+    rotuloTitulo_->setFont(aparencia::fonte(22, QFont::Bold));
+    rotuloTitulo_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    rotuloSubtitulo_->setObjectName(QStringLiteral("subtituloDoPainel"));
+    rotuloSubtitulo_->setTextFormat(Qt::PlainText);
+    rotuloSubtitulo_->setFont(aparencia::fonte(aparencia::kCorpo));
+    pintarSubtitulo();
+
+    cabecalho_->setObjectName(QStringLiteral("cabecalho"));
+    auto* linhasDoCabecalho = new QVBoxLayout(cabecalho_);
+    linhasDoCabecalho->setContentsMargins(kMargemDoCabecalho, 16, kMargemDoCabecalho, 2);
+    linhasDoCabecalho->setSpacing(2);
+    linhasDoCabecalho->addWidget(rotuloTitulo_);
+    linhasDoCabecalho->addWidget(rotuloSubtitulo_);
+
+    erro_->setObjectName(QStringLiteral("erro"));
+    vazio_->setObjectName(QStringLiteral("nadaAqui"));
+    arquivos_->setObjectName(QStringLiteral("arquivos"));
+    auto* linhasDosArquivos = new QVBoxLayout(arquivos_);
+    linhasDosArquivos->setContentsMargins(0, 0, 0, 0);
+    linhasDosArquivos->setSpacing(0);
+    linhasDosArquivos->addWidget(barra_);
+    linhasDosArquivos->addWidget(divisor(arquivos_, QStringLiteral("divisorDosArquivos")));
+    linhasDosArquivos->addWidget(lista_, 1);
+
+    pilha_->setObjectName(QStringLiteral("conteudo"));
+    pilha_->addWidget(erro_);
+    pilha_->addWidget(raioX_);
+    pilha_->addWidget(grupos_);
+    pilha_->addWidget(vazio_);
+    pilha_->addWidget(arquivos_);
+
+    auto* pilhaVertical = new QVBoxLayout(this);
+    pilhaVertical->setContentsMargins(0, 0, 0, 0);
+    pilhaVertical->setSpacing(0);
+    pilhaVertical->addWidget(cabecalho_);
+    pilhaVertical->addWidget(faixa_);
+    pilhaVertical->addWidget(divisor_);
+    pilhaVertical->addWidget(pilha_, 1);
+
+    indicador_->hide();
+    indicador_->raise();
+
+    connect(&modelo_, &Modelo::selecaoChanged, this, &Painel::aoMudarDestino);
+    for (auto sinal : {&Modelo::gruposChanged, &Modelo::raioXChanged, &Modelo::carregandoChanged,
+             &Modelo::erroChanged, &Modelo::buscaChanged, &Modelo::decisoesChanged}) {
+        connect(&modelo_, sinal, this, &Painel::agendar);
+    }
+    connect(selecao_, &Selecao::confirmandoLixeiraChanged, this, &Painel::aoPedirConfirmacao);
+    atualizar();
+}
+
+Painel::~Painel() = default;
+
+ConfirmacaoLixeira* Painel::confirmacao() const
+{
+    return confirmacao_.data();
+}
+
+void Painel::agendar()
+{
+    if (agendado_) {
+        return;
+    }
+    agendado_ = true;
+    // A scan ends with several signals at once; the panel reads the model once for all.
+    QMetaObject::invokeMethod(this, &Painel::atualizar, Qt::QueuedConnection);
+}
+
+void Painel::aoMudarDestino()
+{
+    const Destino destino = modelo_.selecao();
+    if (!(destino == destinoAnterior_)) {
+        destinoAnterior_ = destino;
+        selecao_->setSelecionados({});
+    }
+    agendar();
+}
+
+void Painel::atualizar()
+{
+    agendado_ = false;
+    const Destino destino = modelo_.selecao();
+    std::vector<ItemTriado> itens = modelo_.itens(destino);
+
+    const QString titulo = modelo_.titulo(destino);
+    subtitulo_ = subtituloPara(destino, itens.size());
+    rotuloTitulo_->setToolTip(titulo);
+    mostrarTitulo(titulo);
+    rotuloSubtitulo_->setText(subtitulo_);
+
+    // Before the first scan there are no figures to sum up: no strip at all.
+    if (const auto& raioX = modelo_.raioX()) {
+        // The open group's own figures; the whole folder everywhere else.
+        faixa_->mostrar(
+            *raioX, destino.caso() == Destino::Caso::grupo ? Escopo::doGrupo(itens) : Escopo::pasta());
+        faixa_->show();
+    } else {
+        faixa_->hide();
+    }
+
+    conteudo_ = conteudoPara(modelo_, itens);
+    switch (conteudo_) {
+    case Conteudo::erro:
+        erro_->setDescricao(*modelo_.erro());
+        pilha_->setCurrentWidget(erro_);
+        break;
+    case Conteudo::raioX:
+        pilha_->setCurrentWidget(raioX_);
+        break;
+    case Conteudo::grupos:
+        pilha_->setCurrentWidget(grupos_);
+        break;
+    case Conteudo::vazio:
+        pilha_->setCurrentWidget(vazio_);
+        break;
+    case Conteudo::arquivos:
+        // Handing the same rows again would only cost the list its scroll position.
+        if (itens != itensMostrados_) {
+            barra_->setItens(itens);
+            lista_->setItens(itens);
+            itensMostrados_ = std::move(itens);
+        }
+        pilha_->setCurrentWidget(arquivos_);
+        break;
+    }
+
+    indicador_->setVisible(modelo_.carregando());
+    posicionarIndicador();
+
+    if (titulo != titulo_) {
+        titulo_ = titulo;
+        Q_EMIT tituloChanged(titulo_);
+    }
+    Q_EMIT atualizado();
+}
+
+void Painel::changeEvent(QEvent* evento)
+{
+    QWidget::changeEvent(evento);
+    if (evento->type() == QEvent::PaletteChange) {
+        pintarSubtitulo();
+    }
+}
+
+void Painel::pintarSubtitulo()
+{
+    QPalette paleta = rotuloSubtitulo_->palette();
+    paleta.setColor(QPalette::WindowText, aparencia::secundaria(palette()));
+    rotuloSubtitulo_->setPalette(paleta);
+}
+
+void Painel::resizeEvent(QResizeEvent* evento)
+{
+    QWidget::resizeEvent(evento);
+    mostrarTitulo(titulo_);
+    posicionarIndicador();
+}
+
+void Painel::mostrarTitulo(const QString& titulo)
+{
+    // A long origin label is shortened at its end rather than cut off mid-letter.
+    const int largura = width() - 2 * kMargemDoCabecalho;
+    rotuloTitulo_->setText(
+        largura > 0 ? rotuloTitulo_->fontMetrics().elidedText(titulo, Qt::ElideRight, largura) : titulo);
+}
+
+void Painel::posicionarIndicador()
+{
+    QRect lugar = indicador_->rect();
+    lugar.moveCenter(rect().center());
+    indicador_->move(lugar.topLeft());
+    indicador_->raise();
+}
+
+void Painel::selecionarTudo()
+{
+    if (conteudo_ != Conteudo::arquivos) {
+        return;
+    }
+    std::set<std::string> todos;
+    for (const ItemTriado& item : modelo_.itens(modelo_.selecao())) {
+        todos.insert(item.id());
+    }
+    selecao_->setSelecionados(std::move(todos));
+}
+
+void Painel::pedirParaMoverSelecionados()
+{
+    if (conteudo_ != Conteudo::arquivos || modelo_.carregando() || selecao_->selecionados().empty()) {
+        return;
+    }
+    selecao_->setConfirmandoLixeira(true);
+}
+
+void Painel::responderProximaConfirmacao(Resposta resposta)
+{
+    proximaResposta_ = resposta;
+}
+
+void Painel::aoPedirConfirmacao()
+{
+    if (!selecao_->confirmandoLixeira() || confirmacao_) {
+        return;
+    }
+    auto* pergunta = new ConfirmacaoLixeira(static_cast<int>(selecao_->selecionados().size()), this);
+    pergunta->setAttribute(Qt::WA_DeleteOnClose);
+    confirmacao_ = pergunta;
+    connect(pergunta, &QDialog::finished, this, &Painel::aoResponder);
+    pergunta->open();
+    if (proximaResposta_) {
+        const Resposta resposta = *proximaResposta_;
+        proximaResposta_.reset();
+        (resposta == Resposta::mover ? pergunta->mover() : pergunta->cancelar())->click();
+    }
+}
+
+void Painel::aoResponder(int resultado)
+{
+    confirmacao_ = nullptr;
+    if (resultado == QDialog::Accepted) {
+        moverSelecionados();
+    }
+    selecao_->setConfirmandoLixeira(false);
+}
+
+void Painel::moverSelecionados()
+{
+    // Only what is still listed, in the list's order: a rescan may have taken some away.
+    const std::set<std::string>& escolhidos = selecao_->selecionados();
+    std::vector<ItemTriado> mover;
+    for (const ItemTriado& item : modelo_.itens(modelo_.selecao())) {
+        if (escolhidos.contains(item.id())) {
+            mover.push_back(item);
+        }
+    }
+    modelo_.moverParaLixeira(std::move(mover));
+    selecao_->setSelecionados({});
+}
+
+} // namespace tarrafa::app

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+
+#include <string>
+
+namespace tarrafa::app {
+
+// Asks the desktop's file manager to show the file, selected, in its folder
+// (org.freedesktop.FileManager1.ShowItems on the session bus). Where no file manager
+// answers, or there is no session bus, the containing folder is opened instead. Nothing
+// is reported: a file that is gone simply shows nothing.
+void mostrarNoGerenciadorDeArquivos(const std::string& caminho);
+
+// The file:// URI of a path, percent-encoding its exact bytes, so a name that is not
+// valid UTF-8 still points at the right file.
+[[nodiscard]] QString uriDoArquivo(const std::string& caminho);
+
+} // namespace tarrafa::app

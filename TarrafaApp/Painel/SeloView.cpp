@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Painel/SeloView.hpp"
+
+#include "TarrafaApp/Painel/Aparencia.hpp"
+
+#include <QFontMetrics>
+#include <QPainter>
+#include <QPainterPath>
+
+namespace tarrafa::app {
+
+namespace {
+
+constexpr int kRecuoHorizontal = 8;
+constexpr int kRecuoVertical = 2;
+
+} // namespace
+
+namespace chip {
+
+QFont fonte()
+{
+    return aparencia::fonte(11, QFont::Medium);
+}
+
+QSize tamanho(const QFontMetrics& metricas, const QString& rotulo)
+{
+    return {
+        metricas.horizontalAdvance(rotulo) + 2 * kRecuoHorizontal, metricas.height() + 2 * kRecuoVertical};
+}
+
+void desenhar(QPainter& pintor, const QRect& retangulo, const QString& rotulo, const QColor& cor)
+{
+    pintor.save();
+    pintor.setRenderHint(QPainter::Antialiasing);
+    const QRectF pilula = QRectF(retangulo);
+    const qreal raio = pilula.height() / 2.0;
+    QPainterPath caminho;
+    caminho.addRoundedRect(pilula, raio, raio);
+    pintor.fillPath(caminho, aparencia::comOpacidade(cor, aparencia::kOpacidadeDoFundoDoSelo));
+    pintor.setPen(cor);
+    pintor.drawText(retangulo.adjusted(kRecuoHorizontal, 0, -kRecuoHorizontal, 0),
+        Qt::AlignCenter | Qt::TextSingleLine, rotulo);
+    pintor.restore();
+}
+
+} // namespace chip
+
+SeloView::SeloView(Selo selo, QWidget* parent)
+    : QWidget(parent)
+    , selo_(std::move(selo))
+{
+    setFont(chip::fonte());
+    setAccessibleName(rotulo());
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+QString SeloView::rotulo() const
+{
+    return QString::fromStdString(selo_.rotulo());
+}
+
+QSize SeloView::sizeHint() const
+{
+    return chip::tamanho(fontMetrics(), rotulo());
+}
+
+void SeloView::paintEvent(QPaintEvent*)
+{
+    QPainter pintor(this);
+    pintor.setFont(font());
+    chip::desenhar(pintor, rect(), rotulo(), aparencia::corDoTom(selo_.tom(), palette()));
+}
+
+} // namespace tarrafa::app

@@ -1,0 +1,506 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The file list and its action bar, driven with clicks and keys: selection in both
+// directions, the bar's labels, counts and dimming, the per-row menu, names cut in the
+// middle, symbols and badge colours.
+#include "Bancada.hpp"
+#include "Downloads.hpp"
+#include "Registro.hpp"
+
+#include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/BarraDeAcoes.hpp"
+#include "TarrafaApp/Painel/DelegadoDeArquivos.hpp"
+#include "TarrafaApp/Painel/ListaDeArquivos.hpp"
+#include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
+#include "TarrafaApp/Painel/SeloView.hpp"
+#include "TarrafaCore/Formato.hpp"
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QTest>
+
+namespace tarrafa::app::teste {
+
+namespace {
+
+const std::string kOrigem = "https://arquivos.exemplo.com.br/pagina";
+const Destino kGrupo = Destino::grupo("host:arquivos.exemplo.com.br");
+
+// A folder of four files from one origin.
+std::unique_ptr<Modelo> quatroArquivos(const Downloads& downloads)
+{
+    for (const char* nome :
+        {"ata-da-reuniao.docx", "contrato-social.pdf", "orcamento-anual.xlsx", "planta-baixa.dwg"}) {
+        downloads.criar({.nome = nome, .origem = kOrigem});
+    }
+    return downloads.modelo();
+}
+
+DelegadoDeArquivos::Disposicao disposicao(const Bancada& b, int linha)
+{
+    QStyleOptionViewItem opcao;
+    opcao.initFrom(b.lista->viewport());
+    opcao.rect = b.lista->visualRect(b.lista->model()->index(linha, 0));
+    return b.lista->delegado().dispor(opcao, b.lista->model()->index(linha, 0));
+}
+
+QMenu* menuAberto()
+{
+    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+QAction* acao(QMenu& menu, const QString& texto)
+{
+    for (QAction* a : menu.actions()) {
+        if (a->text() == texto) {
+            return a;
+        }
+    }
+    return nullptr;
+}
+
+// Two colours differ by no more than a rounding step in any channel.
+bool quaseIgual(const QColor& a, const QColor& b)
+{
+    return std::abs(a.red() - b.red()) <= 3 && std::abs(a.green() - b.green()) <= 3
+        && std::abs(a.blue() - b.blue()) <= 3;
+}
+
+QColor sobre(const QColor& frente, const QColor& fundo)
+{
+    const float a = frente.alphaF();
+    return QColor::fromRgbF(frente.redF() * a + fundo.redF() * (1 - a),
+        frente.greenF() * a + fundo.greenF() * (1 - a), frente.blueF() * a + fundo.blueF() * (1 - a));
+}
+
+} // namespace
+
+class ArquivosTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void semSelecaoABarraFicaApagadaMasResponde()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        QAbstractItemModelTester testador(
+            b.lista->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+        auto* contagem = b.janela.findChild<QLabel*>(QStringLiteral("contagemSelecionados"));
+        auto* alternar = b.janela.findChild<QPushButton*>(QStringLiteral("selecionarTudo"));
+        QVERIFY(contagem && alternar);
+        QCOMPARE(contagem->text(), QStringLiteral("nenhum selecionado"));
+        QCOMPARE(alternar->text(), QStringLiteral("Selecionar tudo"));
+        QCOMPARE(b.barra->opacidade(), 0.6);
+        QVERIFY(b.barra->graphicsEffect()->isEnabled());
+        for (const char* nome : {"selecionarTudo", "adiar", "resolver", "moverParaLixeira"}) {
+            QVERIFY(b.janela.findChild<QPushButton*>(QString::fromLatin1(nome))->isEnabled());
+        }
+        capturar(b.janela, QStringLiteral("arquivos-sem-selecao"));
+
+        // Still clickable: postponing and resolving nothing decide nothing, the Trash asks.
+        QTest::mouseClick(&b.barra->adiar(), Qt::LeftButton);
+        QTest::mouseClick(&b.barra->resolver(), Qt::LeftButton);
+        QVERIFY(modelo->decisoes().empty());
+        QVERIFY(!b.selecao.confirmandoLixeira());
+        QTest::mouseClick(&b.barra->moverParaLixeira(), Qt::LeftButton);
+        QVERIFY(b.selecao.confirmandoLixeira());
+        QCOMPARE(b.lista->model()->rowCount(), 4);
+
+        // Nothing listed and nothing chosen: the counts are equal, so the toggle offers to clear.
+        b.barra->setItens({});
+        QCOMPARE(alternar->text(), QStringLiteral("Limpar seleção"));
+        QCOMPARE(contagem->text(), QStringLiteral("nenhum selecionado"));
+    }
+
+    void alternarSelecionaTudoEDepoisLimpa()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        QPushButton& alternar = b.barra->alternarSelecao();
+
+        QTest::mouseClick(&alternar, Qt::LeftButton);
+        std::set<std::string> todos;
+        for (int i = 0; i < 4; ++i) {
+            todos.insert(b.id(i));
+        }
+        QCOMPARE(b.selecao.selecionados(), todos);
+        QCOMPARE(b.selecionadosNaLista(), todos);
+        QCOMPARE(alternar.text(), QStringLiteral("Limpar seleção"));
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("4 selecionados"));
+        QCOMPARE(b.barra->opacidade(), 1.0);
+        capturar(b.janela, QStringLiteral("arquivos-todos"));
+
+        QTest::mouseClick(&alternar, Qt::LeftButton);
+        QVERIFY(b.selecao.selecionados().empty());
+        QVERIFY(b.selecionadosNaLista().empty());
+        QCOMPARE(alternar.text(), QStringLiteral("Selecionar tudo"));
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("nenhum selecionado"));
+        QCOMPARE(b.barra->opacidade(), 0.6);
+    }
+
+    void umSelecionadoEDoisSelecionados()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+
+        b.clicar(1);
+        QCOMPARE(b.selecao.selecionados(), std::set<std::string> {b.id(1)});
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("1 selecionado"));
+        QCOMPARE(b.barra->alternarSelecao().text(), QStringLiteral("Selecionar tudo"));
+
+        b.clicar(3, Qt::ControlModifier);
+        QCOMPARE(b.selecao.selecionados(), (std::set<std::string> {b.id(1), b.id(3)}));
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("2 selecionados"));
+
+        // Shift extends from the anchor; a plain click starts again.
+        b.clicar(0);
+        b.clicar(2, Qt::ShiftModifier);
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("3 selecionados"));
+        b.clicar(3);
+        QCOMPARE(b.selecao.selecionados(), std::set<std::string> {b.id(3)});
+        capturar(b.janela, QStringLiteral("arquivos-um"));
+
+        // Ctrl-click on a chosen row lets it go.
+        b.clicar(3, Qt::ControlModifier);
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("nenhum selecionado"));
+    }
+
+    void ctrlANaListaSelecionaTudo()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        b.lista->setFocus();
+        QTest::keyClick(b.lista, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(b.selecao.selecionados().size(), std::size_t(4));
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("4 selecionados"));
+        QCOMPARE(b.barra->alternarSelecao().text(), QStringLiteral("Limpar seleção"));
+    }
+
+    void selecaoDeForaAparecenaListaESobreviveAoFiltro()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        QAbstractItemModelTester testador(
+            b.lista->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const std::string contrato = b.id(b.linhaDe("contrato-social.pdf"));
+        const std::string ata = b.id(b.linhaDe("ata-da-reuniao.docx"));
+        b.selecao.setSelecionados({contrato, ata});
+        QCOMPARE(b.selecionadosNaLista(), (std::set<std::string> {contrato, ata}));
+
+        // The search hides one of them: it stays chosen, and counts.
+        modelo->setBusca(QStringLiteral("CONTRATO"));
+        QCOMPARE(b.lista->model()->rowCount(), 1);
+        QCOMPARE(b.selecao.selecionados(), (std::set<std::string> {contrato, ata}));
+        QCOMPARE(b.selecionadosNaLista(), std::set<std::string> {contrato});
+        QCOMPARE(b.barra->contagem().text(), QStringLiteral("2 selecionados"));
+        QCOMPARE(b.barra->alternarSelecao().text(), QStringLiteral("Selecionar tudo"));
+        modelo->setBusca(QString());
+        QCOMPARE(b.selecionadosNaLista(), (std::set<std::string> {contrato, ata}));
+    }
+
+    void nomeMuitoLongoECortadoNoMeio()
+    {
+        Downloads downloads;
+        const std::string longo = "Relatorio-trimestral-consolidado-da-diretoria-financeira-com-anexos-"
+                                  "e-demonstrativos-de-resultados-versao-revisada-pelo-conselho-final.pdf";
+        downloads.criar({.nome = longo, .origem = kOrigem});
+        downloads.criar({.nome = "curto.pdf", .origem = kOrigem});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        capturar(b.janela, QStringLiteral("arquivos-nome-longo"));
+
+        const QString nome = QString::fromStdString(longo);
+        const DelegadoDeArquivos::Disposicao d = disposicao(b, b.linhaDe(longo));
+        const QString visivel = d.nomeVisivel;
+        QVERIFY2(visivel.contains(QChar(0x2026)), qPrintable(visivel));
+        QVERIFY(visivel.size() < nome.size());
+        // Its start and its extension both remain.
+        QVERIFY2(visivel.startsWith(QStringLiteral("Relatorio-tri")), qPrintable(visivel));
+        QVERIFY2(visivel.endsWith(QStringLiteral("final.pdf")), qPrintable(visivel));
+        QVERIFY(!visivel.endsWith(QChar(0x2026)));
+        // Nothing overlaps: name, then chips, then the size at the far end.
+        QVERIFY(d.nome.right() < d.tamanho.left());
+        for (const QRect& selo : d.selos) {
+            QVERIFY(selo.left() > d.nome.right());
+            QVERIFY(selo.right() < d.tamanho.left());
+        }
+
+        // A short name is whole, and the narrower the list the more is cut, always inside.
+        QCOMPARE(disposicao(b, b.linhaDe("curto.pdf")).nomeVisivel, QStringLiteral("curto.pdf"));
+        b.janela.resize(420, 300);
+        QTRY_COMPARE(b.lista->viewport()->width(), b.janela.width());
+        const QString estreito = disposicao(b, b.linhaDe(longo)).nomeVisivel;
+        QVERIFY(estreito.size() < visivel.size());
+        QVERIFY(estreito.endsWith(QStringLiteral(".pdf")));
+        capturar(b.janela, QStringLiteral("arquivos-nome-longo-estreito"));
+    }
+
+    void ignorarPeloMenuDecideSoAquelaLinha()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        b.clicar(0);
+        b.clicar(1, Qt::ControlModifier);
+        b.clicar(2, Qt::ControlModifier);
+        const std::set<std::string> escolhidos {b.id(0), b.id(1), b.id(2)};
+        QCOMPARE(b.selecao.selecionados(), escolhidos);
+        const std::string alvo = b.id(1);
+
+        b.clicarComODireito(1);
+        QTRY_VERIFY(menuAberto());
+        QMenu* menu = menuAberto();
+        // The right-click changed nothing in the selection.
+        QCOMPARE(b.selecao.selecionados(), escolhidos);
+        QCOMPARE(b.selecionadosNaLista(), escolhidos);
+        const QList<QAction*> acoes = menu->actions();
+        QCOMPARE(acoes.size(), 5);
+        QCOMPARE(acoes[0]->text(), QStringLiteral("Mostrar no gerenciador de arquivos"));
+        QVERIFY(acoes[1]->isSeparator());
+        QCOMPARE(acoes[2]->text(), QStringLiteral("Adiar"));
+        QCOMPARE(acoes[3]->text(), QStringLiteral("Marcar como resolvido"));
+        QCOMPARE(acoes[4]->text(), QStringLiteral("Ignorar"));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        capturar(*menu, QStringLiteral("arquivos-menu"));
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(acoes[4]).center());
+        QTRY_VERIFY(!menuAberto());
+
+        QVERIFY(modelo->decisao(alvo) == Decisao::ignorado);
+        QCOMPARE(modelo->decisoes().size(), std::size_t(1));
+        QCOMPARE(b.selecao.selecionados(), escolhidos);
+        // A group still lists its ignored files.
+        QCOMPARE(b.lista->model()->rowCount(), 4);
+        QCOMPARE(b.selecionadosNaLista(), escolhidos);
+
+        // A row outside the selection: its menu acts on it, and selects nothing.
+        const std::string fora = b.id(3);
+        b.clicarComODireito(3);
+        QTRY_VERIFY(menuAberto());
+        QCOMPARE(b.selecao.selecionados(), escolhidos);
+        QTest::mouseClick(menuAberto(), Qt::LeftButton, {},
+            menuAberto()
+                ->actionGeometry(acao(*menuAberto(), QStringLiteral("Marcar como resolvido")))
+                .center());
+        QTRY_VERIFY(!menuAberto());
+        QVERIFY(modelo->decisao(fora) == Decisao::resolvido);
+        QCOMPARE(modelo->decisoes().size(), std::size_t(2));
+        // Resolved files leave the group's list; the selection is left as it was.
+        QCOMPARE(b.lista->model()->rowCount(), 3);
+        QCOMPARE(b.selecao.selecionados(), escolhidos);
+
+        // From the keyboard the menu is for the current row.
+        b.lista->setFocus();
+        b.lista->setCurrentIndex(b.lista->model()->index(0, 0));
+        const std::string primeiro = b.id(0);
+        QContextMenuEvent teclado(
+            QContextMenuEvent::Keyboard, QPoint(), b.lista->viewport()->mapToGlobal(QPoint()));
+        QApplication::sendEvent(b.lista->viewport(), &teclado);
+        QTRY_VERIFY(menuAberto());
+        QTest::mouseClick(menuAberto(), Qt::LeftButton, {},
+            menuAberto()->actionGeometry(acao(*menuAberto(), QStringLiteral("Adiar"))).center());
+        QTRY_VERIFY(!menuAberto());
+        QVERIFY(modelo->decisao(primeiro) == Decisao::adiado);
+    }
+
+    void adiarEResolverDecidemOsEscolhidosEEsvaziam()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const std::string a = b.id(0);
+        const std::string c = b.id(2);
+        b.clicar(0);
+        b.clicar(2, Qt::ControlModifier);
+        QTest::mouseClick(&b.barra->adiar(), Qt::LeftButton);
+        QVERIFY(modelo->decisao(a) == Decisao::adiado);
+        QVERIFY(modelo->decisao(c) == Decisao::adiado);
+        QCOMPARE(modelo->decisoes().size(), std::size_t(2));
+        QVERIFY(b.selecao.selecionados().empty());
+        QVERIFY(b.selecionadosNaLista().empty());
+
+        const std::string d = b.id(3);
+        b.clicar(3);
+        QTest::mouseClick(&b.barra->resolver(), Qt::LeftButton);
+        QVERIFY(modelo->decisao(d) == Decisao::resolvido);
+        QVERIFY(b.selecao.selecionados().empty());
+        QCOMPARE(b.lista->model()->rowCount(), 3);
+    }
+
+    void barraDesligadaDuranteAVarredura()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        QVERIFY(b.barra->isEnabled());
+        modelo->varrer();
+        QVERIFY(!b.barra->isEnabled());
+        for (QPushButton* botao : {&b.barra->alternarSelecao(), &b.barra->adiar(), &b.barra->resolver(),
+                 &b.barra->moverParaLixeira()}) {
+            QVERIFY(!botao->isEnabled());
+        }
+        QTest::mouseClick(&b.barra->alternarSelecao(), Qt::LeftButton);
+        QVERIFY(b.selecao.selecionados().empty());
+        QVERIFY(esperarVarredura(*modelo));
+        QVERIFY(b.barra->isEnabled());
+        QVERIFY(b.barra->adiar().isEnabled());
+    }
+
+    void pastaMostraPastaEODemaisDocumento()
+    {
+        Downloads downloads;
+        downloads.criar({.nome = "fotos-da-viagem", .origem = kOrigem, .pasta = true});
+        downloads.criar({.nome = "roteiro.pdf", .origem = kOrigem});
+        downloads.criar({.nome = "sem-extensao", .origem = kOrigem});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const auto simboloDe = [&](const char* nome) {
+            return b.lista->model()
+                ->index(b.linhaDe(nome), 0)
+                .data(ModeloDeArquivos::PapelSimbolo)
+                .toString();
+        };
+        QCOMPARE(simboloDe("fotos-da-viagem"), QStringLiteral("folder"));
+        QCOMPARE(simboloDe("roteiro.pdf"), QStringLiteral("doc"));
+        QCOMPARE(simboloDe("sem-extensao"), QStringLiteral("doc"));
+
+        // And that is what is drawn at the start of each row.
+        const QImage tela = b.lista->viewport()->grab().toImage();
+        const auto recorte = [&](const char* nome) {
+            const QRect r = disposicao(b, b.linhaDe(nome)).simbolo;
+            return tela.copy(
+                QRect(r.topLeft() * tela.devicePixelRatio(), r.size() * tela.devicePixelRatio()));
+        };
+        QVERIFY(recorte("fotos-da-viagem") != recorte("roteiro.pdf"));
+        QCOMPARE(recorte("roteiro.pdf"), recorte("sem-extensao"));
+        capturar(b.janela, QStringLiteral("arquivos-pasta-e-documentos"));
+    }
+
+    void selosColoridosPeloTom()
+    {
+        Downloads downloads;
+        // A copy (orange), a file opened on a day (green), a series (blue), and badges in grey.
+        downloads.criar({.nome = "proposta comercial (1).pdf", .origem = kOrigem, .baixadoHaDias = 3});
+        downloads.criar(
+            {.nome = "ata-de-reuniao.docx", .origem = kOrigem, .baixadoHaDias = 9, .usadoHaDias = 2});
+        downloads.criar({.nome = "extrato-janeiro.pdf", .origem = kOrigem, .baixadoHaDias = 4});
+        downloads.criar({.nome = "extrato-janeiro.xlsx", .origem = kOrigem, .baixadoHaDias = 4});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        capturar(b.janela, QStringLiteral("arquivos-selos"));
+
+        const QImage tela = b.lista->viewport()->grab().toImage();
+        const QPalette paleta = b.lista->viewport()->palette();
+        const QColor fundo = paleta.color(QPalette::Base);
+        std::set<Selo::Tom> vistos;
+        for (int linha = 0; linha < b.lista->model()->rowCount(); ++linha) {
+            const QModelIndex indice = b.lista->model()->index(linha, 0);
+            const QVariantList tons = indice.data(ModeloDeArquivos::PapelTons).toList();
+            const DelegadoDeArquivos::Disposicao d = disposicao(b, linha);
+            QCOMPARE(d.selos.size(), std::size_t(tons.size()));
+            for (std::size_t i = 0; i < d.selos.size(); ++i) {
+                const auto tom = static_cast<Selo::Tom>(tons[qsizetype(i)].toInt());
+                vistos.insert(tom);
+                // Left of the text, inside the pill: the tone at 0.16 over the row.
+                const QColor cor = aparencia::corDoTom(tom, paleta, QPalette::Text);
+                const QPoint ponto(d.selos[i].left() + 4, d.selos[i].center().y());
+                const QColor visto = tela.pixelColor(ponto * tela.devicePixelRatio());
+                const QColor esperado
+                    = sobre(aparencia::comOpacidade(cor, aparencia::kOpacidadeDoFundoDoSelo), fundo);
+                QVERIFY2(quaseIgual(visto, esperado),
+                    qPrintable(indice.data().toString() + QStringLiteral(": ") + visto.name()
+                        + QStringLiteral(" != ") + esperado.name()));
+            }
+        }
+        QCOMPARE(vistos,
+            (std::set<Selo::Tom> {Selo::Tom::neutro, Selo::Tom::aviso, Selo::Tom::ok, Selo::Tom::info}));
+        QCOMPARE(aparencia::corDoTom(Selo::Tom::aviso, paleta), aparencia::laranja(paleta));
+        QCOMPARE(aparencia::corDoTom(Selo::Tom::ok, paleta), aparencia::verde(paleta));
+        QCOMPARE(aparencia::corDoTom(Selo::Tom::info, paleta), aparencia::azul(paleta));
+        QCOMPARE(aparencia::corDoTom(Selo::Tom::neutro, paleta), aparencia::secundaria(paleta));
+    }
+
+    void seloSozinhoTemAMesmaPilula()
+    {
+        QWidget fundo;
+        fundo.setAutoFillBackground(true);
+        auto* linha = new QHBoxLayout(&fundo);
+        std::vector<SeloView*> selos;
+        for (const Selo& selo : {Selo::nuncaAberto(), Selo::sufixoDeCopia(), Selo::instaladorUsado(),
+                 Selo::pareceRelacionado(2)}) {
+            selos.push_back(new SeloView(selo, &fundo));
+            linha->addWidget(selos.back());
+        }
+        fundo.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&fundo));
+        capturar(fundo, QStringLiteral("selos"));
+        const QImage imagem = fundo.grab().toImage();
+        for (SeloView* vista : selos) {
+            QCOMPARE(vista->rotulo(), QString::fromStdString(vista->selo().rotulo()));
+            QCOMPARE(vista->size(), chip::tamanho(QFontMetrics(chip::fonte()), vista->rotulo()));
+            const QColor cor = aparencia::corDoTom(vista->selo().tom(), fundo.palette());
+            const QPoint ponto = vista->geometry().topLeft() + QPoint(4, vista->height() / 2);
+            const QColor esperado = sobre(aparencia::comOpacidade(cor, aparencia::kOpacidadeDoFundoDoSelo),
+                fundo.palette().color(QPalette::Window));
+            QVERIFY(quaseIgual(imagem.pixelColor(ponto * imagem.devicePixelRatio()), esperado));
+        }
+        QVERIFY(selos[1]->rotulo() == QStringLiteral("sufixo de cópia"));
+    }
+
+    void tamanhoNoFimDaLinha()
+    {
+        Downloads downloads;
+        downloads.criar({.nome = "video.mp4", .tamanho = 1500000, .origem = kOrigem});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const QModelIndex indice = b.lista->model()->index(0, 0);
+        QCOMPARE(indice.data(ModeloDeArquivos::PapelTamanho).toString(), QStringLiteral("1,5 MB"));
+        const DelegadoDeArquivos::Disposicao d = disposicao(b, 0);
+        const QRect linha = b.lista->visualRect(indice);
+        // Right-aligned, inside the row's rounded highlight.
+        QVERIFY(d.tamanho.right() < linha.right());
+        QVERIFY(d.tamanho.right() > linha.right() - 40);
+        QVERIFY(d.fundo.contains(d.tamanho));
+    }
+};
+
+} // namespace tarrafa::app::teste
+
+using tarrafa::app::teste::ArquivosTest;
+TARRAFA_TESTE_DO_PAINEL(ArquivosTest)
+
+#include "ArquivosTest.moc"

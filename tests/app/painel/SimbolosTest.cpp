@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Symbols: every name the screens use shows something, from the icon theme when it has the
+// icon, from our own drawings when it does not (or when there is no theme at all).
+#include "Registro.hpp"
+
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Simbolos.hpp"
+
+#include <QDir>
+#include <QFile>
+#include <QFontInfo>
+#include <QFontMetrics>
+#include <QImage>
+#include <QPainter>
+#include <QTest>
+
+namespace tarrafa::app::teste {
+
+namespace {
+
+int pixelsVisiveis(const QImage& imagem)
+{
+    int visiveis = 0;
+    for (int y = 0; y < imagem.height(); ++y) {
+        for (int x = 0; x < imagem.width(); ++x) {
+            if (qAlpha(imagem.pixel(x, y)) > 32) {
+                ++visiveis;
+            }
+        }
+    }
+    return visiveis;
+}
+
+// Every symbol name the panels and the sidebar ask for.
+const QStringList kUsados {QStringLiteral("tray.full"), QStringLiteral("clock"),
+    QStringLiteral("checkmark.circle"), QStringLiteral("chart.bar.doc.horizontal"),
+    QStringLiteral("questionmark.circle"), QStringLiteral("shippingbox"),
+    QStringLiteral("person.crop.square"), QStringLiteral("bubble.left.and.bubble.right"),
+    QStringLiteral("chevron.left.forwardslash.chevron.right"), QStringLiteral("externaldrive"),
+    QStringLiteral("envelope"), QStringLiteral("globe"), QStringLiteral("arrow.clockwise"),
+    QStringLiteral("exclamationmark.triangle"), QStringLiteral("tray"), QStringLiteral("info.circle"),
+    QStringLiteral("folder"), QStringLiteral("doc"), QStringLiteral("chevron.right")};
+
+} // namespace
+
+class SimbolosTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        temaAnterior_ = QIcon::themeName();
+        caminhosAnteriores_ = QIcon::themeSearchPaths();
+    }
+
+    void cleanup()
+    {
+        QIcon::setThemeSearchPaths(caminhosAnteriores_);
+        QIcon::setThemeName(temaAnterior_);
+    }
+
+    void semTemaTodoSimboloAparece()
+    {
+        QIcon::setThemeSearchPaths({});
+        QIcon::setThemeName(QString());
+        QCOMPARE(simbolosConhecidos(), kUsados);
+        std::vector<QImage> desenhos;
+        for (const QString& nome : kUsados) {
+            const QIcon icone = simbolo(nome);
+            QVERIFY2(!icone.isNull(), qPrintable(nome));
+            QVERIFY2(!nomesNoTema(nome).isEmpty(), qPrintable(nome));
+            const QImage imagem = icone.pixmap(QSize(32, 32), 1.0).toImage();
+            QCOMPARE(imagem.size(), QSize(32, 32));
+            // A line drawing: clearly something, clearly not a filled square.
+            const int visiveis = pixelsVisiveis(imagem);
+            QVERIFY2(visiveis > 40, qPrintable(nome));
+            QVERIFY2(visiveis < 32 * 32 * 3 / 4, qPrintable(nome));
+            desenhos.push_back(imagem);
+        }
+        const QString capturas = qEnvironmentVariable("TARRAFA_CAPTURAS");
+        if (!capturas.isEmpty()) {
+            QImage folha(QSize(static_cast<int>(kUsados.size()) * 44, 60) * 2, QImage::Format_ARGB32);
+            folha.setDevicePixelRatio(2);
+            folha.fill(QGuiApplication::palette().color(QPalette::Window));
+            QPainter pintor(&folha);
+            for (int i = 0; i < static_cast<int>(kUsados.size()); ++i) {
+                simbolo(kUsados[i]).paint(&pintor, QRect(i * 44 + 14, 6, 16, 16));
+                simbolo(kUsados[i]).paint(&pintor, QRect(i * 44 + 6, 26, 32, 32));
+            }
+            pintor.end();
+            QDir().mkpath(capturas);
+            folha.save(capturas + QStringLiteral("/simbolos.png"));
+        }
+        // No two symbols share a drawing.
+        for (std::size_t i = 0; i < desenhos.size(); ++i) {
+            for (std::size_t j = i + 1; j < desenhos.size(); ++j) {
+                QVERIFY2(desenhos[i] != desenhos[j],
+                    qPrintable(kUsados[int(i)] + QStringLiteral(" = ") + kUsados[int(j)]));
+            }
+        }
+    }
+
+    void desenhoSegueAPaletaEOModo()
+    {
+        const QIcon icone = simboloDesenhado(u"folder");
+        const QImage normal = icone.pixmap(QSize(24, 24), 2.0).toImage();
+        QCOMPARE(normal.size(), QSize(48, 48)); // sharp on a high-density screen
+        QPalette paleta = QGuiApplication::palette();
+        const QColor texto = paleta.color(QPalette::WindowText);
+        // The most opaque pixel carries the palette's text colour.
+        QRgb maisForte = 0;
+        for (int y = 0; y < normal.height(); ++y) {
+            for (int x = 0; x < normal.width(); ++x) {
+                if (qAlpha(normal.pixel(x, y)) > qAlpha(maisForte)) {
+                    maisForte = normal.pixel(x, y);
+                }
+            }
+        }
+        QCOMPARE(qAlpha(maisForte), 255);
+        QCOMPARE(QColor(maisForte).rgb(), texto.rgb());
+        const QImage desativado = icone.pixmap(QSize(24, 24), 2.0, QIcon::Disabled).toImage();
+        QVERIFY(desativado != normal);
+    }
+
+    void nomeDesconhecidoNaoTemIcone()
+    {
+        QVERIFY(simbolo(u"no.such.symbol").isNull());
+        QVERIFY(nomesNoTema(u"no.such.symbol").isEmpty());
+    }
+
+    void temaComOIconeVenceODesenho()
+    {
+        // A tiny theme with a folder icon only, in the fake home.
+        const QString raiz = QDir::homePath() + QStringLiteral("/icones");
+        const QString pasta = raiz + QStringLiteral("/Teste/16x16/places");
+        QVERIFY(QDir().mkpath(pasta));
+        QFile indice(raiz + QStringLiteral("/Teste/index.theme"));
+        QVERIFY(indice.open(QIODevice::WriteOnly));
+        indice.write(
+            "[Icon Theme]\nName=Teste\nDirectories=16x16/places\n\n[16x16/places]\nSize=16\nContext=Places\n"
+            "Type=Fixed\n");
+        indice.close();
+        QImage vermelho(16, 16, QImage::Format_ARGB32);
+        vermelho.fill(Qt::red);
+        QVERIFY(vermelho.save(pasta + QStringLiteral("/folder.png")));
+
+        QIcon::setThemeSearchPaths({raiz});
+        QIcon::setThemeName(QStringLiteral("Teste"));
+        const QImage daPasta = simbolo(u"folder").pixmap(QSize(16, 16), 1.0).toImage();
+        QCOMPARE(QColor(daPasta.pixel(8, 8)), QColor(Qt::red));
+        // The theme has no document icon: ours is drawn.
+        const QImage doDocumento = simbolo(u"doc").pixmap(QSize(16, 16), 1.0).toImage();
+        QCOMPARE(doDocumento, simboloDesenhado(u"doc").pixmap(QSize(16, 16), 1.0).toImage());
+    }
+
+    void numerosGrandesComAlgarismosDeLarguraIgual()
+    {
+        const QFont serifada = aparencia::fonteSerifada(26);
+        // One of the serif families known for equal-width digits is what the screen gets.
+        QVERIFY2(serifada.families().contains(QFontInfo(serifada).family()),
+            qPrintable(QFontInfo(serifada).family()));
+        const QFontMetricsF metricas(serifada);
+        const qreal largura = metricas.horizontalAdvance(QLatin1Char('0'));
+        for (char c = '1'; c <= '9'; ++c) {
+            QCOMPARE(metricas.horizontalAdvance(QLatin1Char(c)), largura);
+        }
+        // Scaled from the desktop's body text: 26 on a 13-point body is twice the body.
+        QCOMPARE(serifada.pointSizeF(), QApplication::font().pointSizeF() * 2);
+        QVERIFY(QFontInfo(aparencia::fonteMonoespacada(13)).fixedPitch());
+    }
+
+private:
+    QString temaAnterior_;
+    QStringList caminhosAnteriores_;
+};
+
+} // namespace tarrafa::app::teste
+
+using tarrafa::app::teste::SimbolosTest;
+TARRAFA_TESTE_DO_PAINEL(SimbolosTest)
+
+#include "SimbolosTest.moc"
