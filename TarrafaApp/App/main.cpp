@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Tarrafa: the Downloads folder as an inbox. One model for the whole life of the program,
+// one window over it; the model starts the first scan by itself.
+#include "TarrafaApp/App/IconeDoAplicativo.hpp"
+#include "TarrafaApp/App/JanelaPrincipal.hpp"
+#include "TarrafaApp/Modelo/Modelo.hpp"
+
+#include <QApplication>
+
+int main(int argc, char* argv[])
+{
+    QApplication aplicacao(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("tarrafa"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Tarrafa"));
+    QApplication::setApplicationVersion(QStringLiteral(TARRAFA_VERSAO));
+    QGuiApplication::setDesktopFileName(QString::fromLatin1(tarrafa::app::kIdDoAplicativo));
+    QApplication::setWindowIcon(tarrafa::app::iconeDoAplicativo());
+
+    tarrafa::app::Modelo modelo;
+    tarrafa::app::JanelaPrincipal janela(modelo);
+    janela.show();
+    return QApplication::exec();
+}

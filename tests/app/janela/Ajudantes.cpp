@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Ajudantes.hpp"
+
+#include "TarrafaApp/App/LinhasDaBarraLateral.hpp"
+
+#include <QCoreApplication>
+#include <QTest>
+
+namespace tarrafa::app::teste {
+
+JanelaDeTeste::JanelaDeTeste(const Cenario& cenario)
+    : modelo(cenario.modelo())
+    , varreduras(std::make_unique<QSignalSpy>(modelo.get(), &Modelo::varreduraTerminada))
+    , janela(std::make_unique<JanelaPrincipal>(*modelo))
+{
+}
+
+bool JanelaDeTeste::abrir()
+{
+    janela->show();
+    janela->activateWindow();
+    return QTest::qWaitForWindowActive(janela.get()) && esperarVarreduras(1);
+}
+
+bool JanelaDeTeste::esperarVarreduras(int quantas)
+{
+    while (varreduras->count() < quantas) {
+        if (!varreduras->wait(20000)) {
+            return false;
+        }
+    }
+    // The sidebar and the panel read the model on the next turn of the event loop.
+    QCoreApplication::sendPostedEvents();
+    return true;
+}
+
+QModelIndex linhaDe(BarraLateral& barra, const Destino& destino)
+{
+    return barra.linhas().indice(destino);
+}
+
+std::optional<int> contagemDe(BarraLateral& barra, const Destino& destino)
+{
+    const QVariant contagem = linhaDe(barra, destino).data(LinhasDaBarraLateral::PapelContagem);
+    return contagem.isValid() ? std::optional<int>(contagem.toInt()) : std::nullopt;
+}
+
+bool clicarLinha(BarraLateral& barra, const Destino& destino)
+{
+    const QModelIndex linha = linhaDe(barra, destino);
+    if (!linha.isValid()) {
+        return false;
+    }
+    barra.scrollTo(linha);
+    QTest::mouseClick(barra.viewport(), Qt::LeftButton, {}, barra.visualRect(linha).center());
+    return true;
+}
+
+std::optional<Destino> linhaSelecionada(BarraLateral& barra)
+{
+    const QModelIndexList selecionadas = barra.selectionModel()->selectedIndexes();
+    if (selecionadas.isEmpty()) {
+        return std::nullopt;
+    }
+    return barra.linhas().destino(selecionadas.first());
+}
+
+} // namespace tarrafa::app::teste

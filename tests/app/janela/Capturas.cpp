@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Renders the window over a made-up Downloads folder into PNG pictures, one per screen:
+// the inbox, one group with two files selected, the postponed list, the diagnostics, the
+// Trash question, and the two placeholders (nothing found, folder unreadable). Everything happens in a fake
+// home; nothing real is read or moved.
+//
+//   tarrafa_capturas PASTA_DE_SAIDA
+#include "Ajudantes.hpp"
+#include "CasaFalsa.hpp"
+#include "Cenario.hpp"
+
+#include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+#include "TarrafaApp/Painel/Painel.hpp"
+#include "TarrafaApp/Painel/Selecao.hpp"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QPainter>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+using namespace tarrafa::app;
+using namespace tarrafa::app::teste;
+
+namespace {
+
+const std::string kTeams = "https://teams.microsoft.com/l/file/";
+const std::string kAna = "https://contoso-my.sharepoint.com/personal/ana_souza_contoso_com/Documents/";
+const std::string kFinanceiro = "https://contoso.sharepoint.com/sites/financeiro/Shared%20Documents/";
+const std::string kGmail = "https://mail.google.com/mail/u/0/";
+const std::string kGitHub = "https://github.com/exemplo/projeto/releases/download/";
+const std::string kDrive = "https://drive.google.com/file/d/";
+const std::string kWhatsApp = "https://web.whatsapp.com/";
+const std::string kGov = "https://www.gov.br/receitafederal/";
+const std::string kExemplo = "https://arquivos.exemplo.com.br/";
+
+constexpr std::int64_t KB = 1000;
+constexpr std::int64_t MB = 1000 * KB;
+
+// A Downloads folder like many: a few busy origins, a tail of single hosts, installers,
+// screenshots, copies and names that say nothing.
+std::vector<Arquivo> pastaDeExemplo()
+{
+    return {
+        {.nome = "Ata da reunião de planejamento.docx",
+            .tamanho = 84 * KB,
+            .origem = kTeams,
+            .baixadoHaDias = 3,
+            .usadoHaDias = 2},
+        {.nome = "Apresentação Q3 final.pptx", .tamanho = 12 * MB, .origem = kTeams, .baixadoHaDias = 20},
+        {.nome = "Apresentação Q3 final (1).pptx", .tamanho = 12 * MB, .origem = kTeams, .baixadoHaDias = 19},
+        {.nome = "Cronograma.xlsx",
+            .tamanho = 230 * KB,
+            .origem = kTeams,
+            .baixadoHaDias = 41,
+            .usadoHaDias = 40},
+        {.nome = "Orçamento 2025.xlsx",
+            .tamanho = 410 * KB,
+            .origem = kAna + "orcamento.xlsx",
+            .baixadoHaDias = 12},
+        {.nome = "Planilha de custos.xlsx",
+            .tamanho = 180 * KB,
+            .origem = kAna + "custos.xlsx",
+            .baixadoHaDias = 33,
+            .usadoHaDias = 30},
+        {.nome = "Relatório mensal de março.pdf",
+            .tamanho = 2400 * KB,
+            .origem = kFinanceiro + "marco.pdf",
+            .baixadoHaDias = 64},
+        {.nome = "boleto-condominio.pdf", .tamanho = 96 * KB, .origem = kGmail, .baixadoHaDias = 8},
+        {.nome = "comprovante.pdf", .tamanho = 120 * KB, .origem = kGmail, .baixadoHaDias = 15},
+        {.nome = "comprovante (2).pdf", .tamanho = 121 * KB, .origem = kGmail, .baixadoHaDias = 14},
+        {.nome = "IMG_4821.jpg", .tamanho = 3100 * KB, .origem = kGmail, .baixadoHaDias = 90},
+        {.nome = "IMG_4822.jpg", .tamanho = 2900 * KB, .origem = kGmail, .baixadoHaDias = 90},
+        {.nome = "Convite aniversário da Helena - versão para impressão em alta resolução.pdf",
+            .tamanho = 5200 * KB,
+            .origem = kGmail,
+            .baixadoHaDias = 120,
+            .usadoHaDias = 118},
+        {.nome = "projeto-v2.3.1.tar.gz",
+            .tamanho = 38 * MB,
+            .origem = kGitHub + "v2.3.1/projeto.tar.gz",
+            .baixadoHaDias = 50},
+        {.nome = "ferramenta_1.4.0_amd64.deb",
+            .tamanho = 64 * MB,
+            .origem = kGitHub + "v1.4.0/ferramenta.deb",
+            .baixadoHaDias = 52},
+        {.nome = "Inkscape-1.3.2-x86_64.AppImage", .tamanho = 180 * MB, .baixadoHaDias = 200},
+        {.nome = "Contrato assinado.pdf",
+            .tamanho = 890 * KB,
+            .origem = kDrive + "contrato",
+            .baixadoHaDias = 25,
+            .usadoHaDias = 24},
+        {.nome = "Documento sem título.docx",
+            .tamanho = 45 * KB,
+            .origem = kDrive + "doc",
+            .baixadoHaDias = 70},
+        {.nome = "WhatsApp Image 2025-03-02 at 10.15.32.jpeg",
+            .tamanho = 420 * KB,
+            .origem = kWhatsApp,
+            .baixadoHaDias = 28},
+        {.nome = "WhatsApp Audio 2025-03-01 at 18.02.11.ogg",
+            .tamanho = 160 * KB,
+            .origem = kWhatsApp,
+            .baixadoHaDias = 29},
+        {.nome = "declaracao-irpf-2025.pdf",
+            .tamanho = 350 * KB,
+            .origem = kGov + "irpf.pdf",
+            .baixadoHaDias = 150,
+            .usadoHaDias = 149},
+        {.nome = "download.pdf",
+            .tamanho = 77 * KB,
+            .origem = kExemplo + "download.pdf",
+            .baixadoHaDias = 300},
+        {.nome = "a7f3c9e1b2d4.pdf",
+            .tamanho = 1300 * KB,
+            .origem = kExemplo + "a7f3c9e1b2d4.pdf",
+            .baixadoHaDias = 310},
+        {.nome = "file.zip", .tamanho = 14 * MB, .origem = kExemplo + "file.zip", .baixadoHaDias = 320},
+        {.nome = "Captura de tela de 2025-03-10 14-22-01.png",
+            .tamanho = 640 * KB,
+            .baixadoHaDias = 9,
+            .captura = true},
+        {.nome = "Captura de tela de 2025-03-11 09-05-44.png",
+            .tamanho = 580 * KB,
+            .baixadoHaDias = 8,
+            .captura = true},
+        {.nome = "notas.txt", .tamanho = 3 * KB, .baixadoHaDias = 400, .usadoHaDias = 10},
+        {.nome = "Fotos da viagem", .baixadoHaDias = 180, .pasta = true},
+    };
+}
+
+bool salvar(const QPixmap& imagem, const QString& pasta, const char* nome)
+{
+    const QString caminho = pasta + QLatin1Char('/') + QString::fromLatin1(nome);
+    if (!imagem.save(caminho, "PNG")) {
+        std::fprintf(stderr, "não consegui gravar %s\n", qPrintable(caminho));
+        return false;
+    }
+    std::printf("%s\n", qPrintable(caminho));
+    return true;
+}
+
+// The window with the dialog drawn over it where a window-modal dialog sits: centred near
+// the top, the window a little dimmed behind it.
+QPixmap comDialogo(JanelaPrincipal& janela, QWidget& dialogo)
+{
+    QPixmap imagem = janela.grab();
+    QPainter pintor(&imagem);
+    pintor.fillRect(imagem.rect(), QColor(0, 0, 0, 40));
+    const QPixmap caixa = dialogo.grab();
+    const QSize tamanho = caixa.deviceIndependentSize().toSize();
+    const QPoint canto((janela.width() - tamanho.width()) / 2, janela.height() / 4);
+    pintor.setPen(QColor(0, 0, 0, 70));
+    pintor.drawRect(QRect(canto, tamanho).adjusted(-1, -1, 0, 0));
+    pintor.drawPixmap(canto, caixa);
+    return imagem;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QTemporaryDir casa;
+    if (!casa.isValid()) {
+        qFatal("could not create the fake home");
+    }
+    morarEm(casa.path());
+    QApplication aplicacao(argc, argv);
+    const QStringList argumentos = QApplication::arguments();
+    if (argumentos.size() != 2) {
+        std::fprintf(stderr, "uso: tarrafa_capturas PASTA_DE_SAIDA\n");
+        return 2;
+    }
+    const QString saida = QDir(argumentos[1]).absolutePath();
+    QDir().mkpath(saida);
+
+    Cenario cenario;
+    const std::vector<Arquivo> arquivos = pastaDeExemplo();
+    cenario.criar(arquivos);
+    cenario.decisoes({{cenario.pasta() + "/Cronograma.xlsx", "adiado"},
+        {cenario.pasta() + "/Orçamento 2025.xlsx", "adiado"}, {cenario.pasta() + "/notas.txt", "adiado"},
+        {cenario.pasta() + "/declaracao-irpf-2025.pdf", "resolvido"}});
+
+    JanelaDeTeste t(cenario);
+    t.janela->resize(1120, 720);
+    if (!t.abrir()) {
+        std::fprintf(stderr, "a varredura não terminou\n");
+        return 1;
+    }
+    Painel& painel = t.janela->painel();
+    const auto mostrar = [&](const Destino& destino) {
+        t.modelo->setSelecao(destino);
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    };
+    bool ok = true;
+
+    mostrar(Destino::entrada());
+    ok = salvar(t.janela->grab(), saida, "caixa-de-entrada.png") && ok;
+
+    mostrar(Destino::grupo("gmail"));
+    std::set<std::string> dois
+        = {cenario.pasta() + "/comprovante.pdf", cenario.pasta() + "/comprovante (2).pdf"};
+    painel.selecao().setSelecionados(dois);
+    QCoreApplication::processEvents();
+    ok = salvar(t.janela->grab(), saida, "grupo.png") && ok;
+
+    auto* mover = painel.findChild<QAbstractButton*>(QStringLiteral("moverParaLixeira"));
+    if (mover) {
+        mover->click();
+    } else {
+        painel.selecao().setConfirmandoLixeira(true);
+    }
+    if (ConfirmacaoLixeira* pergunta = painel.confirmacao()) {
+        ok = QTest::qWaitForWindowExposed(pergunta) && ok;
+        ok = salvar(comDialogo(*t.janela, *pergunta), saida, "confirmacao.png") && ok;
+        ok = salvar(pergunta->grab(), saida, "confirmacao-dialogo.png") && ok;
+        pergunta->reject();
+    } else {
+        std::fprintf(stderr, "a pergunta da Lixeira não apareceu\n");
+        ok = false;
+    }
+
+    mostrar(Destino::adiados());
+    ok = salvar(t.janela->grab(), saida, "adiados.png") && ok;
+
+    mostrar(Destino::raioX());
+    ok = salvar(t.janela->grab(), saida, "raio-x.png") && ok;
+
+    // The two placeholders: a search that finds nothing, then a folder that cannot be read.
+    mostrar(Destino::entrada());
+    t.modelo->setBusca(QStringLiteral("orçamento de 2019"));
+    QCoreApplication::sendPostedEvents();
+    ok = salvar(t.janela->grab(), saida, "nada-aqui.png") && ok;
+    t.modelo->setBusca(QString());
+    QDir(QString::fromStdString(cenario.pasta())).removeRecursively();
+    t.modelo->varrer();
+    ok = t.esperarVarreduras(2) && salvar(t.janela->grab(), saida, "erro.png") && ok;
+    return ok ? 0 : 1;
+}

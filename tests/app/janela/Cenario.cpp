@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Cenario.hpp"
+
+#include "TarrafaApp/Modelo/Modelo.hpp"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimeZone>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace tarrafa::app::teste {
+
+namespace {
+
+void atributo(const std::string& caminho, const std::string& nome, const std::string& valor)
+{
+    if (::setxattr(caminho.c_str(), nome.c_str(), valor.data(), valor.size(), 0) != 0) {
+        throw std::runtime_error("setxattr " + nome + ": " + std::strerror(errno));
+    }
+}
+
+qint64 haDias(double dias)
+{
+    return QDateTime::currentSecsSinceEpoch() - static_cast<qint64>(dias * 86400.0);
+}
+
+std::string dataEmPlist(double dias)
+{
+    const QString quando
+        = QDateTime::fromSecsSinceEpoch(haDias(dias), QTimeZone::utc()).toString(Qt::ISODate);
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><array><date>"
+        + quando.toStdString() + "</date></array></plist>";
+}
+
+std::string ultimoUso(double dias)
+{
+    // Seconds since 1970 as 8 little-endian bytes, then 8 bytes of nanoseconds.
+    auto segundos = static_cast<std::uint64_t>(haDias(dias));
+    std::string bytes(16, '\0');
+    for (std::size_t i = 0; i < 8; ++i) {
+        bytes[i] = static_cast<char>(segundos & 0xffu);
+        segundos >>= 8;
+    }
+    return bytes;
+}
+
+} // namespace
+
+Cenario::Cenario()
+{
+    const QByteArray casa = qgetenv("HOME");
+    std::string modelo = casa.toStdString() + "/cenario-XXXXXX";
+    if (::mkdtemp(modelo.data()) == nullptr) {
+        throw std::runtime_error(std::string("mkdtemp: ") + std::strerror(errno));
+    }
+    raiz_ = modelo;
+    pasta_ = raiz_ + "/Downloads";
+    QDir().mkpath(QString::fromStdString(pasta_));
+}
+
+Cenario::~Cenario()
+{
+    QDir(QString::fromStdString(raiz_)).removeRecursively();
+}
+
+QString Cenario::arquivoDecisoes() const
+{
+    return QString::fromStdString(raiz_) + QStringLiteral("/decisoes.json");
+}
+
+std::string Cenario::criar(const Arquivo& arquivo) const
+{
+    const std::string caminho = pasta_ + "/" + arquivo.nome;
+    if (arquivo.pasta) {
+        QDir().mkpath(QString::fromStdString(caminho));
+    } else {
+        const int fd = ::open(caminho.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0 || ::ftruncate(fd, arquivo.tamanho) != 0) {
+            throw std::runtime_error("could not create " + caminho + ": " + std::strerror(errno));
+        }
+        ::close(fd);
+    }
+    if (arquivo.origem) {
+        atributo(caminho, "user.xdg.origin.url", *arquivo.origem);
+    }
+    if (arquivo.baixadoHaDias) {
+        atributo(
+            caminho, "user.com.apple.metadata:kMDItemDownloadedDate", dataEmPlist(*arquivo.baixadoHaDias));
+    }
+    if (arquivo.usadoHaDias) {
+        atributo(caminho, "user.com.apple.lastuseddate#PS", ultimoUso(*arquivo.usadoHaDias));
+    }
+    if (arquivo.captura) {
+        atributo(caminho, "user.com.apple.metadata:kMDItemIsScreenCapture",
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><true/></plist>");
+    }
+    return caminho;
+}
+
+void Cenario::criar(const std::vector<Arquivo>& arquivos) const
+{
+    for (const Arquivo& arquivo : arquivos) {
+        criar(arquivo);
+    }
+}
+
+void Cenario::decisoes(const std::vector<std::pair<std::string, std::string>>& decisoes) const
+{
+    QJsonObject objeto;
+    for (const auto& [caminho, decisao] : decisoes) {
+        objeto.insert(QString::fromStdString(caminho), QString::fromStdString(decisao));
+    }
+    QFile arquivo(arquivoDecisoes());
+    if (!arquivo.open(QIODevice::WriteOnly | QIODevice::Truncate)
+        || arquivo.write(QJsonDocument(objeto).toJson(QJsonDocument::Compact)) < 0) {
+        throw std::runtime_error("could not write the decision file");
+    }
+}
+
+std::unique_ptr<Modelo> Cenario::modelo() const
+{
+    return std::make_unique<Modelo>(pasta_, arquivoDecisoes());
+}
+
+std::vector<std::string> Cenario::naLixeira()
+{
+    const QDir lixeira(QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME")) + QStringLiteral("/Trash/files"));
+    std::vector<std::string> nomes;
+    for (const QString& nome : lixeira.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)) {
+        nomes.push_back(nome.toStdString());
+    }
+    return nomes;
+}
+
+} // namespace tarrafa::app::teste

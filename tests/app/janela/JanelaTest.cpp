@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The window's frame: sizes, the split view, the toolbar, the search field, the menu
+// command and the keyboard shortcuts.
+#include "Ajudantes.hpp"
+#include "Registro.hpp"
+
+#include "TarrafaApp/Painel/Painel.hpp"
+#include "TarrafaApp/Painel/Selecao.hpp"
+
+#include <QAction>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QTest>
+#include <QToolButton>
+
+namespace tarrafa::app::teste {
+
+namespace {
+
+const std::string kExemplo = "https://arquivos.exemplo.com.br/pagina";
+
+QMenu* menuArquivo(JanelaPrincipal& janela)
+{
+    for (QAction* acao : janela.menuBar()->actions()) {
+        if (acao->menu() && acao->text() == QStringLiteral("Arquivo")) {
+            return acao->menu();
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+class JanelaTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void conteudoTemNoMinimo900Por560()
+    {
+        Cenario cenario;
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        QWidget* conteudo = t.janela->centralWidget();
+        QCOMPARE(conteudo->minimumSize(), QSize(900, 560));
+        t.janela->resize(400, 300);
+        QTRY_VERIFY(conteudo->width() >= 900);
+        QVERIFY(conteudo->height() >= 560);
+    }
+
+    void barraLateralComecaCom236EFicaEntre210E280()
+    {
+        Cenario cenario;
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        auto* divisao = t.janela->findChild<QSplitter*>(QStringLiteral("divisao"));
+        QVERIFY(divisao);
+        BarraLateral& barra = t.janela->barraLateral();
+        QCOMPARE(barra.width(), 236);
+
+        // Dragging the divider far to the right stops at 280, far to the left at 210.
+        QWidget* alca = divisao->handle(1);
+        const QPoint meio = alca->rect().center();
+        QTest::mousePress(alca, Qt::LeftButton, {}, meio);
+        QTest::mouseMove(alca, meio + QPoint(300, 0));
+        QTest::mouseRelease(alca, Qt::LeftButton, {}, meio + QPoint(300, 0));
+        QTRY_COMPARE(barra.width(), 280);
+        QTest::mousePress(alca, Qt::LeftButton, {}, meio);
+        QTest::mouseMove(alca, meio - QPoint(300, 0));
+        QTest::mouseRelease(alca, Qt::LeftButton, {}, meio - QPoint(300, 0));
+        QTRY_COMPARE(barra.width(), 210);
+
+        // A wider window widens the panel, not the sidebar.
+        t.janela->resize(t.janela->width() + 200, t.janela->height());
+        QTRY_COMPARE(barra.width(), 210);
+        QVERIFY(!divisao->isCollapsible(0) || !divisao->childrenCollapsible());
+    }
+
+    void mostrarAJanelaNaoComecaOutraVarredura()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "a.pdf"});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        QCOMPARE(t.varreduras->count(), 1);
+        t.janela->hide();
+        t.janela->show();
+        QVERIFY(QTest::qWaitForWindowExposed(t.janela.get()));
+        QCoreApplication::sendPostedEvents();
+        QVERIFY(!t.modelo->carregando());
+        QCOMPARE(t.varreduras->count(), 1);
+    }
+
+    void cadaTeclaNaBuscaMudaABusca()
+    {
+        Cenario cenario;
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        QLineEdit& busca = t.janela->busca();
+        QCOMPARE(busca.objectName(), QStringLiteral("busca"));
+        QCOMPARE(busca.placeholderText(), QStringLiteral("Buscar por nome de arquivo"));
+
+        QSignalSpy mudancas(t.modelo.get(), &Modelo::buscaChanged);
+        QTest::keyClicks(&busca, QStringLiteral("rel"));
+        QCOMPARE(mudancas.count(), 3);
+        QCOMPARE(t.modelo->busca(), QStringLiteral("rel"));
+        QTest::keyClick(&busca, Qt::Key_Backspace);
+        QCOMPARE(t.modelo->busca(), QStringLiteral("re"));
+
+        // And the field shows a search set elsewhere.
+        t.modelo->setBusca(QStringLiteral("outra"));
+        QCOMPARE(busca.text(), QStringLiteral("outra"));
+    }
+
+    void menuArquivoVarreDeNovoComCtrlRSempreHabilitado()
+    {
+        Cenario cenario;
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        QMenu* arquivo = menuArquivo(*t.janela);
+        QVERIFY(arquivo);
+        QAction* varrer = arquivo->actions().value(0);
+        QVERIFY(varrer);
+        QCOMPARE(varrer->text(), QStringLiteral("Varrer de novo"));
+        QCOMPARE(varrer->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
+        QVERIFY(varrer->isEnabled());
+
+        varrer->trigger();
+        QVERIFY(t.modelo->carregando());
+        QVERIFY(varrer->isEnabled());
+        QVERIFY(t.esperarVarreduras(2));
+        QVERIFY(varrer->isEnabled());
+
+        auto* botao = t.janela->findChild<QToolButton*>(QStringLiteral("varrerDeNovo"));
+        QVERIFY(botao);
+        QVERIFY(!botao->icon().isNull());
+        QCOMPARE(botao->toolButtonStyle(), Qt::ToolButtonTextBesideIcon);
+    }
+
+    void ctrlFLevaABusca()
+    {
+        Cenario cenario;
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        t.janela->barraLateral().setFocus();
+        t.modelo->setBusca(QStringLiteral("antiga"));
+        QTest::keyClick(t.janela.get(), Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(t.janela->busca().hasFocus());
+        QCOMPARE(t.janela->busca().selectedText(), QStringLiteral("antiga"));
+        // Typing replaces the whole old search.
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("nova"));
+        QCOMPARE(t.modelo->busca(), QStringLiteral("nova"));
+    }
+
+    void ctrlASelecionaTodosOsArquivosDaLista()
+    {
+        Cenario cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+
+        // The inbox as groups lists no files: nothing to select.
+        t.janela->barraLateral().setFocus();
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QVERIFY(painel.selecao().selecionados().empty());
+
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::grupo("host:arquivos.exemplo.com.br")));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(painel.selecao().selecionados(), (std::set<std::string> {a, b}));
+    }
+
+    void naBuscaCtrlAEDeleteEditamOTexto()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QLineEdit& busca = t.janela->busca();
+        busca.setFocus();
+        QTest::keyClicks(&busca, QStringLiteral("a.p"));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+
+        QTest::keyClick(&busca, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(busca.selectedText(), QStringLiteral("a.p"));
+        QVERIFY(painel.selecao().selecionados().empty());
+
+        busca.setCursorPosition(0);
+        painel.selecao().setSelecionados({cenario.pasta() + "/a.pdf"});
+        QTest::keyClick(&busca, Qt::Key_Delete);
+        QCOMPARE(busca.text(), QStringLiteral(".p"));
+        QVERIFY(!painel.selecao().confirmandoLixeira());
+        QVERIFY(!painel.confirmacao());
+    }
+};
+
+} // namespace tarrafa::app::teste
+
+using tarrafa::app::teste::JanelaTest;
+TARRAFA_REGISTRAR_TESTE(JanelaTest)
+
+#include "JanelaTest.moc"

@@ -1,0 +1,410 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The panel: title and subtitle, the content chosen for each destination and state, the
+// summary strip, the progress indicator, the selection and the Trash confirmation.
+#include "Ajudantes.hpp"
+#include "Registro.hpp"
+
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/BarraDeAcoes.hpp"
+#include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+#include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
+#include "TarrafaApp/Painel/FaixaResumo.hpp"
+#include "TarrafaApp/Painel/IndicadorDeProgresso.hpp"
+#include "TarrafaApp/Painel/Painel.hpp"
+#include "TarrafaApp/Painel/Selecao.hpp"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace tarrafa::app::teste {
+
+namespace {
+
+const std::string kExemplo = "https://arquivos.exemplo.com.br/pagina";
+const std::string kOutro = "https://downloads.outro.org/pagina";
+const Destino kGrupoExemplo = Destino::grupo("host:arquivos.exemplo.com.br");
+const Destino kGrupoOutro = Destino::grupo("host:downloads.outro.org");
+
+QString textoDe(const QWidget& raiz, const char* nome)
+{
+    const auto* rotulo = raiz.findChild<QLabel*>(QString::fromLatin1(nome));
+    return rotulo ? rotulo->text() : QStringLiteral("<sem %1>").arg(QString::fromLatin1(nome));
+}
+
+bool visivel(const QWidget& raiz, const char* nome)
+{
+    const auto* widget = raiz.findChild<QWidget*>(QString::fromLatin1(nome));
+    return widget && widget->isVisible();
+}
+
+std::set<std::string> ids(std::initializer_list<std::string> caminhos)
+{
+    return std::set<std::string>(caminhos);
+}
+
+bool naLixeira(const std::string& nome)
+{
+    const std::vector<std::string> nomes = Cenario::naLixeira();
+    return std::find(nomes.begin(), nomes.end(), nome) != nomes.end();
+}
+
+} // namespace
+
+class PainelTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void subtituloDizQuantosItensOuOQueEODiagnostico()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "so-um.pdf", .origem = kOutro});
+        for (int i = 0; i < 12; ++i) {
+            cenario.criar({.nome = "exemplo-" + std::to_string(i) + ".pdf", .origem = kExemplo});
+        }
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        BarraLateral& barra = t.janela->barraLateral();
+
+        QTRY_COMPARE(painel.subtitulo(), QStringLiteral("13 itens"));
+        QCOMPARE(textoDe(painel, "tituloDoPainel"), QStringLiteral("Caixa de entrada"));
+        QCOMPARE(textoDe(painel, "subtituloDoPainel"), QStringLiteral("13 itens"));
+        QCOMPARE(t.janela->windowTitle(), QStringLiteral("Caixa de entrada"));
+
+        QVERIFY(clicarLinha(barra, kGrupoOutro));
+        QTRY_COMPARE(textoDe(painel, "subtituloDoPainel"), QStringLiteral("1 item"));
+        QCOMPARE(textoDe(painel, "tituloDoPainel"), QStringLiteral("downloads.outro.org"));
+        QCOMPARE(t.janela->windowTitle(), QStringLiteral("downloads.outro.org"));
+
+        QVERIFY(clicarLinha(barra, Destino::adiados()));
+        QTRY_COMPARE(textoDe(painel, "subtituloDoPainel"), QStringLiteral("0 itens"));
+        QCOMPARE(t.janela->windowTitle(), QStringLiteral("Adiados"));
+
+        QVERIFY(clicarLinha(barra, Destino::raioX()));
+        QTRY_COMPARE(textoDe(painel, "subtituloDoPainel"), QStringLiteral("diagnóstico da pasta"));
+        QCOMPARE(t.janela->windowTitle(), QStringLiteral("Raio-X"));
+        // Whatever the search leaves: the diagnostics are about the whole folder.
+        QTest::keyClicks(&t.janela->busca(), QStringLiteral("so-um"));
+        QTRY_COMPARE(t.modelo->busca(), QStringLiteral("so-um"));
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(painel.subtitulo(), QStringLiteral("diagnóstico da pasta"));
+        QVERIFY(visivel(painel, "raioXView"));
+    }
+
+    void tituloLongoEncurtadoNoFimSemCortarLetras()
+    {
+        Cenario cenario;
+        const std::string host = "um-servidor-de-arquivos-com-um-nome-comprido-demais-para-caber.exemplo.com.br";
+        cenario.criar({.nome = "a.pdf", .origem = "https://" + host + "/a.pdf"});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        t.janela->resize(t.janela->minimumSizeHint());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::grupo("host:" + host)));
+        QTRY_COMPARE(painel.titulo(), QString::fromStdString(host));
+        QCOMPARE(t.janela->windowTitle(), QString::fromStdString(host));
+        const auto* rotulo = painel.findChild<QLabel*>(QStringLiteral("tituloDoPainel"));
+        QVERIFY(rotulo->text().endsWith(QChar(0x2026)));
+        QVERIFY(rotulo->fontMetrics().horizontalAdvance(rotulo->text()) <= rotulo->contentsRect().width());
+        QCOMPARE(rotulo->toolTip(), QString::fromStdString(host));
+    }
+
+    void entradaComBuscaMostraAcoesEArquivosOuNadaAqui()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "contrato.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "foto.jpg", .origem = kOutro});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QTRY_VERIFY(visivel(painel, "listaDeGrupos"));
+        QVERIFY(!visivel(painel, "listaDeArquivos"));
+
+        QTest::keyClicks(&t.janela->busca(), QStringLiteral("CONTRATO"));
+        QTRY_VERIFY(visivel(painel, "listaDeArquivos"));
+        QVERIFY(painel.findChild<BarraDeAcoes*>()->isVisible());
+        QVERIFY(visivel(painel, "divisorDosArquivos"));
+        QVERIFY(!visivel(painel, "listaDeGrupos"));
+        QCOMPARE(painel.subtitulo(), QStringLiteral("1 item"));
+
+        QTest::keyClicks(&t.janela->busca(), QStringLiteral("-nada"));
+        QTRY_VERIFY(visivel(painel, "nadaAqui"));
+        const auto* nada = painel.findChild<ConteudoIndisponivel*>(QStringLiteral("nadaAqui"));
+        QCOMPARE(nada->titulo(), QStringLiteral("Nada aqui"));
+        QCOMPARE(nada->descricao(), QStringLiteral("Nenhum arquivo neste estado."));
+        QVERIFY(!visivel(painel, "listaDeGrupos"));
+        QVERIFY(!visivel(painel, "listaDeArquivos"));
+
+        // One blank is a search too.
+        t.janela->busca().clear();
+        QTRY_VERIFY(visivel(painel, "listaDeGrupos"));
+        QTest::keyClick(&t.janela->busca(), Qt::Key_Space);
+        QTRY_VERIFY(visivel(painel, "nadaAqui"));
+        QVERIFY(!visivel(painel, "listaDeGrupos"));
+    }
+
+    void erroVenceODiagnostico()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::raioX()));
+        QTRY_VERIFY(visivel(painel, "raioXView"));
+
+        std::filesystem::remove_all(cenario.pasta());
+        QTest::keyClick(t.janela.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(t.esperarVarreduras(2));
+        QVERIFY(t.modelo->erro().has_value());
+        QTRY_VERIFY(visivel(painel, "erro"));
+        QVERIFY(!visivel(painel, "raioXView"));
+        const auto* erro = painel.findChild<ConteudoIndisponivel*>(QStringLiteral("erro"));
+        QCOMPARE(erro->titulo(), QStringLiteral("Não deu para ler a pasta"));
+        QCOMPARE(erro->descricao(), *t.modelo->erro());
+        QVERIFY(erro->descricao().startsWith(QStringLiteral("Não consegui ler a pasta Downloads: ")));
+        // Nothing of the texts is cut off: each label is as tall as its wrapped text needs.
+        for (const char* nome : {"titulo", "descricao"}) {
+            const auto* rotulo = erro->findChild<QLabel*>(QString::fromLatin1(nome));
+            QVERIFY(rotulo->height() >= rotulo->heightForWidth(rotulo->width()));
+            QVERIFY(rotulo->width() >= std::min(rotulo->sizeHint().width(), 420));
+        }
+        // The title stays the destination's.
+        QCOMPARE(painel.subtitulo(), QStringLiteral("diagnóstico da pasta"));
+        QCOMPARE(t.janela->windowTitle(), QStringLiteral("Raio-X"));
+    }
+
+    void trocarDeGrupoLimpaASelecaoMasBuscarNao()
+    {
+        Cenario cenario;
+        const std::string a1 = cenario.criar({.nome = "relatorio-1.pdf", .origem = kExemplo});
+        const std::string a2 = cenario.criar({.nome = "relatorio-2.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "b.pdf", .origem = kOutro});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        BarraLateral& barra = t.janela->barraLateral();
+
+        QVERIFY(clicarLinha(barra, kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(painel.selecao().selecionados(), ids({a1, a2}));
+
+        // Searching and rescanning keep the selection, even of a file the search hides.
+        QTest::keyClicks(&t.janela->busca(), QStringLiteral("relatorio-1"));
+        QTRY_COMPARE(painel.subtitulo(), QStringLiteral("1 item"));
+        QCOMPARE(painel.selecao().selecionados(), ids({a1, a2}));
+        QTest::keyClick(t.janela.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(t.esperarVarreduras(2));
+        QCOMPARE(painel.selecao().selecionados(), ids({a1, a2}));
+
+        QVERIFY(clicarLinha(barra, kGrupoOutro));
+        QVERIFY(painel.selecao().selecionados().empty());
+
+        // Clicking the row already chosen is no change of destination.
+        t.janela->busca().clear();
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(1));
+        QVERIFY(clicarLinha(barra, kGrupoOutro));
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(1));
+    }
+
+    void confirmarDepoisDeUmaVarreduraMoveSoOsQueContinuamNaLista()
+    {
+        Cenario cenario;
+        const std::string fica = cenario.criar({.nome = "lixeira-fica.pdf", .origem = kExemplo});
+        const std::string some = cenario.criar({.nome = "lixeira-some.pdf", .origem = kExemplo});
+        const std::string vai = cenario.criar({.nome = "lixeira-vai.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(3));
+
+        // Another program takes one file away; a rescan drops it from the list, not from
+        // the selection.
+        std::filesystem::rename(some, cenario.pasta() + "/../fora-da-pasta.pdf");
+        QTest::keyClick(t.janela.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(t.esperarVarreduras(2));
+        QTRY_COMPARE(painel.subtitulo(), QStringLiteral("2 itens"));
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(3));
+
+        QTest::keyClick(t.janela.get(), Qt::Key_Delete);
+        QTRY_VERIFY(painel.confirmacao());
+        QCOMPARE(painel.confirmacao()->titulo(), QStringLiteral("Mover 3 para a Lixeira?"));
+        QTest::mouseClick(painel.confirmacao()->mover(), Qt::LeftButton);
+        // Marked resolved at once; the rescan that follows forgets them, gone from the folder.
+        QVERIFY(t.modelo->decisao(fica) == Decisao::resolvido);
+        QVERIFY(t.modelo->decisao(vai) == Decisao::resolvido);
+        QVERIFY(t.modelo->decisao(some) == Decisao::novo);
+        QVERIFY(t.esperarVarreduras(3));
+
+        QVERIFY(!std::filesystem::exists(fica));
+        QVERIFY(!std::filesystem::exists(vai));
+        QVERIFY(naLixeira("lixeira-fica.pdf"));
+        QVERIFY(naLixeira("lixeira-vai.pdf"));
+        QVERIFY(!naLixeira("lixeira-some.pdf"));
+        QVERIFY(painel.selecao().selecionados().empty());
+        QVERIFY(!painel.selecao().confirmandoLixeira());
+    }
+
+    void semFaixaAntesDaPrimeiraVarredura()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        Painel& painel = t.janela->painel();
+        t.janela->show();
+        QVERIFY(QTest::qWaitForWindowExposed(t.janela.get()));
+        QVERIFY(!t.modelo->raioX().has_value());
+        QVERIFY(!visivel(painel, "faixaResumo"));
+        QVERIFY(painel.findChild<FaixaResumo*>()->isHidden());
+        QVERIFY(visivel(painel, "divisor"));
+        QVERIFY(visivel(painel, "conteudo"));
+
+        QVERIFY(t.esperarVarreduras(1));
+        QVERIFY(visivel(painel, "faixaResumo"));
+        // Header, strip, divider, content: top to bottom.
+        const auto y
+            = [&](const char* nome) { return painel.findChild<QWidget*>(QString::fromLatin1(nome))->y(); };
+        QVERIFY(y("cabecalho") < y("faixaResumo"));
+        QVERIFY(y("faixaResumo") < y("divisor"));
+        QVERIFY(y("divisor") < y("conteudo"));
+    }
+
+    void indicadorGiraNoCentroEnquantoVarre()
+    {
+        Cenario cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        auto* indicador = painel.findChild<IndicadorDeProgresso*>();
+        QVERIFY(indicador);
+        QVERIFY(!indicador->isVisible());
+
+        QTest::keyClick(t.janela.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(t.modelo->carregando());
+        QCoreApplication::sendPostedEvents();
+        QVERIFY(indicador->isVisible());
+        QCOMPARE(indicador->geometry().center(), painel.rect().center());
+        // The previous content stays under it.
+        QVERIFY(visivel(painel, "listaDeGrupos"));
+
+        QVERIFY(t.esperarVarreduras(2));
+        QVERIFY(!indicador->isVisible());
+    }
+
+    void dialogoDaLixeiraParaUmEParaTresArquivos()
+    {
+        Cenario cenario;
+        std::vector<std::string> caminhos;
+        for (const char* nome : {"dialogo-1.pdf", "dialogo-2.pdf", "dialogo-3.pdf"}) {
+            caminhos.push_back(cenario.criar({.nome = nome, .origem = kExemplo}));
+        }
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+
+        // Nothing selected: the Delete key asks nothing.
+        QTest::keyClick(t.janela.get(), Qt::Key_Delete);
+        QVERIFY(!painel.confirmacao());
+
+        painel.selecao().setSelecionados({caminhos[1]});
+        QTest::keyClick(t.janela.get(), Qt::Key_Delete);
+        QTRY_VERIFY(painel.confirmacao());
+        ConfirmacaoLixeira* pergunta = painel.confirmacao();
+        QVERIFY(QTest::qWaitForWindowExposed(pergunta));
+        QVERIFY(painel.selecao().confirmandoLixeira());
+        QCOMPARE(pergunta->titulo(), QStringLiteral("Mover 1 para a Lixeira?"));
+        QCOMPARE(pergunta->windowTitle(), QStringLiteral("Mover 1 para a Lixeira?"));
+        QCOMPARE(pergunta->mensagem(),
+            QStringLiteral(
+                "Os arquivos vão para a Lixeira do sistema e podem ser recuperados pelo gerenciador de "
+                "arquivos. Nada é apagado de vez."));
+        const QList<QPushButton*> botoes = pergunta->botoes();
+        QCOMPARE(botoes.size(), 2);
+        QCOMPARE(botoes[0]->text(), QStringLiteral("Cancelar"));
+        QCOMPARE(botoes[1]->text(), QStringLiteral("Mover para a Lixeira"));
+        QVERIFY(botoes[0]->x() + botoes[0]->width() <= botoes[1]->x());
+        QCOMPARE(ConfirmacaoLixeira::papel(*botoes[0]), QDialogButtonBox::RejectRole);
+        QCOMPARE(ConfirmacaoLixeira::papel(*botoes[1]), QDialogButtonBox::DestructiveRole);
+        QVERIFY(botoes[1]->property("destrutivo").toBool());
+        QCOMPARE(botoes[1]->palette().color(QPalette::ButtonText), aparencia::vermelho(pergunta->palette()));
+        QVERIFY(botoes[0]->isDefault());
+        QVERIFY(pergunta->isModal());
+
+        // Cancelling keeps everything.
+        QTest::mouseClick(botoes[0], Qt::LeftButton);
+        QTRY_VERIFY(!painel.confirmacao());
+        QVERIFY(!painel.selecao().confirmandoLixeira());
+        QCOMPARE(painel.selecao().selecionados(), ids({caminhos[1]}));
+        QVERIFY(std::filesystem::exists(caminhos[1]));
+
+        // Three, through the bar's button this time; Escape is a cancel too.
+        t.janela->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(t.janela.get()));
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(3));
+        auto* mover = painel.findChild<QAbstractButton*>(QStringLiteral("moverParaLixeira"));
+        QVERIFY(mover);
+        QTest::mouseClick(mover, Qt::LeftButton);
+        QTRY_VERIFY(painel.confirmacao());
+        QCOMPARE(painel.confirmacao()->titulo(), QStringLiteral("Mover 3 para a Lixeira?"));
+        QVERIFY(QTest::qWaitForWindowExposed(painel.confirmacao()));
+        QTest::keyClick(painel.confirmacao(), Qt::Key_Escape);
+        QTRY_VERIFY(!painel.confirmacao());
+        QVERIFY(!painel.selecao().confirmandoLixeira());
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(3));
+        for (const std::string& caminho : caminhos) {
+            QVERIFY(std::filesystem::exists(caminho));
+        }
+    }
+
+    void respostaDadaPeloTesteDecideAProximaPergunta()
+    {
+        Cenario cenario;
+        const std::string fica = cenario.criar({.nome = "resposta-fica.pdf", .origem = kExemplo});
+        const std::string vai = cenario.criar({.nome = "resposta-vai.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+
+        painel.selecao().setSelecionados({fica});
+        painel.responderProximaConfirmacao(Painel::Resposta::cancelar);
+        QTest::keyClick(t.janela.get(), Qt::Key_Delete);
+        QTRY_VERIFY(!painel.selecao().confirmandoLixeira());
+        QVERIFY(!painel.confirmacao());
+        QVERIFY(std::filesystem::exists(fica));
+        QCOMPARE(painel.selecao().selecionados(), ids({fica}));
+
+        painel.selecao().setSelecionados({vai});
+        painel.responderProximaConfirmacao(Painel::Resposta::mover);
+        QTest::keyClick(t.janela.get(), Qt::Key_Delete);
+        QVERIFY(t.esperarVarreduras(2));
+        QVERIFY(!std::filesystem::exists(vai));
+        QVERIFY(naLixeira("resposta-vai.pdf"));
+        QVERIFY(std::filesystem::exists(fica));
+        QVERIFY(painel.selecao().selecionados().empty());
+    }
+};
+
+} // namespace tarrafa::app::teste
+
+using tarrafa::app::teste::PainelTest;
+TARRAFA_REGISTRAR_TESTE(PainelTest)
+
+#include "PainelTest.moc"
