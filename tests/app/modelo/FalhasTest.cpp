@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The model under conditions a desktop really meets: a decision file far larger than usual
+// and a Downloads folder on another file system than the home (a USB stick, a RAM disk).
+#include "Casa.hpp"
+#include "Registro.hpp"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace tarrafa;
+using namespace tarrafa::app;
+using namespace tarrafa::app::teste;
+
+namespace {
+
+// Another file system mounted over the fake home's Downloads folder for the life of the
+// object: a RAM disk, or a small ext4 image on a loop device (as a USB stick would be).
+class OutroSistemaDeArquivos final {
+public:
+    enum class Tipo { ramDisk, imagemExt4 };
+
+    OutroSistemaDeArquivos(const std::string& ponto, Tipo tipo)
+        : ponto_(ponto)
+    {
+        if (::geteuid() != 0) {
+            return;
+        }
+        if (tipo == Tipo::ramDisk) {
+            montado_ = ::mount("tarrafa-teste", ponto_.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "size=4m") == 0;
+            return;
+        }
+        const std::string imagem = Casa::raiz() + "/pendrive.ext4";
+        const std::string comando = "truncate -s 8M '" + imagem + "' && mkfs.ext4 -q -F '" + imagem
+            + "' >/dev/null 2>&1 && mount -o loop '" + imagem + "' '" + ponto_ + "' 2>/dev/null && chmod 1777 '"
+            + ponto_ + "'";
+        montado_ = std::system(comando.c_str()) == 0;
+        if (!montado_) {
+            ::umount2(ponto_.c_str(), MNT_DETACH);
+        }
+    }
+    ~OutroSistemaDeArquivos()
+    {
+        if (montado_) {
+            ::umount2(ponto_.c_str(), MNT_DETACH);
+        }
+    }
+    OutroSistemaDeArquivos(const OutroSistemaDeArquivos&) = delete;
+    OutroSistemaDeArquivos& operator=(const OutroSistemaDeArquivos&) = delete;
+
+    [[nodiscard]] bool montado() const noexcept { return montado_; }
+
+private:
+    std::string ponto_;
+    bool montado_ = false;
+};
+
+} // namespace
+
+class FalhasTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { Casa::recomecar(); }
+
+    void arquivoDeDecisoesComCemMilEntradasCarregaEPoda()
+    {
+        constexpr int kEntradas = 100'000;
+        escrever(emDownloads("fica.pdf"), "fica");
+        std::string conteudo = "{";
+        for (int i = 0; i < kEntradas; ++i) {
+            conteudo += "\"" + comBarrasEscapadas(emDownloads("antigo-" + std::to_string(i) + ".pdf"))
+                + "\":\"" + (i % 2 == 0 ? "adiado" : "resolvido") + "\",";
+        }
+        conteudo += "\"" + comBarrasEscapadas(emDownloads("fica.pdf")) + "\":\"ignorado\"}";
+        std::filesystem::create_directories(Casa::pastaDeDados());
+        escrever(Casa::arquivoDeDecisoes().toStdString(), conteudo);
+
+        Modelo modelo;
+        QCOMPARE(modelo.decisoes().size(), std::size_t(kEntradas + 1));
+        QVERIFY(modelo.decisao(emDownloads("antigo-99998.pdf")) == Decisao::adiado);
+        QVERIFY(modelo.decisao(emDownloads("antigo-99999.pdf")) == Decisao::resolvido);
+
+        // The first scan finds one of them still there: the other hundred thousand go, and
+        // the file is written again holding that one alone.
+        QSignalSpy fins(&modelo, &Modelo::varreduraTerminada);
+        QVERIFY(esperar(fins, 1));
+        QCOMPARE(modelo.decisoes().size(), std::size_t(1));
+        QCOMPARE(ler(Casa::arquivoDeDecisoes().toStdString()),
+            "{\"" + comBarrasEscapadas(emDownloads("fica.pdf")) + "\":\"ignorado\"}");
+        QVERIFY(!modelo.erro().has_value());
+    }
+
+    void arquivoEmOutroSistemaDeArquivosVaiParaALixeiraOuFicaComAMensagem()
+    {
+        const OutroSistemaDeArquivos disco(Casa::downloads(), OutroSistemaDeArquivos::Tipo::ramDisk);
+        if (!disco.montado()) {
+            QSKIP("mounting a RAM disk needs root (or the mount was refused): this case is not checked here");
+        }
+        escrever(emDownloads("no-pendrive.pdf"), "conteudo");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        const auto item = itemPorNome(*modelo, "no-pendrive.pdf");
+        QVERIFY(item);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+
+        modelo->moverParaLixeira({*item});
+
+        // GIO either uses that file system's own trash folder or refuses; whichever it does,
+        // the file is somewhere, whole, and the person is told when it did not move.
+        const std::string naLixeiraDoDisco = Casa::downloads() + "/.Trash-" + std::to_string(::geteuid())
+            + "/files/no-pendrive.pdf";
+        if (existe(emDownloads("no-pendrive.pdf"))) {
+            QVERIFY(modelo->erro().has_value());
+            QVERIFY(modelo->erro()->startsWith(QStringLiteral("Não consegui mover no-pendrive.pdf para a Lixeira: ")));
+            QCOMPARE(ler(emDownloads("no-pendrive.pdf")), std::string("conteudo"));
+            QVERIFY(modelo->decisao(emDownloads("no-pendrive.pdf")) != Decisao::resolvido);
+        } else {
+            QVERIFY(!modelo->erro().has_value());
+            QCOMPARE(ler(naLixeiraDoDisco), std::string("conteudo"));
+            QVERIFY(modelo->decisao(emDownloads("no-pendrive.pdf")) == Decisao::resolvido);
+        }
+        QVERIFY(esperar(fins, 1));
+    }
+
+    void arquivoNumPendriveVaiParaALixeiraDoProprioPendrive()
+    {
+        const OutroSistemaDeArquivos disco(Casa::downloads(), OutroSistemaDeArquivos::Tipo::imagemExt4);
+        if (!disco.montado()) {
+            QSKIP("mounting an ext4 image needs root, mkfs.ext4 and a loop device: this case is not checked here");
+        }
+        escrever(emDownloads("no-pendrive.pdf"), "conteudo");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        const auto item = itemPorNome(*modelo, "no-pendrive.pdf");
+        QVERIFY(item);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+
+        modelo->moverParaLixeira({*item});
+
+        // The trash of a removable disk lives on the disk, so that nothing crosses devices.
+        const std::string lixeira = Casa::downloads() + "/.Trash-" + std::to_string(::geteuid());
+        QVERIFY2(!modelo->erro().has_value(), qPrintable(modelo->erro().value_or(QString())));
+        QVERIFY(!existe(emDownloads("no-pendrive.pdf")));
+        QCOMPARE(ler(lixeira + "/files/no-pendrive.pdf"), std::string("conteudo"));
+        QVERIFY(existe(lixeira + "/info/no-pendrive.pdf.trashinfo"));
+        QVERIFY(modelo->decisao(emDownloads("no-pendrive.pdf")) == Decisao::resolvido);
+        QVERIFY(esperar(fins, 1));
+        // The disk's trash folder is hidden, so the rescan does not list it.
+        QVERIFY(!itemPorNome(*modelo, ".Trash-" + std::to_string(::geteuid())));
+        QVERIFY(!itemPorNome(*modelo, "no-pendrive.pdf"));
+    }
+};
+
+TARRAFA_REGISTRAR_TESTE(FalhasTest)
+#include "FalhasTest.moc"
