@@ -4,7 +4,6 @@
 #include "TarrafaCore/Texto.hpp"
 
 #include <unicode/locid.h>
-#include <unicode/normalizer2.h>
 #include <unicode/regex.h>
 #include <unicode/stringpiece.h>
 #include <unicode/uchar.h>
@@ -36,27 +35,6 @@ char minusculaAscii(char c) noexcept
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// The text in NFC: the input itself when it already is, else a normalised (and, for
-// ill-formed input, repaired) copy kept in `guarda`.
-std::string_view emNfc(std::string_view texto, std::string& guarda)
-{
-    if (ehAscii(texto)) {
-        return texto;
-    }
-    if (texto.size() <= static_cast<std::size_t>(INT32_MAX) && Texto::ehUtf8Valido(texto)) {
-        UErrorCode erro = U_ZERO_ERROR;
-        const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(erro);
-        if (U_SUCCESS(erro)) {
-            const bool normalizado = nfc->isNormalizedUTF8(
-                icu::StringPiece(texto.data(), static_cast<int32_t>(texto.size())), erro);
-            if (U_SUCCESS(erro) && normalizado) {
-                return texto;
-            }
-        }
-    }
-    guarda = Texto::nfc(texto);
-    return guarda;
-}
 
 // Whether each code point of valid UTF-8 text is a character of its own: no combining
 // marks, joiners, Hangul jamo, regional indicators or CR. That holds for nearly every name
@@ -215,7 +193,7 @@ std::string normalizarAscii(std::string_view texto)
 bool ehInstalador(std::string_view nome)
 {
     std::string guarda;
-    const std::string_view ext = Texto::extensao(emNfc(nome, guarda));
+    const std::string_view ext = Texto::extensao(Texto::emNfc(nome, guarda));
     if (ext.empty()) {
         return false;
     }
@@ -232,7 +210,7 @@ bool ehInstalador(std::string_view nome)
 std::string normalizar(std::string_view nome)
 {
     std::string guarda;
-    const std::string_view texto = emNfc(nome, guarda);
+    const std::string_view texto = Texto::emNfc(nome, guarda);
     if (ehAsciiDeUmaLinha(texto)) {
         return normalizarAscii(texto);
     }
@@ -264,7 +242,7 @@ std::string normalizar(std::string_view nome)
     });
     // Lower-casing keeps text composed in practice; the check costs little.
     std::string composta;
-    if (emNfc(saida, composta).data() != saida.data()) {
+    if (Texto::emNfc(saida, composta).data() != saida.data()) {
         return composta;
     }
     return saida;

@@ -3,7 +3,6 @@
 
 #include "TarrafaCore/Texto.hpp"
 
-#include <unicode/normalizer2.h>
 #include <unicode/stringpiece.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -37,27 +36,6 @@ char minusculaAscii(char c) noexcept
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// The text in NFC: the input itself when it already is (nearly always), else a normalised
-// (and, for ill-formed input, repaired) copy kept in `guarda`.
-std::string_view emNfc(std::string_view texto, std::string& guarda)
-{
-    if (ehAsciiSimples(texto)) {
-        return texto;
-    }
-    if (texto.size() <= static_cast<std::size_t>(INT32_MAX) && Texto::ehUtf8Valido(texto)) {
-        UErrorCode erro = U_ZERO_ERROR;
-        const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(erro);
-        if (U_SUCCESS(erro)) {
-            const bool normalizado = nfc->isNormalizedUTF8(
-                icu::StringPiece(texto.data(), static_cast<int32_t>(texto.size())), erro);
-            if (U_SUCCESS(erro) && normalizado) {
-                return texto;
-            }
-        }
-    }
-    guarda = Texto::nfc(texto);
-    return guarda;
-}
 
 // Splits valid UTF-8 into code points when each of them is a character of its own: no
 // combining marks, joiners, Hangul jamo, regional indicators or CR. That holds for nearly
@@ -364,7 +342,7 @@ bool ehUuid(const Caracteres& c, Faixa f)
 bool ehOpaco(std::string_view nome)
 {
     std::string guarda;
-    const Caracteres c(Texto::semExtensao(emNfc(nome, guarda)));
+    const Caracteres c(Texto::semExtensao(Texto::emNfc(nome, guarda)));
     const Faixa base = aparar(c, {0, c.tamanho()});
     if (base.vazia()) {
         return true;
@@ -385,17 +363,17 @@ bool ehOpaco(std::string_view nome)
 std::string removerSufixoDeCopia(std::string_view semExtensao)
 {
     std::string guarda;
-    const Caracteres c(emNfc(semExtensao, guarda));
+    const Caracteres c(Texto::emNfc(semExtensao, guarda));
     const Faixa f = semMarcasDeCopia(c, {0, c.tamanho()});
     // What is left of a composed text is composed too, except in contrived cases; make sure.
     std::string resto;
-    return std::string(emNfc(c.trecho(f.inicio, f.fim), resto));
+    return std::string(Texto::emNfc(c.trecho(f.inicio, f.fim), resto));
 }
 
 bool temSufixoDeCopia(std::string_view nome)
 {
     std::string guarda;
-    const Caracteres c(Texto::semExtensao(emNfc(nome, guarda)));
+    const Caracteres c(Texto::semExtensao(Texto::emNfc(nome, guarda)));
     const Faixa inteira {0, c.tamanho()};
     // Removal only ever shortens the name, so any change shows in the run of characters.
     return semMarcasDeCopia(c, inteira) != inteira;

@@ -99,6 +99,26 @@ std::string nfc(std::string_view texto)
     return paraUtf8(normalizado);
 }
 
+std::string_view emNfc(std::string_view texto, std::string& guarda)
+{
+    if (ehAscii(texto)) {
+        return texto;
+    }
+    if (texto.size() <= static_cast<std::size_t>(INT32_MAX) && ehUtf8Valido(texto)) {
+        UErrorCode erro = U_ZERO_ERROR;
+        const icu::Normalizer2* normalizador = icu::Normalizer2::getNFCInstance(erro);
+        if (U_SUCCESS(erro)) {
+            const bool normalizado = normalizador->isNormalizedUTF8(
+                icu::StringPiece(texto.data(), static_cast<int32_t>(texto.size())), erro);
+            if (U_SUCCESS(erro) && normalizado) {
+                return texto;
+            }
+        }
+    }
+    guarda = nfc(texto);
+    return guarda;
+}
+
 std::string minusculas(std::string_view texto)
 {
     return paraUtf8(paraUnicode(texto).toLower(icu::Locale::getRoot()));

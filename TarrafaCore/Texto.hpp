@@ -15,6 +15,9 @@ namespace tarrafa::Texto {
 [[nodiscard]] std::string utf8Valido(std::string_view bytes);
 // Canonical composition (NFC). Input that is not valid UTF-8 is repaired first.
 [[nodiscard]] std::string nfc(std::string_view texto);
+// The same without a copy when the text already is in NFC (nearly every name): the input
+// itself, else a normalised (and, for ill-formed input, repaired) copy kept in `guarda`.
+[[nodiscard]] std::string_view emNfc(std::string_view texto, std::string& guarda);
 [[nodiscard]] std::string minusculas(std::string_view texto);
 [[nodiscard]] std::string maiusculas(std::string_view texto);
 // Full case folding, for caseless comparisons that keep accents.
