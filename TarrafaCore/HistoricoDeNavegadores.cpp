@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
@@ -268,8 +269,9 @@ std::vector<Lido> lerFirefox(sqlite3* db, const std::string& agente)
         RegistroDeDownload registro;
         adicionarSeNaoVazio(registro.origens, consulta.texto(0));
         if (!consulta.nulo(2)) {
+            // SQLite's JSON reads "1e999" as infinity; no real download ended then.
             const double ms = consulta.real(2);
-            if (ms > 0) {
+            if (ms > 0 && std::isfinite(ms)) {
                 registro.baixadoEm = Date::desde1970(ms / 1000.0);
             }
         }

@@ -102,8 +102,9 @@ std::string normalizarHost(const std::string& host)
 {
     std::string minusculo = Texto::minusculas(host);
     // A parsed host is ASCII, so the four characters of the prefix are its first four bytes.
-    // Only the prefix is dropped: the rest keeps the case it was written in.
-    if (minusculo.starts_with("www.")) {
+    // Only the prefix is dropped: the rest keeps the case it was written in. A host that is
+    // the prefix alone ("https://www./") keeps it, or its key and label would be empty.
+    if (minusculo.starts_with("www.") && minusculo.size() > 4) {
         return host.substr(4);
     }
     return minusculo;

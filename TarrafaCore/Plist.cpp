@@ -291,7 +291,10 @@ std::optional<Valor> LeitorBinario::ler()
     constexpr std::size_t kDaRaiz = std::numeric_limits<std::size_t>::max();
     std::unordered_map<std::uint64_t, std::size_t> vistos;
     vistos.emplace(raiz_, kDaRaiz);
-    std::size_t copiados = 0;
+    // Every string byte of the value, decoded or copied, counts against the limit: distinct
+    // references may point at the same position, or at overlapping ones, and decode one long
+    // string over and over without ever being a copy.
+    std::size_t bytesDeTexto = 0;
     for (std::uint64_t i = 0; i < n; ++i) {
         const std::uint64_t referencia
             = bigEndian(b_.data() + pos + i * tamanhoDaReferencia_, tamanhoDaReferencia_);
@@ -306,8 +309,8 @@ std::optional<Valor> LeitorBinario::ler()
             }
             Escalar copia = elementos[visto->second];
             if (const auto* texto = std::get_if<std::string>(&copia)) {
-                copiados += texto->size();
-                if (copiados > kExpansaoMaxima * b_.size()) {
+                bytesDeTexto += texto->size();
+                if (bytesDeTexto > kExpansaoMaxima * b_.size()) {
                     return std::nullopt;
                 }
             }
@@ -321,6 +324,12 @@ std::optional<Valor> LeitorBinario::ler()
         std::optional<Escalar> elemento = escalar(*posicao);
         if (!elemento) {
             return std::nullopt;
+        }
+        if (const auto* texto = std::get_if<std::string>(&*elemento)) {
+            bytesDeTexto += texto->size();
+            if (bytesDeTexto > kExpansaoMaxima * b_.size()) {
+                return std::nullopt;
+            }
         }
         elementos.push_back(std::move(*elemento));
     }
