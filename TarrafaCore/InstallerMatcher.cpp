@@ -248,22 +248,33 @@ std::string normalizar(std::string_view nome)
     return saida;
 }
 
-bool jaInstalado(std::string_view nome, const std::set<std::string>& instalados)
+std::vector<std::string> normalizarInstalados(const std::set<std::string>& instalados)
+{
+    std::vector<std::string> normalizados;
+    normalizados.reserve(instalados.size());
+    for (const std::string& app : instalados) {
+        std::string m = normalizar(app);
+        if (contarCaracteres(m) >= kTamanhoMinimo) {
+            normalizados.push_back(std::move(m));
+        }
+    }
+    return normalizados;
+}
+
+bool jaInstaladoEntre(std::string_view nome, const std::vector<std::string>& normalizados)
 {
     const std::string n = normalizar(Texto::semExtensao(nome));
     if (contarCaracteres(n) < kTamanhoMinimo) {
         return false;
     }
-    for (const std::string& app : instalados) {
-        const std::string m = normalizar(app);
-        if (contarCaracteres(m) < kTamanhoMinimo) {
-            continue;
-        }
-        if (n.find(m) != std::string::npos || m.find(n) != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::any_of(normalizados, [&n](const std::string& m) {
+        return n.find(m) != std::string::npos || m.find(n) != std::string::npos;
+    });
+}
+
+bool jaInstalado(std::string_view nome, const std::set<std::string>& instalados)
+{
+    return jaInstaladoEntre(nome, normalizarInstalados(instalados));
 }
 
 } // namespace tarrafa::InstallerMatcher

@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Recognises installers and guesses whether the application one brings is installed, by a
 // deliberately loose comparison of normalised names.
@@ -21,5 +22,10 @@ inline constexpr std::size_t kTamanhoMinimo = 5;
 // Version removed, lower-cased, letters and digits only: "Firefox 121.0.1" -> "firefox".
 [[nodiscard]] std::string normalizar(std::string_view nome);
 [[nodiscard]] bool jaInstalado(std::string_view nome, const std::set<std::string>& instalados);
+
+// The installed names normalised once, for a folder with many installers: those too short
+// to match are left out. jaInstaladoEntre(nome, normalizarInstalados(s)) == jaInstalado(nome, s).
+[[nodiscard]] std::vector<std::string> normalizarInstalados(const std::set<std::string>& instalados);
+[[nodiscard]] bool jaInstaladoEntre(std::string_view nome, const std::vector<std::string>& normalizados);
 
 } // namespace tarrafa::InstallerMatcher

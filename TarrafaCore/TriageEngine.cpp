@@ -34,7 +34,7 @@ Origem origemDe(const FileSnapshot& snapshot)
 // Badges in the order the file list shows them: opened state, name, copy suffix,
 // installer, series. Gathered in a reused buffer and returned at their exact size: a
 // folder's worth of items is held at once.
-std::vector<Selo> selosDe(const FileSnapshot& snapshot, const std::set<std::string>& appsInstalados,
+std::vector<Selo> selosDe(const FileSnapshot& snapshot, const std::vector<std::string>& appsInstalados,
     const std::unordered_map<std::string, int>& series, std::vector<Selo>& selos)
 {
     selos.clear();
@@ -56,7 +56,7 @@ std::vector<Selo> selosDe(const FileSnapshot& snapshot, const std::set<std::stri
     }
 
     if (InstallerMatcher::ehInstalador(nome)) {
-        selos.push_back(InstallerMatcher::jaInstalado(nome, appsInstalados) ? Selo::instaladorUsado()
+        selos.push_back(InstallerMatcher::jaInstaladoEntre(nome, appsInstalados) ? Selo::instaladorUsado()
                                                                             : Selo::instaladorNuncaUsado());
     }
 
@@ -126,6 +126,8 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
 {
     static const std::string kInstaladores(Origem::kChaveInstaladores);
     const std::unordered_map<std::string, int> series = SeriesDetector::candidatos(snapshots);
+    // Normalised once here rather than once per installer in the folder.
+    const std::vector<std::string> appsNormalizados = InstallerMatcher::normalizarInstalados(appsInstalados_);
 
     // Origin and badges per snapshot, then the snapshots of each group key, as positions in
     // the input. Keys are kept in order of first appearance, so that groups of equal size
@@ -143,7 +145,7 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
     rascunho.reserve(5); // one badge from each step at most
     for (std::size_t i = 0; i < snapshots.size(); ++i) {
         chegadas.push_back(snapshots[i].chegouEm());
-        selos.push_back(selosDe(snapshots[i], appsInstalados_, series, rascunho));
+        selos.push_back(selosDe(snapshots[i], appsNormalizados, series, rascunho));
         origens.push_back(origemDe(snapshots[i]));
         const std::string& chave = ehInstalador(selos.back()) ? kInstaladores : origens.back().chave();
         const auto [it, nova] = indice.try_emplace(chave, chaves.size());

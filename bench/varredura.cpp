@@ -15,6 +15,8 @@
 
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
+#include "TarrafaCore/RaioX.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
 
 #include <sqlite3.h>
 
@@ -237,11 +239,25 @@ int main(int argc, char** argv)
 
     std::vector<double> tScan;
     std::vector<double> tDu;
+    std::vector<double> tTriagem;
+    std::vector<double> tRaioX;
+    std::size_t grupos = 0;
+    int diagnosticados = 0;
     for (int r = 0; r < o.repeticoes; ++r) {
-        const auto inicio = std::chrono::steady_clock::now();
-        entradas = scanner.varrer(o.pasta).size();
+        auto inicio = std::chrono::steady_clock::now();
+        const std::vector<tarrafa::FileSnapshot> snapshots = scanner.varrer(o.pasta);
         tScan.push_back(segundos(std::chrono::steady_clock::now() - inicio));
+        entradas = snapshots.size();
         tDu.push_back(rodarDu(o.pasta));
+        // What follows every scan in the application: triage, then the diagnostics.
+        inicio = std::chrono::steady_clock::now();
+        const std::vector<tarrafa::GrupoOrigem> triados = tarrafa::TriageEngine({"firefox", "code"}).triar(snapshots);
+        tTriagem.push_back(segundos(std::chrono::steady_clock::now() - inicio));
+        inicio = std::chrono::steady_clock::now();
+        const tarrafa::RaioX raioX(snapshots, triados);
+        tRaioX.push_back(segundos(std::chrono::steady_clock::now() - inicio));
+        grupos = triados.size();
+        diagnosticados = raioX.total();
     }
     double scanComHistorico = 0;
     double soHistorico = 0;
@@ -279,6 +295,8 @@ int main(int argc, char** argv)
     std::printf("scan (median of %d): %.1f ms\n", o.repeticoes, scan * 1000);
     std::printf("du -sB1 (median of %d): %.1f ms\n", o.repeticoes, du * 1000);
     std::printf("ratio scan/du: %.2f\n", scan / du);
+    std::printf("triage (median of %d): %.1f ms, %zu groups; diagnostics: %.1f ms over %d entries\n",
+                o.repeticoes, mediana(tTriagem) * 1000, grupos, mediana(tRaioX) * 1000, diagnosticados);
     if (o.historicoMB > 0) {
         std::printf("scan with the history (median of %d): %.1f ms (extra %.1f ms; reading the history alone %.1f ms)\n",
                     o.repeticoes, scanComHistorico * 1000, (scanComHistorico - scan) * 1000, soHistorico * 1000);

@@ -198,3 +198,26 @@ TEST(InstallerMatcherInstalado, LinuxInstallersAndDesktopEntries)
 
 } // namespace
 } // namespace tarrafa
+
+namespace tarrafa {
+namespace {
+
+TEST(InstallerMatcherJaInstalado, NamesNormalisedOnceGiveTheSameAnswers)
+{
+    const std::set<std::string> instalados {"firefox-esr", "org.gnome.Nautilus", "Zoom", "code", "VLC",
+        "Visual Studio Code", "Brasão Bancário 2"};
+    const std::vector<std::string> normalizados = InstallerMatcher::normalizarInstalados(instalados);
+    // Too short to match once normalised ("zoom", "code", "vlc") are left out.
+    EXPECT_EQ(normalizados.size(), 4u);
+    for (const std::string nome : {"Firefox 121.0.1.deb", "firefox.AppImage", "zoom_amd64.deb", "code_1.85.deb",
+             "VisualStudioCode-1.2.dmg", "Nautilus.rpm", "BRASÃO bancário.pkg", "Outra Coisa.snap", "", ".deb"}) {
+        EXPECT_EQ(InstallerMatcher::jaInstaladoEntre(nome, normalizados), InstallerMatcher::jaInstalado(nome, instalados))
+            << nome;
+    }
+    EXPECT_TRUE(InstallerMatcher::jaInstaladoEntre("Firefox 121.0.1.deb", normalizados));
+    EXPECT_TRUE(InstallerMatcher::jaInstaladoEntre("VisualStudioCode-1.2.dmg", normalizados));
+    EXPECT_FALSE(InstallerMatcher::jaInstaladoEntre("Outra Coisa.snap", normalizados));
+}
+
+} // namespace
+} // namespace tarrafa
