@@ -223,6 +223,36 @@ TEST_F(PastaScannerTest, HardLinksCountEachTimeTheyAppear)
     EXPECT_EQ(PastaScanner::tamanhoDaPasta(pasta / "P"), 2 * alocado(pasta / "P/a.bin"));
 }
 
+TEST_F(PastaScannerTest, ManyFoldersSizedSideBySideEachGetTheirOwnSum)
+{
+    // Folder sizes are summed on several threads: each folder must still get exactly its
+    // own total, whatever the order the threads take them in.
+    std::map<std::string, std::int64_t> esperado;
+    for (int p = 0; p < 16; ++p) {
+        const std::string nome = "Pasta " + std::to_string(p);
+        std::int64_t soma = 0;
+        for (int f = 0; f <= p; ++f) {
+            const std::string arquivo = pasta / (nome + "/sub" + std::to_string(f % 3) + "/f" + std::to_string(f));
+            teste::escrever(arquivo, std::string(static_cast<std::size_t>(1000 * (p + 1) * (f + 1)), 'x'));
+            soma += alocado(arquivo);
+        }
+        for (int f = 0; f < 3 && f <= p; ++f) {
+            soma += alocado(pasta / (nome + "/sub" + std::to_string(f)));
+        }
+        esperado[nome] = soma;
+    }
+    teste::escrever(pasta / "solto.txt", "solto");
+    const auto snapshots = scanner.varrer(pasta.caminho());
+    ASSERT_EQ(snapshots.size(), 17U);
+    for (const auto& [nome, soma] : esperado) {
+        const FileSnapshot* s = achar(snapshots, nome);
+        ASSERT_NE(s, nullptr) << nome;
+        EXPECT_TRUE(s->ehPasta());
+        EXPECT_EQ(s->tamanho(), soma) << nome;
+    }
+    EXPECT_EQ(achar(snapshots, "solto.txt")->tamanho(), 5);
+}
+
 TEST_F(PastaScannerTest, LinksAreNeverFollowedNorFolders)
 {
     teste::escrever(pasta / "alvo/grande.bin", std::string(100000, 'x'));
