@@ -222,6 +222,25 @@ TEST_F(HistoricoTest, FirefoxAbsoluteProfilePathAndBadMetadata)
     EXPECT_FALSE(r->baixadoEm.has_value());
 }
 
+TEST_F(HistoricoTest, FirefoxEndTimeOutOfRangeGivesNoDate)
+{
+    const std::string places = casa / "perfil/places.sqlite";
+    {
+        Banco banco(places);
+        criarTabelasFirefox(banco);
+        inserirFirefox(banco, 1, "https://exemplo.org/a", "file:///home/a/a.bin", R"({"endTime":1e999})");
+        inserirFirefox(banco, 2, "https://exemplo.org/b", "file:///home/a/b.bin", R"({"endTime":-1e999})");
+    }
+    const HistoricoDeNavegadores historico
+        = HistoricoDeNavegadores::ler({{places, HistoricoDeNavegadores::Tipo::firefox, "Firefox"}});
+    for (const char* caminho : {"/home/a/a.bin", "/home/a/b.bin"}) {
+        const RegistroDeDownload* r = historico.procurar(caminho);
+        ASSERT_NE(r, nullptr) << caminho;
+        EXPECT_FALSE(r->baixadoEm.has_value()) << caminho;
+    }
+    EXPECT_TRUE(semSobras());
+}
+
 TEST_F(HistoricoTest, RowsStillInTheWriteAheadLogAreSeenWhileTheBrowserHoldsTheDatabase)
 {
     teste::escrever(downloads + "/novo.pdf", "n");

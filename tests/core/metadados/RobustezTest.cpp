@@ -252,6 +252,36 @@ TEST(Robustez, ManyReferencesToOneLongStringAreRefused)
     EXPECT_TRUE(Xattr::decodificar::textos(b).empty());
 }
 
+TEST(Robustez, ManyObjectsAtTheOffsetOfOneLongStringAreRefused)
+{
+    // 8 000 distinct objects whose offsets all point at one 20 000-byte string: none is a
+    // copy of another, but together they would decode to 160 MB.
+    constexpr std::size_t kObjetos = 8000;
+    Bytes b = bytesDe("bplist00");
+    const std::uint64_t texto = b.size();
+    PlistBinario::anexarMarcador(b, 0x5, 20000);
+    b.insert(b.end(), 20000, 'u');
+    const std::uint64_t lista = b.size();
+    PlistBinario::anexarMarcador(b, 0xA, kObjetos);
+    for (std::size_t i = 1; i <= kObjetos; ++i) {
+        teste::anexarBigEndian(b, i, 2);
+    }
+    const std::uint64_t tabela = b.size();
+    teste::anexarBigEndian(b, lista, 2); // object 0, the root
+    for (std::size_t i = 0; i < kObjetos; ++i) {
+        teste::anexarBigEndian(b, texto, 2);
+    }
+    b.insert(b.end(), 6, 0);
+    b.push_back(2);
+    b.push_back(2);
+    teste::anexarBigEndian(b, kObjetos + 1, 8);
+    teste::anexarBigEndian(b, 0, 8);
+    teste::anexarBigEndian(b, tabela, 8);
+    ASSERT_LT(b.size(), std::size_t {65536});
+    EXPECT_FALSE(Plist::ler(b));
+    EXPECT_TRUE(Xattr::decodificar::textos(b).empty());
+}
+
 TEST(Robustez, InvalidUtf8GivesNoValue)
 {
     PlistBinario p;

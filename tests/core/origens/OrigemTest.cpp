@@ -145,6 +145,13 @@ TEST(OrigemParser, HostWithWwwPrefixKeepsTheCaseOfTheRest)
     esperarOrigem(analisarUma("https://www.Example.ORG/"), "host:Example.ORG", "Example.ORG", "Example.ORG");
 }
 
+TEST(OrigemParser, HostThatIsOnlyTheWwwPrefixKeepsIt)
+{
+    // Dropping the prefix would leave an empty key and an empty label.
+    esperarOrigem(analisarUma("https://www./x"), "host:www.", "www.", "www.");
+    esperarOrigem(analisarUma("https://WWW."), "host:www.", "www.", "www.");
+}
+
 TEST(OrigemParser, UnknownMixedCaseHostIsLowerCased)
 {
     esperarOrigem(analisarUma("https://Downloads.Example.COM/file.zip"), "host:downloads.example.com",
