@@ -60,8 +60,11 @@ private:
 
 enum class Links { seguir, naoSeguir };
 
-// Threads that help sum the folders' sizes, besides the scanning one.
+// Threads that help read the entries, besides the scanning one, and how many entries each
+// takes at a time: small enough to share out a folder of a few hundred entries, large
+// enough that the threads rarely meet on the counter.
 constexpr std::size_t kMaximoDeAjudantes = 3;
+constexpr std::size_t kLote = 32;
 
 // Opens a folder for listing without touching its access time. O_NOATIME is refused
 // (EPERM) on folders the user does not own; those are opened without it. The folder the
@@ -217,6 +220,65 @@ std::string juntar(const std::string& pasta, const std::string& nome)
     return pasta == "/" ? "/" + nome : pasta + "/" + nome;
 }
 
+// One visible entry of the scanned folder; none when it vanished after the listing or
+// cannot be read.
+std::optional<FileSnapshot> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
+                                       const Spotlight::Indice& indice, const HistoricoDeNavegadores& historico)
+{
+    struct statx info {};
+    constexpr unsigned kCampos = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
+    if (::statx(pasta, nome.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
+        return std::nullopt;
+    }
+    const bool ehPasta = S_ISDIR(info.stx_mode);
+    const bool ehLink = S_ISLNK(info.stx_mode);
+    std::string id = juntar(raiz, nome);
+
+    std::int64_t tamanho = 0;
+    if (ehPasta) {
+        tamanho = PastaScanner::tamanhoDaPasta(id);
+    } else if ((info.stx_mask & STATX_SIZE) != 0) {
+        tamanho = static_cast<std::int64_t>(info.stx_size);
+    } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
+        tamanho = static_cast<std::int64_t>(info.stx_blocks) * 512;
+    }
+
+    const Date criadoEm = PastaScanner::dataDeCriacao(
+        (info.stx_mask & STATX_BTIME) != 0 ? std::optional(paraDate(info.stx_btime)) : std::nullopt,
+        (info.stx_mask & STATX_MTIME) != 0 ? std::optional(paraDate(info.stx_mtime)) : std::nullopt);
+
+    const Xattr::Nomes nomes = Xattr::Nomes::listar(id, ehLink);
+    std::optional<Date> baixadoEm;
+    std::vector<std::string> origens;
+    bool ehScreenshot = false;
+    std::optional<std::string> agente;
+    if (!nomes.vazio()) {
+        baixadoEm = Xattr::data(id, Xattr::kBaixadoEm, nomes);
+        origens = Xattr::origens(id, nomes);
+        ehScreenshot = Xattr::bruto(id, Xattr::kScreenshot, nomes).has_value();
+        agente = Xattr::quarentena(id, nomes);
+    }
+    std::optional<Date> ultimoUso = Xattr::ultimoUso(id, nomes, indice);
+
+    // A browser's history fills only what the file's own attributes left empty.
+    if (const RegistroDeDownload* registro = historico.procurar(id)) {
+        if (origens.empty()) {
+            origens = registro->origens;
+        }
+        if (!baixadoEm) {
+            baixadoEm = registro->baixadoEm;
+        }
+        if (!ultimoUso) {
+            ultimoUso = registro->ultimoUso;
+        }
+        if (!agente && !registro->agente.empty()) {
+            agente = registro->agente;
+        }
+    }
+    return FileSnapshot(std::move(id), Texto::utf8Valido(nome), ehPasta, tamanho, baixadoEm, criadoEm, ultimoUso,
+                        std::move(origens), ehScreenshot, std::move(agente));
+}
+
 } // namespace
 
 std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
@@ -244,113 +306,52 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
     const Spotlight::Indice indice = Spotlight::Indice::carregar();
     const HistoricoDeNavegadores historico = HistoricoDeNavegadores::carregar();
 
-    // First the type, size and dates of every visible entry, in listing order.
-    struct Lida {
-        const Entrada* entrada;
-        std::string id;
-        struct statx info;
-    };
-    std::vector<Lida> lidas;
-    lidas.reserve(entradas.size());
-    std::vector<std::size_t> pastas; // positions in lidas
+    std::vector<const Entrada*> visiveis;
+    visiveis.reserve(entradas.size());
     for (const Entrada& entrada : entradas) {
-        if (!ehVisivel(entrada.nome, ocultos)) {
-            continue;
+        if (ehVisivel(entrada.nome, ocultos)) {
+            visiveis.push_back(&entrada);
         }
-        struct statx info {};
-        constexpr unsigned kCampos = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
-        if (::statx(fd.get(), entrada.nome.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
-            continue; // vanished after the listing, or unreadable: left out
-        }
-        if (S_ISDIR(info.stx_mode)) {
-            pastas.push_back(lidas.size());
-        }
-        lidas.push_back({&entrada, juntar(raiz, entrada.nome), info});
     }
 
-    // Summing what lies below the folders is nearly all of a scan's time, almost all of it
-    // stat calls in the kernel, which run side by side on several cores: helper threads
-    // start on it now, and this one joins them once the attributes are read.
-    std::vector<std::int64_t> tamanhos(lidas.size(), 0);
-    std::atomic<std::size_t> proximaPasta {0};
-    const auto somarPastas = [&] {
-        for (std::size_t k = proximaPasta.fetch_add(1); k < pastas.size(); k = proximaPasta.fetch_add(1)) {
-            const std::size_t i = pastas[k];
-            tamanhos[i] = tamanhoDaPasta(lidas[i].id);
+    // Entries are read in batches by a few threads side by side: a scan is almost all
+    // system calls (statx and the attributes for each entry, a stat for every file below
+    // each folder), which run in parallel in the kernel. Each batch writes only its own
+    // slots; the index and the history are only read.
+    std::vector<std::optional<FileSnapshot>> lidas(visiveis.size());
+    std::atomic<std::size_t> proximoLote {0};
+    const auto ler = [&] {
+        for (;;) {
+            const std::size_t inicio = proximoLote.fetch_add(kLote);
+            if (inicio >= visiveis.size()) {
+                return;
+            }
+            const std::size_t fim = std::min(visiveis.size(), inicio + kLote);
+            for (std::size_t i = inicio; i < fim; ++i) {
+                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice, historico);
+            }
         }
     };
     std::vector<std::jthread> ajudantes;
-    const std::size_t nucleos = std::max(1U, std::thread::hardware_concurrency());
-    const std::size_t quantos = std::min({nucleos, kMaximoDeAjudantes + 1, pastas.size()});
+    const std::size_t lotes = (visiveis.size() + kLote - 1) / kLote;
+    const std::size_t quantos = std::min({static_cast<std::size_t>(std::max(1U, std::thread::hardware_concurrency())),
+                                          kMaximoDeAjudantes + 1, lotes});
     for (std::size_t k = 1; k < quantos; ++k) {
         try {
-            ajudantes.emplace_back(somarPastas);
+            ajudantes.emplace_back(ler);
         } catch (const std::system_error&) {
             break; // no thread to spare: this one does the rest
         }
     }
+    ler();
+    ajudantes.clear(); // joins
 
     std::vector<FileSnapshot> snapshots;
     snapshots.reserve(lidas.size());
-    struct Atributos {
-        std::optional<Date> baixadoEm;
-        std::optional<Date> ultimoUso;
-        std::vector<std::string> origens;
-        bool ehScreenshot = false;
-        std::optional<std::string> agente;
-    };
-    std::vector<Atributos> atributos(lidas.size());
-    for (std::size_t i = 0; i < lidas.size(); ++i) {
-        const Lida& lida = lidas[i];
-        const std::string& id = lida.id;
-        Atributos& a = atributos[i];
-        const Xattr::Nomes nomes = Xattr::Nomes::listar(id, S_ISLNK(lida.info.stx_mode));
-        if (!nomes.vazio()) {
-            a.baixadoEm = Xattr::data(id, Xattr::kBaixadoEm, nomes);
-            a.origens = Xattr::origens(id, nomes);
-            a.ehScreenshot = Xattr::bruto(id, Xattr::kScreenshot, nomes).has_value();
-            a.agente = Xattr::quarentena(id, nomes);
+    for (std::optional<FileSnapshot>& lida : lidas) {
+        if (lida) {
+            snapshots.push_back(std::move(*lida));
         }
-        a.ultimoUso = Xattr::ultimoUso(id, nomes, indice);
-
-        // A browser's history fills only what the file's own attributes left empty.
-        if (const RegistroDeDownload* registro = historico.procurar(id)) {
-            if (a.origens.empty()) {
-                a.origens = registro->origens;
-            }
-            if (!a.baixadoEm) {
-                a.baixadoEm = registro->baixadoEm;
-            }
-            if (!a.ultimoUso) {
-                a.ultimoUso = registro->ultimoUso;
-            }
-            if (!a.agente && !registro->agente.empty()) {
-                a.agente = registro->agente;
-            }
-        }
-    }
-    somarPastas();
-    ajudantes.clear(); // joins
-
-    for (std::size_t i = 0; i < lidas.size(); ++i) {
-        Lida& lida = lidas[i];
-        const struct statx& info = lida.info;
-        const bool ehPasta = S_ISDIR(info.stx_mode);
-        std::int64_t tamanho = 0;
-        if (ehPasta) {
-            tamanho = tamanhos[i];
-        } else if ((info.stx_mask & STATX_SIZE) != 0) {
-            tamanho = static_cast<std::int64_t>(info.stx_size);
-        } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
-            tamanho = static_cast<std::int64_t>(info.stx_blocks) * 512;
-        }
-        const Date criadoEm = dataDeCriacao(
-            (info.stx_mask & STATX_BTIME) != 0 ? std::optional(paraDate(info.stx_btime)) : std::nullopt,
-            (info.stx_mask & STATX_MTIME) != 0 ? std::optional(paraDate(info.stx_mtime)) : std::nullopt);
-        Atributos& a = atributos[i];
-        snapshots.emplace_back(std::move(lida.id), Texto::utf8Valido(lida.entrada->nome), ehPasta, tamanho,
-                               a.baixadoEm, criadoEm, a.ultimoUso, std::move(a.origens), a.ehScreenshot,
-                               std::move(a.agente));
     }
     return snapshots;
 }
