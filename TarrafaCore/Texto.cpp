@@ -131,6 +131,16 @@ std::string maiusculas(std::string_view texto)
 
 std::string dobrarCaixa(std::string_view texto)
 {
+    // In ASCII, full case folding only lowers A to Z; most file names need nothing more.
+    if (ehAscii(texto)) {
+        std::string dobrado(texto);
+        for (char& c : dobrado) {
+            if (c >= 'A' && c <= 'Z') {
+                c = static_cast<char>(c - 'A' + 'a');
+            }
+        }
+        return dobrado;
+    }
     return paraUtf8(paraUnicode(texto).foldCase(U_FOLD_CASE_DEFAULT));
 }
 

@@ -130,7 +130,12 @@ std::vector<GrupoOrigem> Modelo::gruposVisiveis() const
 
 std::vector<ItemTriado> Modelo::itensTodos() const
 {
+    std::size_t total = 0;
+    for (const GrupoOrigem& grupo : grupos_) {
+        total += grupo.itens().size();
+    }
     std::vector<ItemTriado> todos;
+    todos.reserve(total);
     for (const GrupoOrigem& grupo : grupos_) {
         todos.insert(todos.end(), grupo.itens().begin(), grupo.itens().end());
     }
@@ -139,20 +144,34 @@ std::vector<ItemTriado> Modelo::itensTodos() const
 
 std::vector<ItemTriado> Modelo::itens(const Destino& destino) const
 {
+    // Called on every keystroke in the search field over folders of many thousands of
+    // items: each item is tested where it lies and only those that pass are copied.
+    const bool buscando = !busca_.isEmpty();
+    // Case folded on both sides, accents kept; the text exactly as typed, blanks included.
+    const std::string procurado = buscando ? Texto::dobrarCaixa(busca_.toStdString()) : std::string();
     std::vector<ItemTriado> fonte;
     const auto manter = [&](const std::vector<ItemTriado>& itens, auto&& decisaoServe) {
-        std::copy_if(itens.begin(), itens.end(), std::back_inserter(fonte),
-            [&](const ItemTriado& item) { return decisaoServe(decisao(item.id())); });
+        for (const ItemTriado& item : itens) {
+            if (decisaoServe(decisao(item.id()))
+                && (!buscando || Texto::dobrarCaixa(item.nome()).find(procurado) != std::string::npos)) {
+                fonte.push_back(item);
+            }
+        }
+    };
+    const auto manterDeTodos = [&](auto&& decisaoServe) {
+        for (const GrupoOrigem& grupo : grupos_) {
+            manter(grupo.itens(), decisaoServe);
+        }
     };
     switch (destino.caso()) {
     case Destino::Caso::entrada:
-        manter(itensTodos(), [](Decisao d) { return d == Decisao::novo; });
+        manterDeTodos([](Decisao d) { return d == Decisao::novo; });
         break;
     case Destino::Caso::adiados:
-        manter(itensTodos(), [](Decisao d) { return d == Decisao::adiado; });
+        manterDeTodos([](Decisao d) { return d == Decisao::adiado; });
         break;
     case Destino::Caso::resolvidos:
-        manter(itensTodos(), [](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
+        manterDeTodos([](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
         break;
     case Destino::Caso::grupo: {
         // The whole group, not only its undecided items: postponed and ignored ones stay in
@@ -165,17 +184,8 @@ std::vector<ItemTriado> Modelo::itens(const Destino& destino) const
         break;
     }
     case Destino::Caso::raioX:
-        return {};
+        break;
     }
-
-    if (busca_.isEmpty()) {
-        return fonte;
-    }
-    // Case folded on both sides, accents kept; the text exactly as typed, blanks included.
-    const std::string procurado = Texto::dobrarCaixa(busca_.toStdString());
-    std::erase_if(fonte, [&](const ItemTriado& item) {
-        return Texto::dobrarCaixa(item.nome()).find(procurado) == std::string::npos;
-    });
     return fonte;
 }
 

@@ -24,6 +24,18 @@ TEST(Texto, CaseMappingsAreFullAndLocaleIndependent)
     EXPECT_NE(Texto::dobrarCaixa("água"), Texto::dobrarCaixa("agua"));
 }
 
+TEST(Texto, FoldingPlainAsciiAgreesWithTheFullFolding)
+{
+    // Every ASCII character, once through the shortcut for ASCII text and once through the
+    // full folding (a trailing non-ASCII letter forces that path).
+    std::string ascii;
+    for (int c = 1; c < 0x80; ++c) {
+        ascii.push_back(static_cast<char>(c));
+    }
+    EXPECT_EQ(Texto::dobrarCaixa(ascii) + "\xC3\xA9", Texto::dobrarCaixa(ascii + "\xC3\x89"));
+    EXPECT_EQ(Texto::dobrarCaixa("Relatorio FINAL (1).PDF"), "relatorio final (1).pdf");
+}
+
 TEST(Texto, NfcComposesCanonicalEquivalents)
 {
     EXPECT_EQ(Texto::nfc("e\xCC\x81"), "\xC3\xA9");
