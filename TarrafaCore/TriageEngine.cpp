@@ -76,9 +76,7 @@ bool ehInstalador(const std::vector<Selo>& selos)
 } // namespace
 
 ItemTriado::ItemTriado(FileSnapshot snapshot, Origem origem, std::vector<Selo> selos)
-    : snapshot_(std::move(snapshot))
-    , origem_(std::move(origem))
-    , selos_(std::move(selos))
+    : dados_(std::make_shared<const Dados>(Dados {std::move(snapshot), std::move(origem), std::move(selos)}))
 {
 }
 

@@ -6,6 +6,7 @@
 #include "TarrafaCore/Selo.hpp"
 
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,23 +15,39 @@ namespace tarrafa {
 
 // One scanned file after triage: the snapshot, the origin it was attributed to and its
 // badges, in the order the file list shows them.
+//
+// Immutable, so copies share one record: lists of a hundred thousand items are filtered and
+// handed from the model to the views on every keystroke, and a copy costs a reference count
+// rather than a dozen allocations.
 class ItemTriado final {
 public:
     ItemTriado(FileSnapshot snapshot, Origem origem, std::vector<Selo> selos);
+    // Copies only, never moves: an item is never left empty, whatever is done with it.
+    ItemTriado(const ItemTriado&) = default;
+    ItemTriado& operator=(const ItemTriado&) = default;
+    ~ItemTriado() = default;
 
-    [[nodiscard]] const FileSnapshot& snapshot() const noexcept { return snapshot_; }
-    [[nodiscard]] const Origem& origem() const noexcept { return origem_; }
-    [[nodiscard]] const std::vector<Selo>& selos() const noexcept { return selos_; }
+    [[nodiscard]] const FileSnapshot& snapshot() const noexcept { return dados_->snapshot; }
+    [[nodiscard]] const Origem& origem() const noexcept { return dados_->origem; }
+    [[nodiscard]] const std::vector<Selo>& selos() const noexcept { return dados_->selos; }
     // The file's identity everywhere (selection, decisions): its full path.
-    [[nodiscard]] const std::string& id() const noexcept { return snapshot_.id(); }
-    [[nodiscard]] const std::string& nome() const noexcept { return snapshot_.nome(); }
+    [[nodiscard]] const std::string& id() const noexcept { return dados_->snapshot.id(); }
+    [[nodiscard]] const std::string& nome() const noexcept { return dados_->snapshot.nome(); }
 
-    friend bool operator==(const ItemTriado&, const ItemTriado&) = default;
+    // Equal contents, whether or not the record is shared.
+    friend bool operator==(const ItemTriado& a, const ItemTriado& b) noexcept
+    {
+        return a.dados_ == b.dados_ || *a.dados_ == *b.dados_;
+    }
 
 private:
-    FileSnapshot snapshot_;
-    Origem origem_;
-    std::vector<Selo> selos_;
+    struct Dados {
+        FileSnapshot snapshot;
+        Origem origem;
+        std::vector<Selo> selos;
+        friend bool operator==(const Dados&, const Dados&) = default;
+    };
+    std::shared_ptr<const Dados> dados_;
 };
 
 // The files of one origin (or all installers), newest first. Its counts are recomputed on

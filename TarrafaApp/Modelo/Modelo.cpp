@@ -142,36 +142,35 @@ std::vector<ItemTriado> Modelo::itensTodos() const
     return todos;
 }
 
-std::vector<ItemTriado> Modelo::itens(const Destino& destino) const
+template <typename Funcao> void Modelo::paraCadaItem(const Destino& destino, Funcao&& funcao) const
 {
-    // Called on every keystroke in the search field over folders of many thousands of
-    // items: each item is tested where it lies and only those that pass are copied.
+    // Runs on every keystroke in the search field and for every sidebar count, over
+    // folders of many thousands of items: each item is tested where it lies, nothing copied.
     const bool buscando = !busca_.isEmpty();
     // Case folded on both sides, accents kept; the text exactly as typed, blanks included.
     const std::string procurado = buscando ? Texto::dobrarCaixa(busca_.toStdString()) : std::string();
-    std::vector<ItemTriado> fonte;
-    const auto manter = [&](const std::vector<ItemTriado>& itens, auto&& decisaoServe) {
+    const auto visitar = [&](const std::vector<ItemTriado>& itens, auto&& decisaoServe) {
         for (const ItemTriado& item : itens) {
             if (decisaoServe(decisao(item.id()))
                 && (!buscando || Texto::dobrarCaixa(item.nome()).find(procurado) != std::string::npos)) {
-                fonte.push_back(item);
+                funcao(item);
             }
         }
     };
-    const auto manterDeTodos = [&](auto&& decisaoServe) {
+    const auto visitarTodos = [&](auto&& decisaoServe) {
         for (const GrupoOrigem& grupo : grupos_) {
-            manter(grupo.itens(), decisaoServe);
+            visitar(grupo.itens(), decisaoServe);
         }
     };
     switch (destino.caso()) {
     case Destino::Caso::entrada:
-        manterDeTodos([](Decisao d) { return d == Decisao::novo; });
+        visitarTodos([](Decisao d) { return d == Decisao::novo; });
         break;
     case Destino::Caso::adiados:
-        manterDeTodos([](Decisao d) { return d == Decisao::adiado; });
+        visitarTodos([](Decisao d) { return d == Decisao::adiado; });
         break;
     case Destino::Caso::resolvidos:
-        manterDeTodos([](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
+        visitarTodos([](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
         break;
     case Destino::Caso::grupo: {
         // The whole group, not only its undecided items: postponed and ignored ones stay in
@@ -179,13 +178,19 @@ std::vector<ItemTriado> Modelo::itens(const Destino& destino) const
         const auto grupo = std::find_if(grupos_.begin(), grupos_.end(),
             [&](const GrupoOrigem& g) { return g.origem().chave() == destino.chave(); });
         if (grupo != grupos_.end()) {
-            manter(grupo->itens(), [](Decisao d) { return d != Decisao::resolvido; });
+            visitar(grupo->itens(), [](Decisao d) { return d != Decisao::resolvido; });
         }
         break;
     }
     case Destino::Caso::raioX:
         break;
     }
+}
+
+std::vector<ItemTriado> Modelo::itens(const Destino& destino) const
+{
+    std::vector<ItemTriado> fonte;
+    paraCadaItem(destino, [&fonte](const ItemTriado& item) { fonte.push_back(item); });
     return fonte;
 }
 
@@ -214,16 +219,23 @@ std::optional<int> Modelo::contagem(const Destino& destino) const
     case Destino::Caso::entrada:
     case Destino::Caso::adiados:
     case Destino::Caso::resolvidos:
-        return int(itens(destino).size());
+    {
+        int quantos = 0;
+        paraCadaItem(destino, [&quantos](const ItemTriado&) { ++quantos; });
+        return quantos;
+    }
     case Destino::Caso::raioX:
         return std::nullopt;
     case Destino::Caso::grupo:
         break;
     }
-    // A group row counts its undecided items whatever the search says.
-    for (const GrupoOrigem& grupo : gruposVisiveis()) {
+    // A group row counts its undecided items whatever the search says; a group with none
+    // has no row.
+    for (const GrupoOrigem& grupo : grupos_) {
         if (grupo.origem().chave() == destino.chave()) {
-            return grupo.total();
+            const auto novos = std::ranges::count_if(
+                grupo.itens(), [this](const ItemTriado& item) { return decisao(item.id()) == Decisao::novo; });
+            return novos > 0 ? std::optional<int>(static_cast<int>(novos)) : std::nullopt;
         }
     }
     return std::nullopt;

@@ -89,6 +89,9 @@ Q_SIGNALS:
     void varreduraTerminada();
 
 private:
+    // Calls funcao with each item listed at the destination, in order, under the search.
+    template <typename Funcao> void paraCadaItem(const Destino& destino, Funcao&& funcao) const;
+
     struct Varredura;
 
     [[nodiscard]] static Varredura varrerEmSegundoPlano(const std::string& pasta);
