@@ -8,8 +8,8 @@
 
 namespace tarrafa::app::teste {
 
-JanelaDeTeste::JanelaDeTeste(const Cenario& cenario)
-    : modelo(cenario.modelo())
+JanelaDeTeste::JanelaDeTeste(const Downloads& cenario)
+    : modelo(cenario.modeloNovo())
     , varreduras(std::make_unique<QSignalSpy>(modelo.get(), &Modelo::varreduraTerminada))
     , janela(std::make_unique<JanelaPrincipal>(*modelo))
 {

@@ -3,7 +3,7 @@
 // and ways to reach and click the sidebar's rows.
 #pragma once
 
-#include "Cenario.hpp"
+#include "Downloads.hpp"
 
 #include "TarrafaApp/App/BarraLateral.hpp"
 #include "TarrafaApp/App/JanelaPrincipal.hpp"
@@ -21,7 +21,7 @@ namespace tarrafa::app::teste {
 // The window as the program builds it, over a model of the scenario's folder. The model
 // starts its first scan as it is created; abrir() waits for it and for the panel to show it.
 struct JanelaDeTeste {
-    explicit JanelaDeTeste(const Cenario& cenario);
+    explicit JanelaDeTeste(const Downloads& cenario);
 
     // Shows the window, makes it active and waits for the first scan to be on screen.
     [[nodiscard]] bool abrir();

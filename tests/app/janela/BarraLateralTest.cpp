@@ -43,7 +43,7 @@ class BarraLateralTest final : public QObject {
 private Q_SLOTS:
     void semGruposOrigensTemCabecalhoESemLinhas()
     {
-        Cenario cenario;
+        Downloads cenario;
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         BarraLateral& barra = t.janela->barraLateral();
@@ -64,7 +64,7 @@ private Q_SLOTS:
 
     void linhasFixasTemSimbolosEContagens()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string adiado = cenario.criar({.nome = "adiado.pdf", .origem = kExemplo});
         const std::string resolvido = cenario.criar({.nome = "resolvido.pdf", .origem = kExemplo});
         const std::string ignorado = cenario.criar({.nome = "ignorado.pdf"});
@@ -93,7 +93,7 @@ private Q_SLOTS:
 
     void cliqueNaLinhaEscolheODestinoEODestinoEscolheALinha()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
@@ -116,7 +116,7 @@ private Q_SLOTS:
 
     void varreduraEmCursoDesabilitaOBotaoMasCtrlRVarreDeNovo()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf"});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
@@ -141,7 +141,7 @@ private Q_SLOTS:
 
     void adiarUltimoItemDoGrupoTiraALinhaSemMoverASelecao()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "unico.xlsx", .origem = kSharePointAna});
         cenario.criar({.nome = "outro.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
@@ -170,7 +170,7 @@ private Q_SLOTS:
 
     void buscaMudaAsContagensDasTresPrimeirasLinhasMasNaoDosGrupos()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string adiado = cenario.criar({.nome = "contrato-adiado.pdf", .origem = kExemplo});
         const std::string resolvido = cenario.criar({.nome = "contrato-resolvido.pdf", .origem = kExemplo});
         cenario.criar({.nome = "contrato.pdf", .origem = kExemplo});
@@ -225,7 +225,7 @@ private Q_SLOTS:
 
     void linhasDeOrigemUsamOSimboloDaOrigem()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "plano.xlsx", .origem = kSharePointAna});
         cenario.criar({.nome = "projeto.tar.gz", .origem = kGitHub});
         cenario.criar({.nome = "sem-origem.txt"});

@@ -7,7 +7,7 @@
 //   tarrafa_capturas PASTA_DE_SAIDA
 #include "Ajudantes.hpp"
 #include "CasaFalsa.hpp"
-#include "Cenario.hpp"
+#include "Downloads.hpp"
 
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
@@ -178,9 +178,9 @@ int main(int argc, char* argv[])
     const QString saida = QDir(argumentos[1]).absolutePath();
     QDir().mkpath(saida);
 
-    Cenario cenario;
+    Downloads cenario;
     const std::vector<Arquivo> arquivos = pastaDeExemplo();
-    cenario.criar(arquivos);
+    cenario.criarTodos(arquivos);
     cenario.decisoes({{cenario.pasta() + "/Cronograma.xlsx", "adiado"},
         {cenario.pasta() + "/Orçamento 2025.xlsx", "adiado"}, {cenario.pasta() + "/notas.txt", "adiado"},
         {cenario.pasta() + "/declaracao-irpf-2025.pdf", "resolvido"}});

@@ -39,7 +39,7 @@ class JanelaTest final : public QObject {
 private Q_SLOTS:
     void conteudoTemNoMinimo900Por560()
     {
-        Cenario cenario;
+        Downloads cenario;
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         QWidget* conteudo = t.janela->centralWidget();
@@ -51,7 +51,7 @@ private Q_SLOTS:
 
     void barraLateralComecaCom236EFicaEntre210E280()
     {
-        Cenario cenario;
+        Downloads cenario;
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         auto* divisao = t.janela->findChild<QSplitter*>(QStringLiteral("divisao"));
@@ -79,7 +79,7 @@ private Q_SLOTS:
 
     void mostrarAJanelaNaoComecaOutraVarredura()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf"});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
@@ -94,7 +94,7 @@ private Q_SLOTS:
 
     void cadaTeclaNaBuscaMudaABusca()
     {
-        Cenario cenario;
+        Downloads cenario;
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         QLineEdit& busca = t.janela->busca();
@@ -115,7 +115,7 @@ private Q_SLOTS:
 
     void menuArquivoVarreDeNovoComCtrlRSempreHabilitado()
     {
-        Cenario cenario;
+        Downloads cenario;
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         QMenu* arquivo = menuArquivo(*t.janela);
@@ -140,7 +140,7 @@ private Q_SLOTS:
 
     void ctrlFLevaABusca()
     {
-        Cenario cenario;
+        Downloads cenario;
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         t.janela->barraLateral().setFocus();
@@ -155,7 +155,7 @@ private Q_SLOTS:
 
     void ctrlASelecionaTodosOsArquivosDaLista()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
         const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
@@ -175,7 +175,7 @@ private Q_SLOTS:
 
     void naBuscaCtrlAEDeleteEditamOTexto()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());

@@ -50,7 +50,7 @@ std::set<std::string> ids(std::initializer_list<std::string> caminhos)
 
 bool naLixeira(const std::string& nome)
 {
-    const std::vector<std::string> nomes = Cenario::naLixeira();
+    const std::vector<std::string> nomes = Downloads::naLixeira();
     return std::find(nomes.begin(), nomes.end(), nome) != nomes.end();
 }
 
@@ -62,7 +62,7 @@ class PainelTest final : public QObject {
 private Q_SLOTS:
     void subtituloDizQuantosItensOuOQueEODiagnostico()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "so-um.pdf", .origem = kOutro});
         for (int i = 0; i < 12; ++i) {
             cenario.criar({.nome = "exemplo-" + std::to_string(i) + ".pdf", .origem = kExemplo});
@@ -99,7 +99,7 @@ private Q_SLOTS:
 
     void tituloLongoEncurtadoNoFimSemCortarLetras()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string host = "um-servidor-de-arquivos-com-um-nome-comprido-demais-para-caber.exemplo.com.br";
         cenario.criar({.nome = "a.pdf", .origem = "https://" + host + "/a.pdf"});
         JanelaDeTeste t(cenario);
@@ -117,7 +117,7 @@ private Q_SLOTS:
 
     void entradaComBuscaMostraAcoesEArquivosOuNadaAqui()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "contrato.pdf", .origem = kExemplo});
         cenario.criar({.nome = "foto.jpg", .origem = kOutro});
         JanelaDeTeste t(cenario);
@@ -151,7 +151,7 @@ private Q_SLOTS:
 
     void erroVenceODiagnostico()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
@@ -182,7 +182,7 @@ private Q_SLOTS:
 
     void trocarDeGrupoLimpaASelecaoMasBuscarNao()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string a1 = cenario.criar({.nome = "relatorio-1.pdf", .origem = kExemplo});
         const std::string a2 = cenario.criar({.nome = "relatorio-2.pdf", .origem = kExemplo});
         cenario.criar({.nome = "b.pdf", .origem = kOutro});
@@ -218,7 +218,7 @@ private Q_SLOTS:
 
     void confirmarDepoisDeUmaVarreduraMoveSoOsQueContinuamNaLista()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string fica = cenario.criar({.nome = "lixeira-fica.pdf", .origem = kExemplo});
         const std::string some = cenario.criar({.nome = "lixeira-some.pdf", .origem = kExemplo});
         const std::string vai = cenario.criar({.nome = "lixeira-vai.pdf", .origem = kExemplo});
@@ -259,7 +259,7 @@ private Q_SLOTS:
 
     void semFaixaAntesDaPrimeiraVarredura()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
         Painel& painel = t.janela->painel();
@@ -283,7 +283,7 @@ private Q_SLOTS:
 
     void indicadorGiraNoCentroEnquantoVarre()
     {
-        Cenario cenario;
+        Downloads cenario;
         cenario.criar({.nome = "a.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
@@ -306,7 +306,7 @@ private Q_SLOTS:
 
     void dialogoDaLixeiraParaUmEParaTresArquivos()
     {
-        Cenario cenario;
+        Downloads cenario;
         std::vector<std::string> caminhos;
         for (const char* nome : {"dialogo-1.pdf", "dialogo-2.pdf", "dialogo-3.pdf"}) {
             caminhos.push_back(cenario.criar({.nome = nome, .origem = kExemplo}));
@@ -374,7 +374,7 @@ private Q_SLOTS:
 
     void respostaDadaPeloTesteDecideAProximaPergunta()
     {
-        Cenario cenario;
+        Downloads cenario;
         const std::string fica = cenario.criar({.nome = "resposta-fica.pdf", .origem = kExemplo});
         const std::string vai = cenario.criar({.nome = "resposta-vai.pdf", .origem = kExemplo});
         JanelaDeTeste t(cenario);

@@ -501,6 +501,6 @@ private Q_SLOTS:
 } // namespace tarrafa::app::teste
 
 using tarrafa::app::teste::ArquivosTest;
-TARRAFA_TESTE_DO_PAINEL(ArquivosTest)
+TARRAFA_REGISTRAR_TESTE(ArquivosTest)
 
 #include "ArquivosTest.moc"

@@ -310,6 +310,6 @@ private Q_SLOTS:
 } // namespace tarrafa::app::teste
 
 using tarrafa::app::teste::GruposTest;
-TARRAFA_TESTE_DO_PAINEL(GruposTest)
+TARRAFA_REGISTRAR_TESTE(GruposTest)
 
 #include "GruposTest.moc"

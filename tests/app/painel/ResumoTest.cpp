@@ -301,6 +301,6 @@ private Q_SLOTS:
 } // namespace tarrafa::app::teste
 
 using tarrafa::app::teste::ResumoTest;
-TARRAFA_TESTE_DO_PAINEL(ResumoTest)
+TARRAFA_REGISTRAR_TESTE(ResumoTest)
 
 #include "ResumoTest.moc"

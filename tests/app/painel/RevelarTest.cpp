@@ -133,6 +133,6 @@ private Q_SLOTS:
 } // namespace tarrafa::app::teste
 
 using tarrafa::app::teste::RevelarTest;
-TARRAFA_TESTE_DO_PAINEL(RevelarTest)
+TARRAFA_REGISTRAR_TESTE(RevelarTest)
 
 #include "RevelarTest.moc"

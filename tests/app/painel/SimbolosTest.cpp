@@ -177,6 +177,6 @@ private:
 } // namespace tarrafa::app::teste
 
 using tarrafa::app::teste::SimbolosTest;
-TARRAFA_TESTE_DO_PAINEL(SimbolosTest)
+TARRAFA_REGISTRAR_TESTE(SimbolosTest)
 
 #include "SimbolosTest.moc"

@@ -75,7 +75,7 @@ int main(int argc, char* argv[])
     QApplication aplicacao(argc, argv);
     const std::unique_ptr<QProcess> barramento = barramentoProprio(casa.path());
     int falhas = 0;
-    for (const auto& fabrica : tarrafa::app::teste::testesDoPainel()) {
+    for (const auto& fabrica : tarrafa::app::teste::testesRegistrados()) {
         const std::unique_ptr<QObject> teste = fabrica();
         falhas += QTest::qExec(teste.get(), argc, argv);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Several Qt Test classes in one executable: each file registers its class and the shared
-// main runs them all under one QApplication.
+// main runs them all, under one application object.
 #pragma once
 
 #include <QObject>
@@ -13,22 +13,22 @@ namespace tarrafa::app::teste {
 
 using FabricaDeTeste = std::function<std::unique_ptr<QObject>()>;
 
-inline std::vector<FabricaDeTeste>& testesDoPainel()
+inline std::vector<FabricaDeTeste>& testesRegistrados()
 {
     static std::vector<FabricaDeTeste> testes;
     return testes;
 }
 
-inline bool registrarTesteDoPainel(FabricaDeTeste fabrica)
+inline bool registrarTeste(FabricaDeTeste fabrica)
 {
-    testesDoPainel().push_back(std::move(fabrica));
+    testesRegistrados().push_back(std::move(fabrica));
     return true;
 }
 
 } // namespace tarrafa::app::teste
 
-#define TARRAFA_TESTE_DO_PAINEL(Classe)                                                                      \
+#define TARRAFA_REGISTRAR_TESTE(Classe)                                                                      \
     namespace {                                                                                              \
     [[maybe_unused]] const bool registrado##Classe                                                           \
-        = ::tarrafa::app::teste::registrarTesteDoPainel([] { return std::make_unique<Classe>(); });          \
+        = ::tarrafa::app::teste::registrarTeste([] { return std::make_unique<Classe>(); });                  \
     }

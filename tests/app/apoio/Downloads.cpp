@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Cenario.hpp"
+#include "Downloads.hpp"
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
@@ -8,10 +8,13 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSignalSpy>
 #include <QTimeZone>
+#include <QWidget>
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -34,6 +37,7 @@ qint64 haDias(double dias)
     return QDateTime::currentSecsSinceEpoch() - static_cast<qint64>(dias * 86400.0);
 }
 
+// The download date as the metadata attribute holds it: a property list with one date.
 std::string dataEmPlist(double dias)
 {
     const QString quando
@@ -42,9 +46,9 @@ std::string dataEmPlist(double dias)
         + quando.toStdString() + "</date></array></plist>";
 }
 
+// The last-use attribute: seconds since 1970 and nanoseconds, 8 little-endian bytes each.
 std::string ultimoUso(double dias)
 {
-    // Seconds since 1970 as 8 little-endian bytes, then 8 bytes of nanoseconds.
     auto segundos = static_cast<std::uint64_t>(haDias(dias));
     std::string bytes(16, '\0');
     for (std::size_t i = 0; i < 8; ++i) {
@@ -56,10 +60,9 @@ std::string ultimoUso(double dias)
 
 } // namespace
 
-Cenario::Cenario()
+Downloads::Downloads()
 {
-    const QByteArray casa = qgetenv("HOME");
-    std::string modelo = casa.toStdString() + "/cenario-XXXXXX";
+    std::string modelo = qgetenv("HOME").toStdString() + "/downloads-XXXXXX";
     if (::mkdtemp(modelo.data()) == nullptr) {
         throw std::runtime_error(std::string("mkdtemp: ") + std::strerror(errno));
     }
@@ -68,17 +71,19 @@ Cenario::Cenario()
     QDir().mkpath(QString::fromStdString(pasta_));
 }
 
-Cenario::~Cenario()
+Downloads::~Downloads()
 {
-    QDir(QString::fromStdString(raiz_)).removeRecursively();
+    // By bytes: some tests leave names that are not UTF-8.
+    std::error_code ignorado;
+    std::filesystem::remove_all(raiz_, ignorado);
 }
 
-QString Cenario::arquivoDecisoes() const
+QString Downloads::arquivoDecisoes() const
 {
     return QString::fromStdString(raiz_) + QStringLiteral("/decisoes.json");
 }
 
-std::string Cenario::criar(const Arquivo& arquivo) const
+std::string Downloads::criar(const Arquivo& arquivo) const
 {
     const std::string caminho = pasta_ + "/" + arquivo.nome;
     if (arquivo.pasta) {
@@ -107,14 +112,14 @@ std::string Cenario::criar(const Arquivo& arquivo) const
     return caminho;
 }
 
-void Cenario::criar(const std::vector<Arquivo>& arquivos) const
+void Downloads::criarTodos(const std::vector<Arquivo>& arquivos) const
 {
     for (const Arquivo& arquivo : arquivos) {
         criar(arquivo);
     }
 }
 
-void Cenario::decisoes(const std::vector<std::pair<std::string, std::string>>& decisoes) const
+void Downloads::decisoes(const std::vector<std::pair<std::string, std::string>>& decisoes) const
 {
     QJsonObject objeto;
     for (const auto& [caminho, decisao] : decisoes) {
@@ -127,12 +132,12 @@ void Cenario::decisoes(const std::vector<std::pair<std::string, std::string>>& d
     }
 }
 
-std::unique_ptr<Modelo> Cenario::modelo() const
+std::unique_ptr<Modelo> Downloads::modeloNovo() const
 {
     return std::make_unique<Modelo>(pasta_, arquivoDecisoes());
 }
 
-std::vector<std::string> Cenario::naLixeira()
+std::vector<std::string> Downloads::naLixeira()
 {
     const QDir lixeira(QString::fromLocal8Bit(qgetenv("XDG_DATA_HOME")) + QStringLiteral("/Trash/files"));
     std::vector<std::string> nomes;
@@ -140,6 +145,44 @@ std::vector<std::string> Cenario::naLixeira()
         nomes.push_back(nome.toStdString());
     }
     return nomes;
+}
+
+void Downloads::criarVarios(
+    int quantos, const std::string& prefixo, const std::optional<std::string>& origem) const
+{
+    for (int i = 0; i < quantos; ++i) {
+        criar({.nome = prefixo + "-" + std::to_string(i) + ".pdf", .origem = origem});
+    }
+}
+
+std::unique_ptr<Modelo> Downloads::modelo() const
+{
+    auto m = std::make_unique<Modelo>(pasta_, arquivoDecisoes());
+    // The first scan starts from the event loop, so nothing can end before the spy exists.
+    QSignalSpy terminou(m.get(), &Modelo::varreduraTerminada);
+    if (!terminou.wait(60000) || m->carregando()) {
+        return nullptr;
+    }
+    return m;
+}
+
+bool esperarVarredura(Modelo& modelo)
+{
+    if (!modelo.carregando()) {
+        return false; // no scan running: nothing would ever arrive
+    }
+    QSignalSpy terminou(&modelo, &Modelo::varreduraTerminada);
+    return terminou.wait(60000) && !modelo.carregando();
+}
+
+void capturar(QWidget& widget, const QString& nome)
+{
+    const QString pasta = qEnvironmentVariable("TARRAFA_CAPTURAS");
+    if (pasta.isEmpty()) {
+        return;
+    }
+    QDir().mkpath(pasta);
+    widget.grab().save(pasta + QLatin1Char('/') + nome + QStringLiteral(".png"));
 }
 
 } // namespace tarrafa::app::teste

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A made-up Downloads folder with the attributes a browser leaves, and a real model over it.
+// A made-up Downloads folder with the attributes a browser leaves, and a real model over it:
+// the fixture of the panel and window tests.
 #pragma once
 
 #include <QString>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class QWidget;
@@ -28,6 +30,8 @@ struct Arquivo {
     // Last opened so many days ago; absent: never opened.
     std::optional<double> usadoHaDias = std::nullopt;
     bool pasta = false;
+    // Carries the mark a screen-capture tool leaves.
+    bool captura = false;
 };
 
 // A fresh folder (and decision file) inside the process's fake home, removed afterwards.
@@ -43,11 +47,19 @@ public:
 
     // Creates the entry (files are sparse, cheap however large); returns its full path.
     std::string criar(const Arquivo& arquivo) const;
+    void criarTodos(const std::vector<Arquivo>& arquivos) const;
     // so many files from one address, named prefixo-0.pdf, prefixo-1.pdf...
     void criarVarios(int quantos, const std::string& prefixo, const std::optional<std::string>& origem) const;
+    // Writes the decision file as the application keeps it: path to decision name.
+    void decisoes(const std::vector<std::pair<std::string, std::string>>& decisoes) const;
 
     // A model over this folder, its first scan finished; null when the scan did not end.
     [[nodiscard]] std::unique_ptr<Modelo> modelo() const;
+    // A model over this folder that has only just started its first scan.
+    [[nodiscard]] std::unique_ptr<Modelo> modeloNovo() const;
+
+    // The files the fake home's Trash holds now (names as the Trash keeps them).
+    [[nodiscard]] static std::vector<std::string> naLixeira();
 
 private:
     std::string raiz_;
