@@ -220,6 +220,77 @@ std::string juntar(const std::string& pasta, const std::string& nome)
     return pasta == "/" ? "/" + nome : pasta + "/" + nome;
 }
 
+// Allocated size of everything visible below the open folder; pasta is its path, used only
+// where the tree is too deep to keep every level open.
+std::int64_t somarPasta(Descritor raiz, const std::string& pasta)
+{
+    // Depth-first with an explicit stack, so a deep tree cannot exhaust the call stack.
+    // Each level keeps its descriptor open while its sub-folders are opened relative to it;
+    // beyond kNiveisAbertos levels folders are reopened by path, keeping descriptors bounded.
+    constexpr std::size_t kNiveisAbertos = 128;
+    struct Nivel {
+        std::string caminho;
+        Descritor fd;
+        std::vector<std::string> subpastas;
+        std::size_t proxima = 0;
+    };
+
+    std::int64_t total = 0;
+    std::vector<Nivel> pilha;
+
+    auto entrar = [&](Descritor fd, std::string caminho) {
+        std::vector<Entrada> entradas;
+        Descritor paraListar(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
+        if (!paraListar.valido()) {
+            return;
+        }
+        // A listing that fails part-way still counts what it read.
+        (void)lerNomes(std::move(paraListar), entradas);
+        std::unordered_set<std::string> ocultos;
+        if (temOcultosListado(entradas)) {
+            ocultos = lerOcultos(fd.get());
+        }
+        Nivel nivel{std::move(caminho), Descritor(), {}, 0};
+        for (Entrada& entrada : entradas) {
+            if (!ehVisivel(entrada.nome, ocultos)) {
+                continue;
+            }
+            struct stat info {};
+            if (::fstatat(fd.get(), entrada.nome.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+                continue;
+            }
+            somar(total, static_cast<std::int64_t>(info.st_blocks) * 512);
+            if (S_ISDIR(info.st_mode)) {
+                nivel.subpastas.push_back(std::move(entrada.nome));
+            }
+        }
+        if (!nivel.subpastas.empty()) {
+            if (pilha.size() < kNiveisAbertos) {
+                nivel.fd = std::move(fd);
+            }
+            pilha.push_back(std::move(nivel));
+        }
+    };
+
+    entrar(std::move(raiz), pasta);
+    while (!pilha.empty()) {
+        Nivel& topo = pilha.back();
+        if (topo.proxima == topo.subpastas.size()) {
+            pilha.pop_back();
+            continue;
+        }
+        const std::string& nome = topo.subpastas[topo.proxima++];
+        std::string caminho = juntar(topo.caminho, nome);
+        Descritor sub = topo.fd.valido() ? abrirPasta(topo.fd.get(), nome.c_str(), Links::naoSeguir)
+                                         : abrirPasta(AT_FDCWD, caminho.c_str(), Links::naoSeguir);
+        if (sub.valido()) {
+            entrar(std::move(sub), std::move(caminho)); // may grow the stack: topo is not used after this
+        }
+    }
+    return total;
+}
+
+
 // One visible entry of the scanned folder; none when it vanished after the listing or
 // cannot be read.
 std::optional<FileSnapshot> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
@@ -236,7 +307,10 @@ std::optional<FileSnapshot> lerEntrada(int pasta, const std::string& raiz, const
 
     std::int64_t tamanho = 0;
     if (ehPasta) {
-        tamanho = PastaScanner::tamanhoDaPasta(id);
+        // Opened beside the entry just read and never through a link: should the folder be
+        // swapped for a link in between, the walk does not leave the scanned folder.
+        Descritor sub = abrirPasta(pasta, nome.c_str(), Links::naoSeguir);
+        tamanho = sub.valido() ? somarPasta(std::move(sub), id) : 0;
     } else if ((info.stx_mask & STATX_SIZE) != 0) {
         tamanho = static_cast<std::int64_t>(info.stx_size);
     } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
@@ -363,74 +437,8 @@ Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<D
 
 std::int64_t PastaScanner::tamanhoDaPasta(const std::string& pasta)
 {
-    // Depth-first with an explicit stack, so a deep tree cannot exhaust the call stack.
-    // Each level keeps its descriptor open while its sub-folders are opened relative to it;
-    // beyond kNiveisAbertos levels folders are reopened by path, keeping descriptors bounded.
-    constexpr std::size_t kNiveisAbertos = 128;
-    struct Nivel {
-        std::string caminho;
-        Descritor fd;
-        std::vector<std::string> subpastas;
-        std::size_t proxima = 0;
-    };
-
-    std::int64_t total = 0;
-    std::vector<Nivel> pilha;
-
-    auto entrar = [&](Descritor fd, std::string caminho) {
-        std::vector<Entrada> entradas;
-        Descritor paraListar(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
-        if (!paraListar.valido()) {
-            return;
-        }
-        // A listing that fails part-way still counts what it read.
-        (void)lerNomes(std::move(paraListar), entradas);
-        std::unordered_set<std::string> ocultos;
-        if (temOcultosListado(entradas)) {
-            ocultos = lerOcultos(fd.get());
-        }
-        Nivel nivel{std::move(caminho), Descritor(), {}, 0};
-        for (Entrada& entrada : entradas) {
-            if (!ehVisivel(entrada.nome, ocultos)) {
-                continue;
-            }
-            struct stat info {};
-            if (::fstatat(fd.get(), entrada.nome.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
-                continue;
-            }
-            somar(total, static_cast<std::int64_t>(info.st_blocks) * 512);
-            if (S_ISDIR(info.st_mode)) {
-                nivel.subpastas.push_back(std::move(entrada.nome));
-            }
-        }
-        if (!nivel.subpastas.empty()) {
-            if (pilha.size() < kNiveisAbertos) {
-                nivel.fd = std::move(fd);
-            }
-            pilha.push_back(std::move(nivel));
-        }
-    };
-
     Descritor raiz = abrirPasta(AT_FDCWD, pasta.c_str(), Links::seguir);
-    if (!raiz.valido()) {
-        return 0;
-    }
-    entrar(std::move(raiz), pasta);
-    while (!pilha.empty()) {
-        Nivel& topo = pilha.back();
-        if (topo.proxima == topo.subpastas.size()) {
-            pilha.pop_back();
-            continue;
-        }
-        const std::string& nome = topo.subpastas[topo.proxima++];
-        std::string caminho = juntar(topo.caminho, nome);
-        Descritor sub = topo.fd.valido() ? abrirPasta(topo.fd.get(), nome.c_str(), Links::naoSeguir)
-                                         : abrirPasta(AT_FDCWD, caminho.c_str(), Links::naoSeguir);
-        if (sub.valido()) {
-            entrar(std::move(sub), std::move(caminho)); // may grow the stack: topo is not used after this
-        }
-    }
-    return total;
+    return raiz.valido() ? somarPasta(std::move(raiz), pasta) : 0;
 }
 
 } // namespace tarrafa

@@ -11,6 +11,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <stdio.h>
 #include <set>
 #include <string>
 #include <system_error>
@@ -195,6 +198,44 @@ TEST(FalhasDaVarredura, SubFolderThatVanishesWhileItsSizeIsSummed)
     }
     parar.store(true);
     agitador.join();
+}
+
+TEST(FalhasDaVarredura, FolderSwappedForALinkMidScanIsNotFollowed)
+{
+    CasaFalsa casa;
+    PastaTemporaria raiz;
+    const std::string downloads = raiz / "Downloads";
+    teste::escrever(downloads + "/Pasta/a.txt", "a");
+    // Far bigger than the folder itself, outside the scanned folder.
+    for (int i = 0; i < 50; ++i) {
+        teste::escrever(raiz / ("Fora/f" + std::to_string(i)), std::string(8192, 'x'));
+    }
+    const std::int64_t tamanhoDaPasta = PastaScanner::tamanhoDaPasta(downloads + "/Pasta");
+    const std::int64_t tamanhoDeFora = PastaScanner::tamanhoDaPasta(raiz / "Fora");
+    ASSERT_LT(tamanhoDaPasta, tamanhoDeFora);
+    ASSERT_EQ(::symlink((raiz / "Fora").c_str(), (raiz / "Atalho").c_str()), 0);
+
+    // "Pasta" and a link to the outside folder trade places again and again, atomically.
+    std::atomic<bool> parar {false};
+    std::thread trocador([&] {
+        while (!parar.load()) {
+            ::renameat2(AT_FDCWD, (downloads + "/Pasta").c_str(), AT_FDCWD, (raiz / "Atalho").c_str(),
+                RENAME_EXCHANGE);
+        }
+    });
+    int vistasComoPasta = 0;
+    for (int i = 0; i < 300; ++i) {
+        for (const FileSnapshot& s : PastaScanner().varrer(downloads)) {
+            if (s.ehPasta()) {
+                ++vistasComoPasta;
+                // Its own size, or nothing when the link took its place before it was opened.
+                EXPECT_TRUE(s.tamanho() == tamanhoDaPasta || s.tamanho() == 0) << s.tamanho();
+            }
+        }
+    }
+    parar.store(true);
+    trocador.join();
+    EXPECT_GT(vistasComoPasta, 0);
 }
 
 } // namespace
