@@ -45,21 +45,6 @@ Json origem(const Origem& o)
     return Json {{"chave", texto(o.chave())}, {"rotulo", texto(o.rotulo())}, {"endereco", talvez(o.endereco())}};
 }
 
-std::string_view nomeDoTom(Selo::Tom tom)
-{
-    switch (tom) {
-    case Selo::Tom::neutro:
-        return "neutro";
-    case Selo::Tom::aviso:
-        return "aviso";
-    case Selo::Tom::ok:
-        return "ok";
-    case Selo::Tom::info:
-        return "info";
-    }
-    return {};
-}
-
 Json item(const ItemTriado& i)
 {
     const FileSnapshot& s = i.snapshot();

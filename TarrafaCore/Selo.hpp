@@ -97,6 +97,22 @@ private:
     return {};
 }
 
+// The tone's name as written in code, for the same outputs.
+[[nodiscard]] constexpr std::string_view nomeDoTom(Selo::Tom tom) noexcept
+{
+    switch (tom) {
+    case Selo::Tom::neutro:
+        return "neutro";
+    case Selo::Tom::aviso:
+        return "aviso";
+    case Selo::Tom::ok:
+        return "ok";
+    case Selo::Tom::info:
+        return "info";
+    }
+    return {};
+}
+
 } // namespace tarrafa
 
 // The case's position in declaration order, then the date (abertoEm) or the count

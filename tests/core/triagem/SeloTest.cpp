@@ -165,6 +165,14 @@ TEST(Selo, CasesAreDeclaredInTheHashingOrder)
     EXPECT_EQ(nomeDoCaso(Selo::Caso::screenshot), "screenshot");
 }
 
+TEST(Selo, TonesHaveTheirNamesAsWrittenInCode)
+{
+    EXPECT_EQ(nomeDoTom(Selo::Tom::neutro), "neutro");
+    EXPECT_EQ(nomeDoTom(Selo::Tom::aviso), "aviso");
+    EXPECT_EQ(nomeDoTom(Selo::Tom::ok), "ok");
+    EXPECT_EQ(nomeDoTom(Selo::Tom::info), "info");
+}
+
 TEST(Selo, PayloadsBelongToTheirCaseOnly)
 {
     EXPECT_EQ(Selo::abertoEm(k7DeMarcoAoMeioDia).caso(), Selo::Caso::abertoEm);
