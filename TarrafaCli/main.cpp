@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // tarrafa-cli: the inbox of a Downloads folder, without a window.
 #include "TarrafaCli/Relatorio.hpp"
+#include "TarrafaCore/BancoCopiado.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 
 #include <cstdio>
@@ -26,6 +27,8 @@ void escrever(std::FILE* destino, std::string_view texto)
 
 int main(int argc, char** argv)
 {
+    // Interrupted with Ctrl+C or by a shutdown, a scan leaves no copy of a browser history.
+    tarrafa::BancoCopiado::removerCopiasAoSinal();
     bool json = false;
     std::optional<std::string> pasta;
     bool semMaisOpcoes = false;

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
 
+#include "TarrafaCore/BancoCopiado.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 
 #include <sqlite3.h>
 #include <uriparser/Uri.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
-#include <fcntl.h>
-#include <filesystem>
 #include <fstream>
 #include <map>
+#include <set>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -36,128 +36,26 @@ std::optional<Date> deChromium(sqlite3_int64 micros)
     return Date::desde1970(static_cast<double>(micros) / 1e6 - kDe1601A1970);
 }
 
+// Firefox's visits count microseconds since 1970.
+std::optional<Date> deMicrossegundos(sqlite3_int64 micros)
+{
+    if (micros <= 0) {
+        return std::nullopt;
+    }
+    return Date::desde1970(static_cast<double>(micros) / 1e6);
+}
+
 bool ehArquivoRegular(const std::string& caminho)
 {
     struct stat info {};
     return ::stat(caminho.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-// Opens a browser file for reading without touching its access time.
-int abrirParaLer(const std::string& caminho)
-{
-    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    int fd = ::open(caminho.c_str(), kFlags | O_NOATIME);
-    if (fd < 0 && errno == EPERM) {
-        fd = ::open(caminho.c_str(), kFlags);
-    }
-    return fd;
-}
-
-// Copies a regular file; false when it is missing, not regular, or cannot be copied.
-bool copiar(const std::string& de, const std::string& para)
-{
-    const int origem = abrirParaLer(de);
-    if (origem < 0) {
-        return false;
-    }
-    struct stat info {};
-    if (::fstat(origem, &info) != 0 || !S_ISREG(info.st_mode)) {
-        ::close(origem);
-        return false;
-    }
-    const int destino = ::open(para.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (destino < 0) {
-        ::close(origem);
-        return false;
-    }
-    bool ok = true;
-    char bloco[1 << 16];
-    for (;;) {
-        const ssize_t lidos = ::read(origem, bloco, sizeof bloco);
-        if (lidos < 0 && errno == EINTR) {
-            continue;
-        }
-        if (lidos < 0) {
-            ok = false;
-            break;
-        }
-        if (lidos == 0) {
-            break;
-        }
-        for (ssize_t escritos = 0; escritos < lidos;) {
-            const ssize_t n = ::write(destino, bloco + escritos, static_cast<std::size_t>(lidos - escritos));
-            if (n < 0 && errno == EINTR) {
-                continue;
-            }
-            if (n <= 0) {
-                ok = false;
-                break;
-            }
-            escritos += n;
-        }
-        if (!ok) {
-            break;
-        }
-    }
-    ::close(origem);
-    ::close(destino);
-    return ok;
-}
-
-// A private folder for the copies, removed with them.
-class PastaPrivada {
-public:
-    PastaPrivada()
-    {
-        std::error_code erro;
-        std::string modelo = (std::filesystem::temp_directory_path(erro) / "tarrafa-historico-XXXXXX").string();
-        if (erro) {
-            modelo = "/tmp/tarrafa-historico-XXXXXX";
-        }
-        if (::mkdtemp(modelo.data()) != nullptr) {
-            caminho_ = modelo;
-        }
-    }
-    PastaPrivada(const PastaPrivada&) = delete;
-    PastaPrivada& operator=(const PastaPrivada&) = delete;
-    ~PastaPrivada()
-    {
-        if (!caminho_.empty()) {
-            std::error_code ignorado;
-            std::filesystem::remove_all(caminho_, ignorado);
-        }
-    }
-    [[nodiscard]] const std::string& caminho() const { return caminho_; }
-
-private:
-    std::string caminho_;
-};
-
-class Conexao {
-public:
-    explicit Conexao(const std::string& arquivo)
-    {
-        // The copy is ours: opened read-write so that SQLite can replay the copied log into it.
-        if (sqlite3_open_v2(arquivo.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr)
-            != SQLITE_OK) {
-            sqlite3_close(db_);
-            db_ = nullptr;
-        }
-    }
-    Conexao(const Conexao&) = delete;
-    Conexao& operator=(const Conexao&) = delete;
-    ~Conexao() { sqlite3_close(db_); }
-    [[nodiscard]] sqlite3* get() const { return db_; }
-
-private:
-    sqlite3* db_ = nullptr;
-};
-
 class Consulta {
 public:
-    Consulta(sqlite3* db, const char* sql)
+    Consulta(sqlite3* db, const std::string& sql)
     {
-        if (sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr) != SQLITE_OK) {
+        if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt_, nullptr) != SQLITE_OK) {
             sqlite3_finalize(stmt_);
             stmt_ = nullptr;
         }
@@ -166,7 +64,19 @@ public:
     Consulta& operator=(const Consulta&) = delete;
     ~Consulta() { sqlite3_finalize(stmt_); }
     [[nodiscard]] bool valida() const { return stmt_ != nullptr; }
-    [[nodiscard]] bool proxima() { return stmt_ != nullptr && sqlite3_step(stmt_) == SQLITE_ROW; }
+    // The next row; false at the end and on any error, which the caller tells apart with ok().
+    [[nodiscard]] bool proxima()
+    {
+        if (stmt_ == nullptr) {
+            return false;
+        }
+        const int rc = sqlite3_step(stmt_);
+        falhou_ = rc != SQLITE_ROW && rc != SQLITE_DONE;
+        return rc == SQLITE_ROW;
+    }
+    [[nodiscard]] bool ok() const { return stmt_ != nullptr && !falhou_; }
+    void reiniciar() { sqlite3_reset(stmt_); }
+    void ligar(int indice, sqlite3_int64 valor) { sqlite3_bind_int64(stmt_, indice, valor); }
     [[nodiscard]] std::string texto(int coluna) const
     {
         const auto* bytes = sqlite3_column_text(stmt_, coluna);
@@ -175,11 +85,12 @@ public:
                                               static_cast<std::size_t>(sqlite3_column_bytes(stmt_, coluna)));
     }
     [[nodiscard]] sqlite3_int64 inteiro(int coluna) const { return sqlite3_column_int64(stmt_, coluna); }
-    [[nodiscard]] bool nulo(int coluna) const { return sqlite3_column_type(stmt_, coluna) == SQLITE_NULL; }
+    [[nodiscard]] int tipo(int coluna) const { return sqlite3_column_type(stmt_, coluna); }
     [[nodiscard]] double real(int coluna) const { return sqlite3_column_double(stmt_, coluna); }
 
 private:
     sqlite3_stmt* stmt_ = nullptr;
+    bool falhou_ = false;
 };
 
 // "file:///home/a/b%20c.pdf" -> "/home/a/b c.pdf", bytes as percent-decoded.
@@ -199,180 +110,404 @@ std::optional<std::string> caminhoDeUri(const std::string& uri)
     return saida;
 }
 
-void adicionarSeNaoVazio(std::vector<std::string>& lista, std::string texto)
+bool comecaCom(std::string_view texto, std::string_view prefixo)
 {
-    if (!texto.empty()) {
-        lista.push_back(std::move(texto));
+    if (texto.size() < prefixo.size()) {
+        return false;
     }
+    for (std::size_t i = 0; i < prefixo.size(); ++i) {
+        const char c = texto[i] >= 'A' && texto[i] <= 'Z' ? static_cast<char>(texto[i] - 'A' + 'a') : texto[i];
+        if (c != prefixo[i]) {
+            return false;
+        }
+    }
+    return true;
 }
 
-struct Lido {
-    std::string caminho;
-    RegistroDeDownload registro;
-    double fim; // when the download ended, for choosing between records of one path
-};
-
-std::vector<Lido> lerChromium(sqlite3* db, const std::string& agente)
+bool ehWeb(std::string_view endereco)
 {
-    std::vector<Lido> lidos;
-    Consulta cadeias(db, "SELECT id, url FROM downloads_url_chains ORDER BY id, chain_index");
-    Consulta downloads(db, "SELECT id, target_path, end_time, last_access_time, opened, referrer FROM downloads");
-    if (!cadeias.valida() || !downloads.valida()) {
-        return lidos; // not the layout we know
+    return comecaCom(endereco, "http://") || comecaCom(endereco, "https://");
+}
+
+void adicionar(std::vector<std::string>& lista, std::string endereco)
+{
+    // A data: address is the file itself, not where it came from; and one address is enough once.
+    if (endereco.empty() || comecaCom(endereco, "data:")
+        || std::find(lista.begin(), lista.end(), endereco) != lista.end()) {
+        return;
     }
-    std::map<sqlite3_int64, std::string> urlFinal;
-    while (cadeias.proxima()) {
-        urlFinal[cadeias.inteiro(0)] = cadeias.texto(1); // the last element of the chain stays
+    lista.push_back(std::move(endereco));
+}
+
+// Where a download came from, as these browsers write it on other systems: the final address,
+// then the page that led to it. A web application's export (a blob: or data: address made by
+// the page itself) comes from that page: a blob: address carries the page's origin inside it,
+// and the page is the tab's address, else the site's, else the referrer.
+std::vector<std::string> origensDoDownload(const std::string& url, const std::string& referrer,
+                                           const std::string& aba, const std::string& site)
+{
+    std::vector<std::string> origens;
+    if (comecaCom(url, "blob:") || comecaCom(url, "data:")) {
+        if (comecaCom(url, "blob:") && ehWeb(std::string_view(url).substr(5))) {
+            adicionar(origens, url.substr(5));
+        }
+        for (const std::string* pagina : {&aba, &site, &referrer}) {
+            if (!pagina->empty() && !comecaCom(*pagina, "data:") && !comecaCom(*pagina, "blob:")) {
+                adicionar(origens, *pagina);
+                break;
+            }
+        }
+        return origens;
     }
+    adicionar(origens, url);
+    adicionar(origens, referrer);
+    return origens;
+}
+
+bool contem(const std::vector<std::string>& lista, std::string_view nome)
+{
+    return std::find(lista.begin(), lista.end(), nome) != lista.end();
+}
+
+// A column of the table when it exists, else a constant, so that older layouts still read.
+std::string colunaOu(const std::vector<std::string>& colunas, const char* nome, const char* padrao)
+{
+    return contem(colunas, nome) ? std::string("d.") + nome : std::string(padrao);
+}
+
+void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vector<RegistroDeDownload>& saida)
+{
+    if (!banco.temTabelas({"downloads", "downloads_url_chains"})) {
+        return;
+    }
+    const std::vector<std::string> colunas = banco.colunas("downloads");
+    for (const char* obrigatoria : {"id", "target_path", "end_time"}) {
+        if (!contem(colunas, obrigatoria)) {
+            return;
+        }
+    }
+    const std::vector<std::string> cadeia = banco.colunas("downloads_url_chains");
+    if (!contem(cadeia, "id") || !contem(cadeia, "chain_index") || !contem(cadeia, "url")) {
+        return;
+    }
+    // Only completed downloads (state 1); the last element of the URL chain is the final address.
+    const std::string sql
+        = "SELECT d.target_path, d.end_time, " + colunaOu(colunas, "start_time", "0") + ", "
+          + colunaOu(colunas, "last_access_time", "0") + ", " + colunaOu(colunas, "opened", "0") + ", "
+          + colunaOu(colunas, "referrer", "''") + ", " + colunaOu(colunas, "tab_url", "''") + ", "
+          + colunaOu(colunas, "site_url", "''") + ", " + colunaOu(colunas, "received_bytes", "0") + ", "
+          + colunaOu(colunas, "total_bytes", "0") + ", "
+          + "(SELECT c.url FROM downloads_url_chains c WHERE c.id = d.id ORDER BY c.chain_index DESC LIMIT 1)"
+          + " FROM downloads d WHERE " + (contem(colunas, "state") ? "d.state = 1" : "1") + " LIMIT "
+          + std::to_string(HistoricoDeNavegadores::kMaximoDeRegistros);
+    Consulta downloads(banco.get(), sql);
+    std::vector<RegistroDeDownload> lidos;
     while (downloads.proxima()) {
-        std::string caminho = downloads.texto(1);
-        if (caminho.empty()) {
+        RegistroDeDownload registro;
+        registro.caminho = downloads.texto(0);
+        if (registro.caminho.empty()) {
             continue;
         }
-        RegistroDeDownload registro;
-        if (const auto it = urlFinal.find(downloads.inteiro(0)); it != urlFinal.end()) {
-            adicionarSeNaoVazio(registro.origens, it->second);
-        }
-        adicionarSeNaoVazio(registro.origens, downloads.texto(5));
-        registro.baixadoEm = deChromium(downloads.inteiro(2));
+        registro.origens = origensDoDownload(downloads.texto(10), downloads.texto(5), downloads.texto(6),
+                                             downloads.texto(7));
+        registro.baixadoEm = deChromium(downloads.inteiro(1));
+        registro.inicio = deChromium(downloads.inteiro(2));
         if (downloads.inteiro(4) != 0) {
             registro.ultimoUso = deChromium(downloads.inteiro(3));
         }
-        registro.agente = agente;
-        const double fim = registro.baixadoEm ? registro.baixadoEm->segundosDesde1970() : -1e300;
-        lidos.push_back({std::move(caminho), std::move(registro), fim});
-    }
-    return lidos;
-}
-
-std::vector<Lido> lerFirefox(sqlite3* db, const std::string& agente)
-{
-    std::vector<Lido> lidos;
-    // json_extract is SQLite's own; a metaData that is not JSON gives NULL, not an error.
-    Consulta consulta(db, R"(
-        SELECT p.url, d.content,
-               (SELECT CASE WHEN json_valid(m.content) THEN json_extract(m.content, '$.endTime') END
-                  FROM moz_annos m JOIN moz_anno_attributes mn ON mn.id = m.anno_attribute_id
-                 WHERE m.place_id = p.id AND mn.name = 'downloads/metaData' LIMIT 1)
-          FROM moz_annos d
-          JOIN moz_anno_attributes dn ON dn.id = d.anno_attribute_id
-          JOIN moz_places p ON p.id = d.place_id
-         WHERE dn.name = 'downloads/destinationFileURI')");
-    if (!consulta.valida()) {
-        return lidos;
-    }
-    while (consulta.proxima()) {
-        const std::optional<std::string> caminho = caminhoDeUri(consulta.texto(1));
-        if (!caminho) {
-            continue;
-        }
-        RegistroDeDownload registro;
-        adicionarSeNaoVazio(registro.origens, consulta.texto(0));
-        if (!consulta.nulo(2)) {
-            // SQLite's JSON reads "1e999" as infinity; no real download ended then.
-            const double ms = consulta.real(2);
-            if (ms > 0 && std::isfinite(ms)) {
-                registro.baixadoEm = Date::desde1970(ms / 1000.0);
-            }
+        // What was received is the file's size; the expected total stands in where the
+        // received count is missing.
+        if (const sqlite3_int64 recebidos = downloads.inteiro(8); recebidos > 0) {
+            registro.tamanho = recebidos;
+        } else if (const sqlite3_int64 total = downloads.inteiro(9); total > 0) {
+            registro.tamanho = total;
         }
         registro.agente = agente;
-        const double fim = registro.baixadoEm ? registro.baixadoEm->segundosDesde1970() : -1e300;
-        lidos.push_back({*caminho, std::move(registro), fim});
+        lidos.push_back(std::move(registro));
     }
-    return lidos;
+    // A database whose reading failed part-way (budget, corruption) gives nothing: its rows
+    // cannot be told from a hostile one's.
+    if (downloads.ok()) {
+        std::move(lidos.begin(), lidos.end(), std::back_inserter(saida));
+    }
 }
 
-std::vector<Lido> lerBanco(const HistoricoDeNavegadores::Banco& banco, const PastaPrivada& pasta, int numero)
-{
-    if (pasta.caminho().empty() || !ehArquivoRegular(banco.arquivo)) {
-        return {};
-    }
-    const std::string copia = pasta.caminho() + "/banco" + std::to_string(numero) + ".sqlite";
-    if (!copiar(banco.arquivo, copia)) {
-        return {};
-    }
-    // The write-ahead log holds the newest committed rows of a running browser; the
-    // shared-memory index is rebuilt by SQLite from the log and is not copied.
-    if (ehArquivoRegular(banco.arquivo + "-wal")) {
-        (void)copiar(banco.arquivo + "-wal", copia + "-wal");
-    }
-    std::vector<Lido> lidos;
+// The page that led to a download visit: the visit it came from, walking back over redirects
+// (Firefox visit types 5 and 6), a few steps at most.
+class Referencias {
+public:
+    explicit Referencias(sqlite3* db)
+        : consulta_(db, "SELECT f.visit_type, f.from_visit, p.url FROM moz_historyvisits f "
+                        "JOIN moz_places p ON p.id = f.place_id WHERE f.id = ?1")
     {
-        const Conexao conexao(copia);
-        if (conexao.get() != nullptr) {
-            sqlite3_busy_timeout(conexao.get(), 0);
-            lidos = banco.tipo == HistoricoDeNavegadores::Tipo::chromium ? lerChromium(conexao.get(), banco.agente)
-                                                                          : lerFirefox(conexao.get(), banco.agente);
-        }
     }
-    return lidos;
-}
 
-void listarPerfisChromium(const std::string& base, const std::string& agente,
-                          std::vector<HistoricoDeNavegadores::Banco>& bancos)
+    [[nodiscard]] std::string pagina(sqlite3_int64 deVisita)
+    {
+        for (int passo = 0; passo < 8 && deVisita > 0; ++passo) {
+            consulta_.reiniciar();
+            consulta_.ligar(1, deVisita);
+            if (!consulta_.proxima()) {
+                return {};
+            }
+            const sqlite3_int64 tipo = consulta_.inteiro(0);
+            std::string url = consulta_.texto(2);
+            if (tipo != 5 && tipo != 6) {
+                return url;
+            }
+            deVisita = consulta_.inteiro(1);
+        }
+        return {};
+    }
+
+private:
+    Consulta consulta_;
+};
+
+struct Visita {
+    sqlite3_int64 data;
+    sqlite3_int64 deVisita;
+};
+
+void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vector<RegistroDeDownload>& saida)
 {
-    DIR* dir = ::opendir(base.c_str());
-    if (dir == nullptr) {
+    if (!banco.temTabelas({"moz_places", "moz_annos", "moz_anno_attributes"})) {
         return;
     }
-    std::vector<std::string> perfis;
-    while (const dirent* e = ::readdir(dir)) {
-        const std::string_view nome(e->d_name);
-        if (nome == "." || nome == "..") {
+    const std::string limite = std::to_string(HistoricoDeNavegadores::kMaximoDeRegistros);
+    // json_valid keeps a metaData that is not JSON from failing the whole query.
+    Consulta anotacoes(banco.get(), R"(
+        WITH destino AS (SELECT id FROM moz_anno_attributes WHERE name = 'downloads/destinationFileURI' LIMIT 1),
+             meta AS (SELECT id FROM moz_anno_attributes WHERE name = 'downloads/metaData' LIMIT 1),
+             d AS (SELECT p.id AS lugar, p.url AS url, a.content AS arquivo,
+                          (SELECT m.content FROM moz_annos m
+                            WHERE m.place_id = p.id AND m.anno_attribute_id = (SELECT id FROM meta) LIMIT 1) AS dados
+                     FROM moz_annos a JOIN moz_places p ON p.id = a.place_id
+                    WHERE a.anno_attribute_id = (SELECT id FROM destino) LIMIT )"
+                                        + limite + R"()
+        SELECT lugar, url, arquivo,
+               CASE WHEN json_valid(dados) THEN json_extract(dados, '$.state') END,
+               CASE WHEN json_valid(dados) THEN json_extract(dados, '$.endTime') END,
+               CASE WHEN json_valid(dados) THEN json_extract(dados, '$.fileSize') END
+          FROM d)");
+
+    // The download visits (type 7) of the places that are downloads, oldest first: the last one
+    // is the download the annotations describe, the earlier ones are earlier downloads of the
+    // same address whose file Firefox no longer names.
+    std::map<sqlite3_int64, std::vector<Visita>> visitas;
+    const bool temVisitas = banco.temTabelas({"moz_historyvisits"});
+    if (temVisitas) {
+        Consulta consulta(banco.get(), R"(
+            SELECT v.place_id, v.visit_date, v.from_visit FROM moz_historyvisits v
+             WHERE v.visit_type = 7 AND v.place_id IN (
+                   SELECT a.place_id FROM moz_annos a WHERE a.anno_attribute_id =
+                          (SELECT id FROM moz_anno_attributes WHERE name = 'downloads/destinationFileURI' LIMIT 1))
+             ORDER BY v.place_id, v.visit_date LIMIT )" + limite);
+        while (consulta.proxima()) {
+            visitas[consulta.inteiro(0)].push_back({consulta.inteiro(1), consulta.inteiro(2)});
+        }
+        if (!consulta.ok()) {
+            return;
+        }
+    }
+    Referencias referencias(banco.get());
+
+    std::vector<RegistroDeDownload> lidos;
+    while (anotacoes.proxima()) {
+        // A metaData without a state (older Firefox) counts; one with a state counts only when
+        // the download finished (1).
+        if (anotacoes.tipo(3) != SQLITE_NULL
+            && (anotacoes.tipo(3) != SQLITE_INTEGER || anotacoes.inteiro(3) != 1)) {
             continue;
         }
-        perfis.emplace_back(nome);
+        const std::string url = anotacoes.texto(1);
+        std::optional<std::int64_t> tamanho;
+        if (anotacoes.tipo(5) == SQLITE_INTEGER && anotacoes.inteiro(5) >= 0) {
+            tamanho = anotacoes.inteiro(5);
+        }
+        std::optional<Date> fim;
+        if (anotacoes.tipo(4) == SQLITE_INTEGER || anotacoes.tipo(4) == SQLITE_FLOAT) {
+            // SQLite's JSON reads "1e999" as infinity; no real download ended then.
+            const double ms = anotacoes.real(4);
+            if (ms > 0 && std::isfinite(ms)) {
+                fim = Date::desde1970(ms / 1000.0);
+            }
+        }
+        const auto itVisitas = visitas.find(anotacoes.inteiro(0));
+        const std::vector<Visita> nenhuma;
+        const std::vector<Visita>& dessas = itVisitas == visitas.end() ? nenhuma : itVisitas->second;
+
+        if (const std::optional<std::string> caminho = caminhoDeUri(anotacoes.texto(2))) {
+            RegistroDeDownload registro;
+            registro.caminho = *caminho;
+            std::string pagina;
+            if (!dessas.empty()) {
+                registro.inicio = deMicrossegundos(dessas.back().data);
+                pagina = referencias.pagina(dessas.back().deVisita);
+            }
+            registro.origens = origensDoDownload(url, pagina, {}, {});
+            registro.baixadoEm = fim;
+            registro.tamanho = tamanho;
+            registro.agente = agente;
+            lidos.push_back(std::move(registro));
+        }
+        // Earlier downloads of the same address: only a visit is left of each. Their size is
+        // taken to be the last one's; when it is not, the file does not match and nothing is
+        // claimed.
+        for (std::size_t i = 0; i + 1 < dessas.size(); ++i) {
+            RegistroDeDownload anterior;
+            anterior.origens = origensDoDownload(url, referencias.pagina(dessas[i].deVisita), {}, {});
+            anterior.inicio = deMicrossegundos(dessas[i].data);
+            anterior.tamanho = tamanho;
+            anterior.agente = agente;
+            lidos.push_back(std::move(anterior));
+        }
+    }
+    if (anotacoes.ok()) {
+        std::move(lidos.begin(), lidos.end(), std::back_inserter(saida));
+    }
+}
+
+void lerBanco(const HistoricoDeNavegadores::Banco& banco, std::vector<RegistroDeDownload>& saida)
+{
+    const std::unique_ptr<BancoCopiado> copia = BancoCopiado::abrir(banco.arquivo, HistoricoDeNavegadores::kOrcamentoPorBanco);
+    if (!copia) {
+        return;
+    }
+    if (banco.tipo == HistoricoDeNavegadores::Tipo::chromium) {
+        lerChromium(*copia, banco.agente, saida);
+    } else {
+        lerFirefox(*copia, banco.agente, saida);
+    }
+}
+
+std::vector<std::string> listarPasta(const std::string& pasta)
+{
+    std::vector<std::string> nomes;
+    DIR* dir = ::opendir(pasta.c_str());
+    if (dir == nullptr) {
+        return nomes;
+    }
+    while (const dirent* e = ::readdir(dir)) {
+        const std::string_view nome(e->d_name);
+        if (nome != "." && nome != "..") {
+            nomes.emplace_back(nome);
+        }
     }
     ::closedir(dir);
-    std::sort(perfis.begin(), perfis.end());
-    for (const std::string& perfil : perfis) {
+    std::sort(nomes.begin(), nomes.end());
+    return nomes;
+}
+
+// The same file reached twice (a profile named in two lists, a root that is a link to
+// another) is read once.
+class JaVistos {
+public:
+    bool primeiraVez(const std::string& arquivo)
+    {
+        struct stat info {};
+        if (::stat(arquivo.c_str(), &info) != 0) {
+            return false;
+        }
+        return vistos_.emplace(info.st_dev, info.st_ino).second;
+    }
+
+private:
+    std::set<std::pair<dev_t, ino_t>> vistos_;
+};
+
+void listarPerfisChromium(const std::string& base, const std::string& agente, JaVistos& vistos,
+                          std::vector<HistoricoDeNavegadores::Banco>& bancos)
+{
+    for (const std::string& perfil : listarPasta(base)) {
         const std::string historico = base + "/" + perfil + "/History";
-        if (ehArquivoRegular(historico)) {
+        if (ehArquivoRegular(historico) && vistos.primeiraVez(historico)) {
             bancos.push_back({historico, HistoricoDeNavegadores::Tipo::chromium, agente});
         }
     }
 }
 
-void listarPerfisFirefox(const std::string& base, std::vector<HistoricoDeNavegadores::Banco>& bancos)
+// The profile folders an INI file of Firefox names: "Path=" of each [Profile*] section
+// (relative to the root when IsRelative=1, as a path that is not absolute must be) and
+// "Default=" of each [Install*] section (installs.ini, and profiles.ini since Firefox 67).
+void pastasDoIni(const std::string& ini, const std::string& raiz, std::vector<std::string>& pastas)
 {
-    std::ifstream ini(base + "/profiles.ini");
-    if (!ini) {
+    std::ifstream arquivo(ini);
+    if (!arquivo) {
         return;
     }
-    struct Perfil {
+    struct Secao {
         std::string caminho;
         bool relativo = false;
     };
-    std::vector<Perfil> perfis;
-    bool emPerfil = false;
+    std::vector<Secao> secoes;
+    enum class Tipo { outra, perfil, instalacao } tipo = Tipo::outra;
     std::string linha;
-    while (std::getline(ini, linha)) {
+    std::size_t linhas = 0;
+    while (std::getline(arquivo, linha) && ++linhas < 100'000) {
         if (!linha.empty() && linha.back() == '\r') {
             linha.pop_back();
         }
         if (!linha.empty() && linha.front() == '[') {
-            emPerfil = linha.rfind("[Profile", 0) == 0;
-            if (emPerfil) {
-                perfis.emplace_back();
+            tipo = linha.rfind("[Profile", 0) == 0 ? Tipo::perfil
+                   : linha.rfind("[Install", 0) == 0 || ini.ends_with("/installs.ini") ? Tipo::instalacao
+                                                                                      : Tipo::outra;
+            if (tipo != Tipo::outra) {
+                secoes.emplace_back();
             }
             continue;
         }
-        if (!emPerfil) {
-            continue;
-        }
-        if (linha.rfind("Path=", 0) == 0) {
-            perfis.back().caminho = linha.substr(5);
-        } else if (linha.rfind("IsRelative=", 0) == 0) {
-            perfis.back().relativo = linha.substr(11) == "1";
+        if (tipo == Tipo::perfil && linha.rfind("Path=", 0) == 0) {
+            secoes.back().caminho = linha.substr(5);
+        } else if (tipo == Tipo::perfil && linha.rfind("IsRelative=", 0) == 0) {
+            secoes.back().relativo = linha.substr(11) == "1";
+        } else if (tipo == Tipo::instalacao && linha.rfind("Default=", 0) == 0) {
+            secoes.back().caminho = linha.substr(8);
+            secoes.back().relativo = true;
         }
     }
-    for (const Perfil& perfil : perfis) {
-        if (perfil.caminho.empty()) {
+    for (const Secao& secao : secoes) {
+        if (secao.caminho.empty()) {
             continue;
         }
-        const std::string pasta = perfil.relativo ? base + "/" + perfil.caminho : perfil.caminho;
+        const bool relativo = secao.relativo || secao.caminho.front() != '/';
+        pastas.push_back(relativo ? raiz + "/" + secao.caminho : secao.caminho);
+    }
+}
+
+// Firefox's profile manager keeps the profiles of a group in "Profile Groups/<id>.sqlite"
+// (table Profiles, column path, relative to the root) and leaves only one of them in
+// profiles.ini. The group database is a browser file like any other: read through a copy.
+void pastasDoGrupo(const std::string& raiz, std::vector<std::string>& pastas)
+{
+    const std::string grupos = raiz + "/Profile Groups";
+    for (const std::string& nome : listarPasta(grupos)) {
+        if (!nome.ends_with(".sqlite")) {
+            continue;
+        }
+        const auto copia = BancoCopiado::abrir(grupos + "/" + nome, std::chrono::milliseconds(500));
+        if (!copia || !copia->temTabelas({"Profiles"}) || !contem(copia->colunas("Profiles"), "path")) {
+            continue;
+        }
+        Consulta consulta(copia->get(), "SELECT path FROM Profiles LIMIT 1000");
+        while (consulta.proxima()) {
+            const std::string caminho = consulta.texto(0);
+            if (!caminho.empty()) {
+                pastas.push_back(caminho.front() == '/' ? caminho : raiz + "/" + caminho);
+            }
+        }
+    }
+}
+
+void listarPerfisFirefox(const std::string& raiz, JaVistos& vistos, std::vector<HistoricoDeNavegadores::Banco>& bancos)
+{
+    std::vector<std::string> pastas;
+    pastasDoIni(raiz + "/profiles.ini", raiz, pastas);
+    pastasDoIni(raiz + "/installs.ini", raiz, pastas);
+    pastasDoGrupo(raiz, pastas);
+    for (const std::string& pasta : pastas) {
         const std::string places = pasta + "/places.sqlite";
-        if (ehArquivoRegular(places)) {
+        if (ehArquivoRegular(places) && vistos.primeiraVez(places)) {
             bancos.push_back({places, HistoricoDeNavegadores::Tipo::firefox, "Firefox"});
         }
     }
@@ -385,6 +520,7 @@ std::vector<HistoricoDeNavegadores::Banco> HistoricoDeNavegadores::encontrarBanc
     const std::string casa = PastasDoUsuario::casa();
     const std::string config = PastasDoUsuario::configuracao();
     std::vector<Banco> bancos;
+    JaVistos vistos;
     const std::pair<std::string, const char*> chromium[] = {
         {config + "/google-chrome", "Google Chrome"},
         {config + "/chromium", "Chromium"},
@@ -399,35 +535,29 @@ std::vector<HistoricoDeNavegadores::Banco> HistoricoDeNavegadores::encontrarBanc
         {casa + "/snap/chromium/common/chromium", "Chromium"},
     };
     for (const auto& [base, agente] : chromium) {
-        listarPerfisChromium(base, agente, bancos);
+        listarPerfisChromium(base, agente, vistos, bancos);
     }
-    for (const std::string& base : {casa + "/.mozilla/firefox", casa + "/.var/app/org.mozilla.firefox/.mozilla/firefox",
-                                    casa + "/snap/firefox/common/.mozilla/firefox"}) {
-        listarPerfisFirefox(base, bancos);
+    // Firefox kept its profiles in ~/.mozilla/firefox and now starts new ones in the XDG
+    // configuration folder; a home can hold both, in each packaging.
+    for (const std::string& raiz : {
+             casa + "/.mozilla/firefox",
+             config + "/mozilla/firefox",
+             casa + "/.var/app/org.mozilla.firefox/.mozilla/firefox",
+             casa + "/.var/app/org.mozilla.firefox/config/mozilla/firefox",
+             casa + "/snap/firefox/common/.mozilla/firefox",
+             casa + "/snap/firefox/common/.config/mozilla/firefox",
+         }) {
+        listarPerfisFirefox(raiz, vistos, bancos);
     }
     return bancos;
 }
 
 HistoricoDeNavegadores HistoricoDeNavegadores::ler(const std::vector<Banco>& bancos)
 {
+    BancoCopiado::removerCopiasAbandonadas();
     HistoricoDeNavegadores historico;
-    if (bancos.empty()) {
-        return historico;
-    }
-    const PastaPrivada pasta;
-    std::unordered_map<std::string, double> fins;
-    int numero = 0;
     for (const Banco& banco : bancos) {
-        for (Lido& lido : lerBanco(banco, pasta, numero++)) {
-            const auto [it, novo] = fins.try_emplace(lido.caminho, lido.fim);
-            if (!novo) {
-                if (lido.fim <= it->second) {
-                    continue; // an earlier (or equal) record of a path already seen
-                }
-                it->second = lido.fim;
-            }
-            historico.guardar(std::move(lido.caminho), std::move(lido.registro));
-        }
+        lerBanco(banco, historico.registros_);
     }
     return historico;
 }
@@ -439,13 +569,17 @@ HistoricoDeNavegadores HistoricoDeNavegadores::carregar()
 
 const RegistroDeDownload* HistoricoDeNavegadores::procurar(const std::string& caminho) const
 {
-    const auto it = registros_.find(caminho);
-    return it == registros_.end() ? nullptr : &it->second;
-}
-
-void HistoricoDeNavegadores::guardar(std::string caminho, RegistroDeDownload registro)
-{
-    registros_.insert_or_assign(std::move(caminho), std::move(registro));
+    const RegistroDeDownload* melhor = nullptr;
+    for (const RegistroDeDownload& registro : registros_) {
+        if (registro.caminho != caminho) {
+            continue;
+        }
+        if (melhor == nullptr
+            || (registro.baixadoEm && (!melhor->baixadoEm || *registro.baixadoEm > *melhor->baixadoEm))) {
+            melhor = &registro;
+        }
+    }
+    return melhor;
 }
 
 } // namespace tarrafa

@@ -3,26 +3,32 @@
 
 #include "TarrafaCore/Date.hpp"
 
+#include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace tarrafa {
 
-// What a browser's own history says about one downloaded file.
+// What a browser's own history says about one completed download.
 struct RegistroDeDownload {
-    std::vector<std::string> origens; // the final address, then the referrer; no empties
-    std::optional<Date> baixadoEm;    // when the download ended
-    std::optional<Date> ultimoUso;    // when the user opened it from the browser
-    std::string agente;               // the browser's name
+    // Where the browser saved the file, as it recorded the path (bytes). Empty when the history
+    // no longer says: Firefox keeps only the latest file of an address downloaded twice, and
+    // the earlier download survives only as a visit.
+    std::string caminho;
+    std::vector<std::string> origens;    // the address it came from, then the page that led to it; no empties
+    std::optional<Date> inicio;          // when the download started
+    std::optional<Date> baixadoEm;       // when it ended
+    std::optional<Date> ultimoUso;       // when the user opened it from the browser
+    std::optional<std::int64_t> tamanho; // the size the browser wrote, where it recorded one
+    std::string agente;                  // the browser's name
 };
 
 // Browsers on Linux write no attribute on the files they download; they keep where each came
-// from in their history databases. This reads the download records of the Chromium family and
-// of Firefox, once per scan, into an index by file path. The databases are never opened in
-// place: a private copy of each (with its write-ahead log) is read and removed, so a running
-// browser's locks are neither taken nor waited for, and its files are never changed.
+// from in their history databases. This finds every profile of the Chromium family and of
+// Firefox under the user's home and reads their completed download records, once per scan.
+// Each database is read through a private copy that is treated as hostile (see BancoCopiado).
 class HistoricoDeNavegadores final {
 public:
     enum class Tipo { chromium, firefox };
@@ -34,25 +40,32 @@ public:
         std::string agente;
     };
 
+    // How long one database may take to read before it is given up, and how many download
+    // records are taken from one. Real histories are read in milliseconds and hold a few
+    // thousand downloads.
+    static constexpr std::chrono::milliseconds kOrcamentoPorBanco {2000};
+    static constexpr std::size_t kMaximoDeRegistros = 100'000;
+
     HistoricoDeNavegadores() = default;
 
-    // Every profile of the known browsers under the user's home (native, Flatpak, Snap).
+    // Every profile of the known browsers under the user's home (native, Flatpak, Snap; both
+    // places Firefox keeps its profiles; every profile of a Firefox profile group).
     [[nodiscard]] static std::vector<Banco> encontrarBancos();
-    // Reads the given databases; one that is missing, locked, corrupt or of an unknown
-    // layout is skipped without a word.
+    // Reads the given databases; one that is missing, locked, corrupt, hostile or of an unknown
+    // layout is skipped without a word. Copies left by an earlier scan that was killed are
+    // removed first.
     [[nodiscard]] static HistoricoDeNavegadores ler(const std::vector<Banco>& bancos);
     // encontrarBancos() then ler().
     [[nodiscard]] static HistoricoDeNavegadores carregar();
 
-    // The record for the file at exactly this path (bytes compared); when several browsers or
-    // downloads name the path, the one that ended last.
+    // Every completed download record read, in no particular order.
+    [[nodiscard]] const std::vector<RegistroDeDownload>& registros() const noexcept { return registros_; }
+    // The record naming exactly this path (bytes compared); of several, the one that ended last.
     [[nodiscard]] const RegistroDeDownload* procurar(const std::string& caminho) const;
     [[nodiscard]] std::size_t tamanho() const noexcept { return registros_.size(); }
 
 private:
-    void guardar(std::string caminho, RegistroDeDownload registro);
-
-    std::unordered_map<std::string, RegistroDeDownload> registros_;
+    std::vector<RegistroDeDownload> registros_;
 };
 
 } // namespace tarrafa

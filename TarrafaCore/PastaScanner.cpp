@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/PastaScanner.hpp"
 
+#include "TarrafaCore/CasamentoDeDownloads.hpp"
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
+#include "TarrafaCore/MetadadosDoGnome.hpp"
 #include "TarrafaCore/Spotlight.hpp"
 #include "TarrafaCore/Texto.hpp"
 #include "TarrafaCore/Xattr.hpp"
@@ -13,6 +15,7 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <future>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -209,10 +212,8 @@ std::string caminhoCompleto(const std::string& pasta)
         }
         caminho = caminho.empty() ? atual : atual + "/" + caminho;
     }
-    while (caminho.size() > 1 && caminho.back() == '/') {
-        caminho.pop_back();
-    }
-    return caminho;
+    // "~/Downloads/", "~//Downloads" and "./" name one folder, and its entries one id each.
+    return CasamentoDeDownloads::limpar(caminho);
 }
 
 std::string juntar(const std::string& pasta, const std::string& nome)
@@ -291,66 +292,104 @@ std::int64_t somarPasta(Descritor raiz, const std::string& pasta)
 }
 
 
+// What one visible entry of the scanned folder says of itself, before the browsers' histories
+// are consulted.
+struct Lida {
+    std::string id;
+    std::string nome;
+    bool ehPasta = false;
+    bool ehRegular = false;
+    std::int64_t tamanho = 0;
+    Date criadoEm = Date::passadoDistante();
+    std::optional<Date> nascimento;
+    std::optional<Date> modificacao;
+    std::optional<Date> baixadoEm;
+    std::vector<std::string> origens;
+    bool ehScreenshot = false;
+    std::optional<std::string> agente;
+    std::optional<Date> ultimoUso;
+};
+
 // One visible entry of the scanned folder; none when it vanished after the listing or
 // cannot be read.
-std::optional<FileSnapshot> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
-                                       const Spotlight::Indice& indice, const HistoricoDeNavegadores& historico)
+std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
+                               const Spotlight::Indice& indice, const MetadadosDoGnome& gnome)
 {
     struct statx info {};
     constexpr unsigned kCampos = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
     if (::statx(pasta, nome.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
         return std::nullopt;
     }
-    const bool ehPasta = S_ISDIR(info.stx_mode);
+    Lida lida;
+    lida.nome = nome;
+    lida.ehPasta = S_ISDIR(info.stx_mode);
+    lida.ehRegular = S_ISREG(info.stx_mode);
     const bool ehLink = S_ISLNK(info.stx_mode);
-    std::string id = juntar(raiz, nome);
+    lida.id = juntar(raiz, nome);
 
-    std::int64_t tamanho = 0;
-    if (ehPasta) {
+    if (lida.ehPasta) {
         // Opened beside the entry just read and never through a link: should the folder be
         // swapped for a link in between, the walk does not leave the scanned folder.
         Descritor sub = abrirPasta(pasta, nome.c_str(), Links::naoSeguir);
-        tamanho = sub.valido() ? somarPasta(std::move(sub), id) : 0;
+        lida.tamanho = sub.valido() ? somarPasta(std::move(sub), lida.id) : 0;
     } else if ((info.stx_mask & STATX_SIZE) != 0) {
-        tamanho = static_cast<std::int64_t>(info.stx_size);
+        lida.tamanho = static_cast<std::int64_t>(info.stx_size);
     } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
-        tamanho = static_cast<std::int64_t>(info.stx_blocks) * 512;
+        lida.tamanho = static_cast<std::int64_t>(info.stx_blocks) * 512;
     }
 
-    const Date criadoEm = PastaScanner::dataDeCriacao(
-        (info.stx_mask & STATX_BTIME) != 0 ? std::optional(paraDate(info.stx_btime)) : std::nullopt,
-        (info.stx_mask & STATX_MTIME) != 0 ? std::optional(paraDate(info.stx_mtime)) : std::nullopt);
+    if ((info.stx_mask & STATX_BTIME) != 0) {
+        lida.nascimento = paraDate(info.stx_btime);
+    }
+    if ((info.stx_mask & STATX_MTIME) != 0) {
+        lida.modificacao = paraDate(info.stx_mtime);
+    }
+    lida.criadoEm = PastaScanner::dataDeCriacao(lida.nascimento, lida.modificacao);
 
-    const Xattr::Nomes nomes = Xattr::Nomes::listar(id, ehLink);
-    std::optional<Date> baixadoEm;
-    std::vector<std::string> origens;
-    bool ehScreenshot = false;
-    std::optional<std::string> agente;
+    const Xattr::Nomes nomes = Xattr::Nomes::listar(lida.id, ehLink);
     if (!nomes.vazio()) {
-        baixadoEm = Xattr::data(id, Xattr::kBaixadoEm, nomes);
-        origens = Xattr::origens(id, nomes);
-        ehScreenshot = Xattr::bruto(id, Xattr::kScreenshot, nomes).has_value();
-        agente = Xattr::quarentena(id, nomes);
+        lida.baixadoEm = Xattr::data(lida.id, Xattr::kBaixadoEm, nomes);
+        lida.origens = Xattr::origens(lida.id, nomes);
+        lida.ehScreenshot = Xattr::bruto(lida.id, Xattr::kScreenshot, nomes).has_value();
+        lida.agente = Xattr::quarentena(lida.id, nomes);
     }
-    std::optional<Date> ultimoUso = Xattr::ultimoUso(id, nomes, indice);
+    lida.ultimoUso = Xattr::ultimoUso(lida.id, nomes, indice);
+    // GNOME's metadata store comes after the file's own attributes and before the browsers'
+    // histories.
+    if (lida.origens.empty() && !lida.ehPasta) {
+        if (std::optional<std::string> endereco = gnome.enderecoDeDownload(lida.id)) {
+            lida.origens.push_back(std::move(*endereco));
+        }
+    }
+    return lida;
+}
 
-    // A browser's history fills only what the file's own attributes left empty.
-    if (const RegistroDeDownload* registro = historico.procurar(id)) {
-        if (origens.empty()) {
-            origens = registro->origens;
-        }
-        if (!baixadoEm) {
-            baixadoEm = registro->baixadoEm;
-        }
-        if (!ultimoUso) {
-            ultimoUso = registro->ultimoUso;
-        }
-        if (!agente && !registro->agente.empty()) {
-            agente = registro->agente;
-        }
+// A browser's record fills only what the file's own attributes left empty.
+void completar(Lida& lida, const RegistroDeDownload& registro)
+{
+    if (lida.origens.empty()) {
+        lida.origens = registro.origens;
     }
-    return FileSnapshot(std::move(id), Texto::utf8Valido(nome), ehPasta, tamanho, baixadoEm, criadoEm, ultimoUso,
-                        std::move(origens), ehScreenshot, std::move(agente));
+    if (!lida.baixadoEm) {
+        lida.baixadoEm = registro.baixadoEm;
+    }
+    if (!lida.ultimoUso) {
+        lida.ultimoUso = registro.ultimoUso;
+    }
+    if (!lida.agente && !registro.agente.empty()) {
+        lida.agente = registro.agente;
+    }
+}
+
+// The histories are read beside the entries, on a thread of their own: copying a large
+// history costs about what reading a large folder does.
+std::future<HistoricoDeNavegadores> carregarHistorico()
+{
+    try {
+        return std::async(std::launch::async, [] { return HistoricoDeNavegadores::carregar(); });
+    } catch (const std::system_error&) {
+        return std::async(std::launch::deferred, [] { return HistoricoDeNavegadores::carregar(); });
+    }
 }
 
 } // namespace
@@ -376,9 +415,10 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
     if (temOcultosListado(entradas)) {
         ocultos = lerOcultos(fd.get());
     }
-    // Both are read once per scan and dropped with it.
+    // Read once per scan and dropped with it.
+    std::future<HistoricoDeNavegadores> historicoFuturo = carregarHistorico();
     const Spotlight::Indice indice = Spotlight::Indice::carregar();
-    const HistoricoDeNavegadores historico = HistoricoDeNavegadores::carregar();
+    const MetadadosDoGnome gnome(raiz);
 
     std::vector<const Entrada*> visiveis;
     visiveis.reserve(entradas.size());
@@ -391,8 +431,8 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
     // Entries are read in batches by a few threads side by side: a scan is almost all
     // system calls (statx and the attributes for each entry, a stat for every file below
     // each folder), which run in parallel in the kernel. Each batch writes only its own
-    // slots; the index and the history are only read.
-    std::vector<std::optional<FileSnapshot>> lidas(visiveis.size());
+    // slots; the index is only read.
+    std::vector<std::optional<Lida>> lidas(visiveis.size());
     std::atomic<std::size_t> proximoLote {0};
     const auto ler = [&] {
         for (;;) {
@@ -402,7 +442,7 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
             }
             const std::size_t fim = std::min(visiveis.size(), inicio + kLote);
             for (std::size_t i = inicio; i < fim; ++i) {
-                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice, historico);
+                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice, gnome);
             }
         }
     };
@@ -420,11 +460,32 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
     ler();
     ajudantes.clear(); // joins
 
+    // Which browser record is which file: only regular files were downloaded.
+    const HistoricoDeNavegadores historico = historicoFuturo.get();
+    std::vector<CasamentoDeDownloads::Arquivo> arquivos;
+    std::vector<std::size_t> deQual;
+    for (std::size_t i = 0; i < lidas.size(); ++i) {
+        if (lidas[i] && lidas[i]->ehRegular) {
+            arquivos.push_back({lidas[i]->nome, lidas[i]->tamanho, lidas[i]->nascimento, lidas[i]->modificacao,
+                                lidas[i]->origens.empty()});
+            deQual.push_back(i);
+        }
+    }
+    const std::vector<const RegistroDeDownload*> registros
+        = CasamentoDeDownloads::casar(CasamentoDeDownloads::resolver(raiz), arquivos, historico.registros());
+    for (std::size_t k = 0; k < registros.size(); ++k) {
+        if (registros[k] != nullptr) {
+            completar(*lidas[deQual[k]], *registros[k]);
+        }
+    }
+
     std::vector<FileSnapshot> snapshots;
     snapshots.reserve(lidas.size());
-    for (std::optional<FileSnapshot>& lida : lidas) {
+    for (std::optional<Lida>& lida : lidas) {
         if (lida) {
-            snapshots.push_back(std::move(*lida));
+            snapshots.emplace_back(std::move(lida->id), Texto::utf8Valido(lida->nome), lida->ehPasta, lida->tamanho,
+                                   lida->baixadoEm, lida->criadoEm, lida->ultimoUso, std::move(lida->origens),
+                                   lida->ehScreenshot, std::move(lida->agente));
         }
     }
     return snapshots;

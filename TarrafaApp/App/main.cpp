@@ -7,8 +7,12 @@
 
 #include <QApplication>
 
+#include "TarrafaCore/BancoCopiado.hpp"
+
 int main(int argc, char* argv[])
 {
+    // A session that ends while a scan copies a browser history leaves no copy behind.
+    tarrafa::BancoCopiado::removerCopiasAoSinal();
     QApplication aplicacao(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tarrafa"));
     QApplication::setApplicationDisplayName(QStringLiteral("Tarrafa"));

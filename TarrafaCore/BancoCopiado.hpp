@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace tarrafa {
+
+// A browser's SQLite database, read through a private copy and treated as hostile.
+//
+// The live file is never opened by SQLite: a running browser holds locks on it (Chromium in
+// exclusive mode) and keeps its newest rows in a write-ahead log, so the database, its log
+// and any rollback journal are copied into a folder of our own, opened there, and the copies
+// are unlinked as soon as SQLite holds them open. A scan that is interrupted therefore leaves
+// nothing on disk except during the copy itself; those few moments are covered by
+// removerCopiasAgora() (for signal handlers) and by removerCopiasAbandonadas() (for a scan
+// killed outright, run by the next one).
+//
+// The contents are untrusted: anyone who can write to the home folder can plant a database
+// with views, triggers or a billion rows. The copy is opened with SQLite's defensive mode on
+// and schema-defined functions untrusted, every statement runs under a time budget, and
+// callers read only real tables (temTabelas) with a cap on rows.
+class BancoCopiado final {
+public:
+    // Databases larger than this are not copied: no browser history is that large, and a copy
+    // of it would take the memory the copies live in.
+    static constexpr std::int64_t kTamanhoMaximo = std::int64_t {2} << 30;
+
+    // Copies and opens the database; null when it is missing, not a regular file, too large,
+    // does not fit the free space, or cannot be copied or opened. The budget covers every
+    // statement run on it from now on.
+    [[nodiscard]] static std::unique_ptr<BancoCopiado> abrir(const std::string& arquivo,
+                                                             std::chrono::milliseconds orcamento);
+
+    BancoCopiado(const BancoCopiado&) = delete;
+    BancoCopiado& operator=(const BancoCopiado&) = delete;
+    ~BancoCopiado();
+
+    [[nodiscard]] sqlite3* get() const noexcept { return db_; }
+    // Whether every name is an ordinary table of the database (not a view, not a virtual table).
+    [[nodiscard]] bool temTabelas(std::initializer_list<const char*> nomes) const;
+    // The columns of an ordinary table, empty when it has none or is not one.
+    [[nodiscard]] std::vector<std::string> colunas(const char* tabela) const;
+    // Whether the budget ran out (a statement was interrupted because of it).
+    [[nodiscard]] bool esgotado() const noexcept;
+
+    // Where copies are made: $XDG_RUNTIME_DIR (private to the user and kept in memory) when it
+    // is an absolute folder, else the system's temporary folder.
+    [[nodiscard]] static std::string pastaDasCopias();
+    // Removes the copies left by scans whose process no longer exists (killed outright).
+    static void removerCopiasAbandonadas();
+    // Removes every copy this process is making at this moment. Async-signal-safe: made to be
+    // called from a handler of SIGINT or SIGTERM.
+    static void removerCopiasAgora() noexcept;
+    // Installs handlers of SIGINT, SIGTERM, SIGHUP and SIGQUIT that remove this process's copies
+    // and then die of the signal as before. Signals whose handling the program already changed
+    // are left alone.
+    static void removerCopiasAoSinal();
+
+    struct Estado; // where the copies are and how much of the budget is left
+
+private:
+    explicit BancoCopiado(std::unique_ptr<Estado> estado);
+
+    std::unique_ptr<Estado> estado_;
+    sqlite3* db_ = nullptr;
+};
+
+} // namespace tarrafa

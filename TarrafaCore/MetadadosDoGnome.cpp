@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCore/MetadadosDoGnome.hpp"
+
+#ifdef TARRAFA_COM_GIO
+#include <gio/gio.h>
+#endif
+
+namespace tarrafa {
+
+#ifdef TARRAFA_COM_GIO
+
+namespace {
+
+constexpr const char* kAtributo = "metadata::download-uri";
+
+} // namespace
+
+MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta)
+{
+    GFile* arquivo = g_file_new_for_path(pasta.c_str());
+    // The local file system without gvfs offers no "metadata" namespace.
+    if (GFileAttributeInfoList* espacos = g_file_query_writable_namespaces(arquivo, nullptr, nullptr)) {
+        disponivel_ = g_file_attribute_info_list_lookup(espacos, "metadata") != nullptr;
+        g_file_attribute_info_list_unref(espacos);
+    }
+    g_object_unref(arquivo);
+}
+
+std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& caminho) const
+{
+    if (!disponivel_) {
+        return std::nullopt;
+    }
+    std::optional<std::string> endereco;
+    GFile* arquivo = g_file_new_for_path(caminho.c_str());
+    if (GFileInfo* info
+        = g_file_query_info(arquivo, kAtributo, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
+        if (g_file_info_get_attribute_type(info, kAtributo) == G_FILE_ATTRIBUTE_TYPE_STRING) {
+            const char* valor = g_file_info_get_attribute_string(info, kAtributo);
+            if (valor != nullptr && *valor != '\0' && g_utf8_validate(valor, -1, nullptr)) {
+                endereco = valor;
+            }
+        }
+        g_object_unref(info);
+    }
+    g_object_unref(arquivo);
+    return endereco;
+}
+
+#else
+
+MetadadosDoGnome::MetadadosDoGnome(const std::string& /*pasta*/) {}
+
+std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& /*caminho*/) const
+{
+    return std::nullopt;
+}
+
+#endif
+
+} // namespace tarrafa
