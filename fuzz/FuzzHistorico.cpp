@@ -2,7 +2,7 @@
 // The browser-history reader over arbitrary database files. The input is written once per
 // run to a file in our scratch folder and handed to the reader as both a Chromium "History"
 // and a Firefox "places.sqlite", so both queries run over every input. The reader makes its
-// private copies under $TMPDIR, which here points into our scratch folder, so a copy left
+// private copies under $XDG_RUNTIME_DIR (else $TMPDIR), which here points into our scratch folder, so a copy left
 // behind by any way out of the reader is caught after each input.
 #include "Apoio.hpp"
 
@@ -41,8 +41,9 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
     std::error_code erro;
     std::filesystem::create_directory(pastaDasCopias(), erro);
     TARRAFA_EXIGIR(!erro);
-    // Set before the first read; the reader looks $TMPDIR up each time it makes its folder.
+    // Set before the first read; the reader looks these up each time it makes its folder.
     TARRAFA_EXIGIR(::setenv("TMPDIR", pastaDasCopias().c_str(), 1) == 0);
+    TARRAFA_EXIGIR(::setenv("XDG_RUNTIME_DIR", pastaDasCopias().c_str(), 1) == 0);
     return 0;
 }
 
