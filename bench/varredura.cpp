@@ -4,11 +4,11 @@
 // against `du -sB1` on the same tree, in the same run, warm cache for both.
 //
 //   varredura [--pasta DIR] [--topo N] [--subpastas N] [--arquivos N] [--repeticoes N] [--manter]
-//             [--historico MB]
+//             [--historico MB] [--firefox MB]
 //
-// With --historico, the run is repeated with a browser history database of about that many
-// megabytes in a private home (HOME and XDG_CONFIG_HOME point there), and the extra cost of
-// reading it is reported.
+// With --historico (a Chromium History) and/or --firefox (a Firefox places.sqlite), the run is
+// repeated with browser history databases of about that many megabytes in a private home
+// (HOME and XDG_CONFIG_HOME point there), and the extra cost of reading them is reported.
 //
 // Without --pasta the tree is made in a new folder under the current one and removed at the
 // end (unless --manter). An existing --pasta is used as it is.
@@ -49,6 +49,7 @@ struct Opcoes {
     int repeticoes = 7;
     bool manter = false;
     int historicoMB = 0;
+    int firefoxMB = 0;
 };
 
 void criarArquivo(const std::string& caminho, std::size_t bytes)
@@ -154,6 +155,85 @@ void gerarHistorico(const Opcoes& o, const std::string& casa)
     sqlite3_close(db);
 }
 
+// A Firefox profile (found through profiles.ini in the XDG configuration folder, where new
+// profiles go) whose places.sqlite records the downloads of another third of the top-level
+// files, each with its download visit, padded with visited pages and their visits (with
+// Firefox's indexes) up to about the requested size.
+void gerarFirefox(const Opcoes& o, const std::string& casa)
+{
+    const std::string raiz = casa + "/.config/mozilla/firefox";
+    std::filesystem::create_directories(raiz + "/bench.default-esr");
+    {
+        std::FILE* ini = std::fopen((raiz + "/profiles.ini").c_str(), "w");
+        std::fputs("[Profile0]\nName=default-esr\nIsRelative=1\nPath=bench.default-esr\nDefault=1\n", ini);
+        std::fclose(ini);
+    }
+    sqlite3* db = nullptr;
+    if (sqlite3_open((raiz + "/bench.default-esr/places.sqlite").c_str(), &db) != SQLITE_OK) {
+        std::fprintf(stderr, "cannot create the Firefox database\n");
+        std::exit(1);
+    }
+    auto sql = [&](const std::string& comando) {
+        char* erro = nullptr;
+        if (sqlite3_exec(db, comando.c_str(), nullptr, nullptr, &erro) != SQLITE_OK) {
+            std::fprintf(stderr, "sqlite: %s\n", erro != nullptr ? erro : "?");
+            std::exit(1);
+        }
+    };
+    sql("PRAGMA page_size=32768");
+    sql("PRAGMA journal_mode=WAL");
+    sql("CREATE TABLE moz_places (id INTEGER PRIMARY KEY, url LONGVARCHAR, title LONGVARCHAR, rev_host LONGVARCHAR, "
+        "visit_count INTEGER DEFAULT 0, last_visit_date INTEGER, guid TEXT, url_hash INTEGER DEFAULT 0 NOT NULL)");
+    sql("CREATE INDEX moz_places_url_hashindex ON moz_places (url_hash)");
+    sql("CREATE TABLE moz_historyvisits (id INTEGER PRIMARY KEY, from_visit INTEGER, place_id INTEGER, "
+        "visit_date INTEGER, visit_type INTEGER, session INTEGER)");
+    sql("CREATE INDEX moz_historyvisits_placedateindex ON moz_historyvisits (place_id, visit_date)");
+    sql("CREATE INDEX moz_historyvisits_fromindex ON moz_historyvisits (from_visit)");
+    sql("CREATE INDEX moz_historyvisits_dateindex ON moz_historyvisits (visit_date)");
+    sql("CREATE TABLE moz_anno_attributes (id INTEGER PRIMARY KEY, name VARCHAR(32) UNIQUE NOT NULL)");
+    sql("CREATE TABLE moz_annos (id INTEGER PRIMARY KEY, place_id INTEGER NOT NULL, anno_attribute_id INTEGER, "
+        "content LONGVARCHAR, flags INTEGER DEFAULT 0, expiration INTEGER DEFAULT 0, type INTEGER DEFAULT 0, "
+        "dateAdded INTEGER DEFAULT 0, lastModified INTEGER DEFAULT 0)");
+    sql("CREATE UNIQUE INDEX moz_annos_placeattributeindex ON moz_annos (place_id, anno_attribute_id)");
+    sql("INSERT INTO moz_anno_attributes (id, name) VALUES (1, 'downloads/destinationFileURI'), "
+        "(2, 'downloads/metaData')");
+    sql("BEGIN");
+    int lugar = 0;
+    for (int i = 1; i < o.topo; i += 3) {
+        const char* extensoes[] = {"pdf", "docx", "xlsx", "zip", "png", "jpg", "deb", "txt"};
+        const std::string nome = "arquivo%20" + std::to_string(i) + "." + extensoes[i % 8];
+        ++lugar;
+        sql("INSERT INTO moz_places (id, url) VALUES (" + std::to_string(lugar) + ", 'https://firefox.exemplo.org/d/"
+            + std::to_string(i) + "')");
+        sql("INSERT INTO moz_annos (place_id, anno_attribute_id, content) VALUES (" + std::to_string(lugar)
+            + ", 1, 'file://" + o.pasta + "/" + nome + "'), (" + std::to_string(lugar)
+            + ", 2, '{\"state\":1,\"endTime\":1700000000000,\"fileSize\":" + std::to_string(i % 9000) + "}')");
+        sql("INSERT INTO moz_historyvisits (place_id, visit_date, visit_type) VALUES (" + std::to_string(lugar)
+            + ", 1700000000000000, 7)");
+    }
+    const std::string titulo(200, 't');
+    const std::int64_t alvo = static_cast<std::int64_t>(o.firefoxMB) * 1000 * 1000;
+    const std::string arquivo = raiz + "/bench.default-esr/places.sqlite";
+    for (int i = 0;; ++i) {
+        ++lugar;
+        sql("INSERT INTO moz_places (id, url, title, visit_count) VALUES (" + std::to_string(lugar)
+            + ", 'https://exemplo.org/pagina/" + std::to_string(i) + "', '" + titulo + "', 3)");
+        sql("INSERT INTO moz_historyvisits (from_visit, place_id, visit_date, visit_type) VALUES (0, "
+            + std::to_string(lugar) + ", " + std::to_string(1600000000000000LL + i) + ", 1), (0, " + std::to_string(lugar)
+            + ", " + std::to_string(1600000000000001LL + i) + ", 1), (0, " + std::to_string(lugar) + ", "
+            + std::to_string(1600000000000002LL + i) + ", 2)");
+        if (i % 5000 == 4999) {
+            sql("COMMIT");
+            sql("PRAGMA wal_checkpoint(TRUNCATE)");
+            if (static_cast<std::int64_t>(std::filesystem::file_size(arquivo)) >= alvo) {
+                break;
+            }
+            sql("BEGIN");
+        }
+    }
+    sqlite3_close(db);
+}
+
 double segundos(std::chrono::steady_clock::duration d)
 {
     return std::chrono::duration<double>(d).count();
@@ -214,6 +294,8 @@ int main(int argc, char** argv)
             o.repeticoes = std::max(1, std::stoi(valor()));
         } else if (a == "--historico") {
             o.historicoMB = std::stoi(valor());
+        } else if (a == "--firefox") {
+            o.firefoxMB = std::stoi(valor());
         } else if (a == "--manter") {
             o.manter = true;
         } else {
@@ -262,9 +344,15 @@ int main(int argc, char** argv)
     double scanComHistorico = 0;
     double soHistorico = 0;
     std::string casa;
-    if (o.historicoMB > 0) {
+    const bool comHistorico = o.historicoMB > 0 || o.firefoxMB > 0;
+    if (comHistorico) {
         casa = o.pasta + "-casa";
-        gerarHistorico(o, casa);
+        if (o.historicoMB > 0) {
+            gerarHistorico(o, casa);
+        }
+        if (o.firefoxMB > 0) {
+            gerarFirefox(o, casa);
+        }
         ::setenv("HOME", casa.c_str(), 1);
         ::setenv("XDG_CONFIG_HOME", (casa + "/.config").c_str(), 1);
         ::setenv("XDG_DATA_HOME", (casa + "/.local/share").c_str(), 1);
@@ -282,10 +370,14 @@ int main(int argc, char** argv)
         }
         scanComHistorico = mediana(tCom);
         soHistorico = mediana(tHistorico);
-        std::printf("history database: %.1f MB, %zu download records\n",
-                    static_cast<double>(std::filesystem::file_size(casa + "/.config/google-chrome/Default/History"))
-                        / 1e6,
-                    registros);
+        std::error_code semArquivo;
+        const auto megabytes = [&](const std::string& arquivo) {
+            const auto tamanho = std::filesystem::file_size(arquivo, semArquivo);
+            return semArquivo ? 0.0 : static_cast<double>(tamanho) / 1e6;
+        };
+        std::printf("history databases: Chromium %.1f MB, Firefox %.1f MB; %zu download records\n",
+                    megabytes(casa + "/.config/google-chrome/Default/History"),
+                    megabytes(casa + "/.config/mozilla/firefox/bench.default-esr/places.sqlite"), registros);
     }
     rusage uso{};
     ::getrusage(RUSAGE_SELF, &uso);
@@ -297,7 +389,7 @@ int main(int argc, char** argv)
     std::printf("ratio scan/du: %.2f\n", scan / du);
     std::printf("triage (median of %d): %.1f ms, %zu groups; diagnostics: %.1f ms over %d entries\n",
                 o.repeticoes, mediana(tTriagem) * 1000, grupos, mediana(tRaioX) * 1000, diagnosticados);
-    if (o.historicoMB > 0) {
+    if (comHistorico) {
         std::printf("scan with the history (median of %d): %.1f ms (extra %.1f ms; reading the history alone %.1f ms)\n",
                     o.repeticoes, scanComHistorico * 1000, (scanComHistorico - scan) * 1000, soHistorico * 1000);
     }
