@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/BancoCopiado.hpp"
 
+#include "TarrafaCore/Descritor.hpp"
+
 #include <sqlite3.h>
 
 #include <array>
@@ -86,35 +88,6 @@ std::string pastaTemporaria()
     const char* tmpdir = std::getenv("TMPDIR");
     return ehPastaAbsoluta(tmpdir) ? std::string(tmpdir) : std::string("/tmp");
 }
-
-// Opens a browser file for reading without touching its access time.
-int abrirParaLer(const std::string& caminho)
-{
-    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    int fd = ::open(caminho.c_str(), kFlags | O_NOATIME);
-    if (fd < 0 && errno == EPERM) {
-        fd = ::open(caminho.c_str(), kFlags);
-    }
-    return fd;
-}
-
-class Descritor {
-public:
-    explicit Descritor(int fd) noexcept : fd_(fd) {}
-    Descritor(const Descritor&) = delete;
-    Descritor& operator=(const Descritor&) = delete;
-    ~Descritor()
-    {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    [[nodiscard]] int get() const noexcept { return fd_; }
-    [[nodiscard]] bool valido() const noexcept { return fd_ >= 0; }
-
-private:
-    int fd_;
-};
 
 // A source file opened for copying, with what it looked like when opened.
 struct Fonte {
@@ -216,7 +189,7 @@ std::unique_ptr<BancoCopiado> BancoCopiado::abrir(const std::string& arquivo, st
 {
     const auto prazo = std::chrono::steady_clock::now() + orcamento;
     Fonte principal {arquivo};
-    const Descritor fdPrincipal(abrirParaLer(arquivo));
+    const Descritor fdPrincipal = abrirParaLer(AT_FDCWD, arquivo.c_str());
     if (!fdPrincipal.valido() || ::fstat(fdPrincipal.get(), &principal.info) != 0 || !S_ISREG(principal.info.st_mode)
         || principal.info.st_size <= 0) {
         return nullptr;
@@ -226,14 +199,14 @@ std::unique_ptr<BancoCopiado> BancoCopiado::abrir(const std::string& arquivo, st
     // The log and the journal are optional; they are opened now so that what is copied
     // belongs together.
     std::array<Fonte, kCompanheiros.size()> companheiros;
-    std::array<std::unique_ptr<Descritor>, kCompanheiros.size()> fdsCompanheiros;
+    std::array<Descritor, kCompanheiros.size()> fdsCompanheiros;
     std::int64_t total = principal.info.st_size;
     for (std::size_t i = 0; i < kCompanheiros.size(); ++i) {
         companheiros[i].caminho = arquivo + kCompanheiros[i];
-        fdsCompanheiros[i] = std::make_unique<Descritor>(abrirParaLer(companheiros[i].caminho));
-        if (fdsCompanheiros[i]->valido() && ::fstat(fdsCompanheiros[i]->get(), &companheiros[i].info) == 0
+        fdsCompanheiros[i] = abrirParaLer(AT_FDCWD, companheiros[i].caminho.c_str());
+        if (fdsCompanheiros[i].valido() && ::fstat(fdsCompanheiros[i].get(), &companheiros[i].info) == 0
             && S_ISREG(companheiros[i].info.st_mode)) {
-            companheiros[i].fd = fdsCompanheiros[i]->get();
+            companheiros[i].fd = fdsCompanheiros[i].get();
             total += companheiros[i].info.st_size;
         }
     }

@@ -2,6 +2,7 @@
 #include "TarrafaCore/PastaScanner.hpp"
 
 #include "TarrafaCore/CasamentoDeDownloads.hpp"
+#include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
 #include "TarrafaCore/MetadadosDoGnome.hpp"
 #include "TarrafaCore/Spotlight.hpp"
@@ -27,39 +28,6 @@
 namespace tarrafa {
 
 namespace {
-
-// A file descriptor closed when it goes out of scope.
-class Descritor {
-public:
-    explicit Descritor(int fd = -1) noexcept : fd_(fd) {}
-    Descritor(const Descritor&) = delete;
-    Descritor& operator=(const Descritor&) = delete;
-    Descritor(Descritor&& outro) noexcept : fd_(std::exchange(outro.fd_, -1)) {}
-    Descritor& operator=(Descritor&& outro) noexcept
-    {
-        if (this != &outro) {
-            fechar();
-            fd_ = std::exchange(outro.fd_, -1);
-        }
-        return *this;
-    }
-    ~Descritor() { fechar(); }
-
-    [[nodiscard]] int get() const noexcept { return fd_; }
-    [[nodiscard]] bool valido() const noexcept { return fd_ >= 0; }
-    // Hands the descriptor over (to fdopendir).
-    [[nodiscard]] int soltar() noexcept { return std::exchange(fd_, -1); }
-    void fechar() noexcept
-    {
-        if (fd_ >= 0) {
-            ::close(fd_);
-            fd_ = -1;
-        }
-    }
-
-private:
-    int fd_;
-};
 
 enum class Links { seguir, naoSeguir };
 
@@ -125,12 +93,7 @@ std::unordered_set<std::string> lerOcultos(int pasta)
     if (::fstatat(pasta, ".hidden", &info, 0) != 0 || !S_ISREG(info.st_mode)) {
         return ocultos;
     }
-    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    int fd = ::openat(pasta, ".hidden", kFlags | O_NOATIME);
-    if (fd < 0 && errno == EPERM) {
-        fd = ::openat(pasta, ".hidden", kFlags);
-    }
-    Descritor arquivo(fd);
+    const Descritor arquivo = abrirParaLer(pasta, ".hidden");
     if (!arquivo.valido() || ::fstat(arquivo.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return ocultos;
     }

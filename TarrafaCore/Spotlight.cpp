@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/Spotlight.hpp"
 
+#include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Plist.hpp"
 #include "TarrafaCore/Texto.hpp"
@@ -214,25 +215,6 @@ private:
     std::unordered_map<std::string, Date> usos_;
 };
 
-class Descritor final {
-public:
-    explicit Descritor(int fd) noexcept
-        : fd_(fd)
-    {
-    }
-    Descritor(const Descritor&) = delete;
-    Descritor& operator=(const Descritor&) = delete;
-    ~Descritor()
-    {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    [[nodiscard]] int get() const noexcept { return fd_; }
-
-private:
-    int fd_;
-};
 
 } // namespace
 
@@ -244,7 +226,7 @@ Indice Indice::carregar()
 Indice Indice::carregarDe(const std::string& arquivo)
 {
     // Non-blocking, so that a FIFO in its place cannot hold up the scan.
-    const Descritor fd(::open(arquivo.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const Descritor fd = abrirParaLer(AT_FDCWD, arquivo.c_str());
     struct stat info { };
     if (fd.get() < 0 || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return {};

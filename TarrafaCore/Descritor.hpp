@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tarrafa {
+
+// A file descriptor closed when it goes out of scope.
+class Descritor final {
+public:
+    explicit Descritor(int fd = -1) noexcept : fd_(fd) {}
+    Descritor(const Descritor&) = delete;
+    Descritor& operator=(const Descritor&) = delete;
+    Descritor(Descritor&& outro) noexcept : fd_(std::exchange(outro.fd_, -1)) {}
+    Descritor& operator=(Descritor&& outro) noexcept
+    {
+        if (this != &outro) {
+            fechar();
+            fd_ = std::exchange(outro.fd_, -1);
+        }
+        return *this;
+    }
+    ~Descritor() { fechar(); }
+
+    [[nodiscard]] int get() const noexcept { return fd_; }
+    [[nodiscard]] bool valido() const noexcept { return fd_ >= 0; }
+    // Hands the descriptor over (to fdopendir).
+    [[nodiscard]] int soltar() noexcept { return std::exchange(fd_, -1); }
+    void fechar() noexcept
+    {
+        if (fd_ >= 0) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+    }
+
+private:
+    int fd_;
+};
+
+// Opens a file of someone else's (a browser's database, a desktop list) for reading only:
+// without touching its access time where the kernel allows it (O_NOATIME is refused, EPERM,
+// on files the user does not own), and without blocking should it be a FIFO or a device.
+inline Descritor abrirParaLer(int base, const char* caminho) noexcept
+{
+    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int fd = ::openat(base, caminho, kFlags | O_NOATIME);
+    if (fd < 0 && errno == EPERM) {
+        fd = ::openat(base, caminho, kFlags);
+    }
+    return Descritor(fd);
+}
+
+} // namespace tarrafa
