@@ -151,8 +151,9 @@ std::vector<std::string> origensDoDownload(const std::string& url, const std::st
         if (comecaCom(url, "blob:") && ehWeb(std::string_view(url).substr(5))) {
             adicionar(origens, url.substr(5));
         }
+        // Only a web page counts: a tab opened for a typed address says "about:blank".
         for (const std::string* pagina : {&aba, &site, &referrer}) {
-            if (!pagina->empty() && !comecaCom(*pagina, "data:") && !comecaCom(*pagina, "blob:")) {
+            if (ehWeb(*pagina)) {
                 adicionar(origens, *pagina);
                 break;
             }

@@ -219,6 +219,7 @@ TEST_F(ProcedenciaTest, AWebApplicationsExportComesFromItsPageAndADataAddressIsN
     dados.referrer = "https://outro.test/";
     teste::inserirChromium(*banco, dados);
     DownloadChromium semPagina = dl(3, downloads + "/anonimo.bin", "data:application/octet-stream,zz", 1, 2, 0, kAgora);
+    semPagina.aba = "about:blank"; // what Chromium writes for a tab that showed no page
     teste::inserirChromium(*banco, semPagina);
     EXPECT_EQ(origens("export.csv"), (std::vector<std::string> {"https://app.planilhas.test/5e1f-77",
                                                                 "https://app.planilhas.test/editor.html"}));
