@@ -3,6 +3,9 @@
 
 #ifdef TARRAFA_COM_GIO
 #include <gio/gio.h>
+
+#include <cstdlib>
+#include <sys/stat.h>
 #endif
 
 namespace tarrafa {
@@ -13,10 +16,30 @@ namespace {
 
 constexpr const char* kAtributo = "metadata::download-uri";
 
+// The store lives behind the session bus. Without one (a text console, a service, a test
+// run) GIO is not even asked: it would look for a bus in vain on every scan, and where an X
+// display is set it would start one with dbus-launch.
+bool temBarramentoDeSessao()
+{
+    const char* endereco = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (endereco != nullptr && *endereco != '\0') {
+        return true;
+    }
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime == nullptr || *runtime != '/') {
+        return false;
+    }
+    struct stat info {};
+    return ::stat((std::string(runtime) + "/bus").c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
+}
+
 } // namespace
 
 MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta)
 {
+    if (!temBarramentoDeSessao()) {
+        return;
+    }
     GFile* arquivo = g_file_new_for_path(pasta.c_str());
     // The local file system without gvfs offers no "metadata" namespace.
     if (GFileAttributeInfoList* espacos = g_file_query_writable_namespaces(arquivo, nullptr, nullptr)) {

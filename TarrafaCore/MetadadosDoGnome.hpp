@@ -8,8 +8,8 @@ namespace tarrafa {
 
 // GNOME's metadata store, read through GIO: Firefox's GTK build and GNOME Web note there the
 // address a file was downloaded from (metadata::download-uri). The store is gvfs's, reached
-// through the session bus; a machine without gvfs or without a session, and a build without
-// GIO, simply have nothing to read here.
+// through the session bus; a machine without gvfs or without a session bus, and a build
+// without GIO, simply have nothing to read here.
 class MetadadosDoGnome final {
 public:
     // Asks once whether files under this folder have a metadata store at all, so that a
