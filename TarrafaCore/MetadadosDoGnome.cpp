@@ -46,35 +46,37 @@ MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta)
         disponivel_ = g_file_attribute_info_list_lookup(espacos, "metadata") != nullptr;
         g_file_attribute_info_list_unref(espacos);
     }
+    if (disponivel_) {
+        const std::string atributos = std::string("standard::name,") + kAtributo;
+        if (GFileEnumerator* lista = g_file_enumerate_children(arquivo, atributos.c_str(),
+                                                               G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
+            while (GFileInfo* info = g_file_enumerator_next_file(lista, nullptr, nullptr)) {
+                const char* nome = g_file_info_get_name(info);
+                if (nome != nullptr && g_file_info_get_attribute_type(info, kAtributo) == G_FILE_ATTRIBUTE_TYPE_STRING) {
+                    const char* valor = g_file_info_get_attribute_string(info, kAtributo);
+                    if (valor != nullptr && *valor != '\0' && g_utf8_validate(valor, -1, nullptr)) {
+                        enderecos_.emplace(nome, valor);
+                    }
+                }
+                g_object_unref(info);
+            }
+            g_object_unref(lista);
+        }
+    }
     g_object_unref(arquivo);
 }
 
-std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& caminho) const
+std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& nome) const
 {
-    if (!disponivel_) {
-        return std::nullopt;
-    }
-    std::optional<std::string> endereco;
-    GFile* arquivo = g_file_new_for_path(caminho.c_str());
-    if (GFileInfo* info
-        = g_file_query_info(arquivo, kAtributo, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
-        if (g_file_info_get_attribute_type(info, kAtributo) == G_FILE_ATTRIBUTE_TYPE_STRING) {
-            const char* valor = g_file_info_get_attribute_string(info, kAtributo);
-            if (valor != nullptr && *valor != '\0' && g_utf8_validate(valor, -1, nullptr)) {
-                endereco = valor;
-            }
-        }
-        g_object_unref(info);
-    }
-    g_object_unref(arquivo);
-    return endereco;
+    const auto it = enderecos_.find(nome);
+    return it == enderecos_.end() ? std::nullopt : std::optional<std::string>(it->second);
 }
 
 #else
 
 MetadadosDoGnome::MetadadosDoGnome(const std::string& /*pasta*/) {}
 
-std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& /*caminho*/) const
+std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& /*nome*/) const
 {
     return std::nullopt;
 }

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 namespace tarrafa {
 
@@ -10,19 +11,25 @@ namespace tarrafa {
 // address a file was downloaded from (metadata::download-uri). The store is gvfs's, reached
 // through the session bus; a machine without gvfs or without a session bus, and a build
 // without GIO, simply have nothing to read here.
+//
+// The addresses of a whole folder are read at once, by listing it through GIO: asked file by
+// file, gvfs answers for a folder outside the home over the bus, half a millisecond each.
 class MetadadosDoGnome final {
 public:
-    // Asks once whether files under this folder have a metadata store at all, so that a
-    // folder without one costs nothing per file.
+    MetadadosDoGnome() = default;
+    // Reads the addresses noted for the entries of this folder (the folder itself not
+    // included, links not followed).
     explicit MetadadosDoGnome(const std::string& pasta);
 
+    // Whether the folder has a metadata store at all.
     [[nodiscard]] bool disponivel() const noexcept { return disponivel_; }
-    // The address recorded for the file at this path (links not followed); none when the
-    // store has none, or is not there.
-    [[nodiscard]] std::optional<std::string> enderecoDeDownload(const std::string& caminho) const;
+    // The address noted for the entry of that name (bytes, as listed); none when the store has
+    // none, or is not there.
+    [[nodiscard]] std::optional<std::string> enderecoDeDownload(const std::string& nome) const;
 
 private:
     bool disponivel_ = false;
+    std::unordered_map<std::string, std::string> enderecos_;
 };
 
 } // namespace tarrafa

@@ -276,7 +276,7 @@ struct Lida {
 // One visible entry of the scanned folder; none when it vanished after the listing or
 // cannot be read.
 std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
-                               const Spotlight::Indice& indice, const MetadadosDoGnome& gnome)
+                               const Spotlight::Indice& indice)
 {
     struct statx info {};
     constexpr unsigned kCampos = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
@@ -317,13 +317,6 @@ std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::st
         lida.agente = Xattr::quarentena(lida.id, nomes);
     }
     lida.ultimoUso = Xattr::ultimoUso(lida.id, nomes, indice);
-    // GNOME's metadata store comes after the file's own attributes and before the browsers'
-    // histories.
-    if (lida.origens.empty() && !lida.ehPasta) {
-        if (std::optional<std::string> endereco = gnome.enderecoDeDownload(lida.id)) {
-            lida.origens.push_back(std::move(*endereco));
-        }
-    }
     return lida;
 }
 
@@ -344,14 +337,16 @@ void completar(Lida& lida, const RegistroDeDownload& registro)
     }
 }
 
-// The histories are read beside the entries, on a thread of their own: copying a large
-// history costs about what reading a large folder does.
-std::future<HistoricoDeNavegadores> carregarHistorico()
+// The histories and GNOME's metadata store are read beside the entries, each on a thread of
+// its own: copying a large history, or listing the folder through gvfs, costs about what
+// reading the folder does.
+template <typename Funcao>
+auto aoLado(Funcao funcao) -> std::future<decltype(funcao())>
 {
     try {
-        return std::async(std::launch::async, [] { return HistoricoDeNavegadores::carregar(); });
+        return std::async(std::launch::async, funcao);
     } catch (const std::system_error&) {
-        return std::async(std::launch::deferred, [] { return HistoricoDeNavegadores::carregar(); });
+        return std::async(std::launch::deferred, funcao); // no thread to spare: run at get()
     }
 }
 
@@ -379,9 +374,9 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
         ocultos = lerOcultos(fd.get());
     }
     // Read once per scan and dropped with it.
-    std::future<HistoricoDeNavegadores> historicoFuturo = carregarHistorico();
+    std::future<HistoricoDeNavegadores> historicoFuturo = aoLado([] { return HistoricoDeNavegadores::carregar(); });
+    std::future<MetadadosDoGnome> gnomeFuturo = aoLado([&raiz] { return MetadadosDoGnome(raiz); });
     const Spotlight::Indice indice = Spotlight::Indice::carregar();
-    const MetadadosDoGnome gnome(raiz);
 
     std::vector<const Entrada*> visiveis;
     visiveis.reserve(entradas.size());
@@ -405,7 +400,7 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
             }
             const std::size_t fim = std::min(visiveis.size(), inicio + kLote);
             for (std::size_t i = inicio; i < fim; ++i) {
-                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice, gnome);
+                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice);
             }
         }
     };
@@ -422,6 +417,19 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
     }
     ler();
     ajudantes.clear(); // joins
+
+    // GNOME's metadata store comes after the file's own attributes and before the browsers'
+    // histories; it speaks for files, not folders.
+    const MetadadosDoGnome gnome = gnomeFuturo.get();
+    if (gnome.disponivel()) {
+        for (std::optional<Lida>& lida : lidas) {
+            if (lida && lida->origens.empty() && !lida->ehPasta) {
+                if (std::optional<std::string> endereco = gnome.enderecoDeDownload(lida->nome)) {
+                    lida->origens.push_back(std::move(*endereco));
+                }
+            }
+        }
+    }
 
     // Which browser record is which file: only regular files were downloaded.
     const HistoricoDeNavegadores historico = historicoFuturo.get();

@@ -68,9 +68,9 @@ TEST_F(ComSessao, TheDownloadAddressNotedByTheDesktopIsTheFilesOrigin)
     anotar(downloads + "/manual.pdf", "https://docs.fornecedor.test/manual.pdf");
     const MetadadosDoGnome gnome(downloads);
     ASSERT_TRUE(gnome.disponivel());
-    EXPECT_EQ(gnome.enderecoDeDownload(downloads + "/manual.pdf"),
+    EXPECT_EQ(gnome.enderecoDeDownload("manual.pdf"),
               std::optional<std::string>("https://docs.fornecedor.test/manual.pdf"));
-    EXPECT_FALSE(gnome.enderecoDeDownload(downloads + "/sem nada.pdf").has_value());
+    EXPECT_FALSE(gnome.enderecoDeDownload("sem nada.pdf").has_value());
 
     const auto snapshots = PastaScanner().varrer(downloads);
     const FileSnapshot* manual = achar(snapshots, "manual.pdf");
@@ -111,7 +111,7 @@ TEST(SemSessao, WithoutASessionBusTheStoreIsSimplyAbsent)
     teste::escrever(pasta / "a.pdf", "a");
     const MetadadosDoGnome gnome(pasta.caminho());
     EXPECT_FALSE(gnome.disponivel());
-    EXPECT_FALSE(gnome.enderecoDeDownload(pasta / "a.pdf").has_value());
+    EXPECT_FALSE(gnome.enderecoDeDownload("a.pdf").has_value());
     const auto snapshots = PastaScanner().varrer(pasta.caminho());
     ASSERT_EQ(snapshots.size(), 1U);
     EXPECT_TRUE(snapshots[0].origens().empty());
