@@ -79,7 +79,7 @@ void apagarPastaDeCopia(const char* pasta) noexcept
 
 bool ehPastaAbsoluta(const char* caminho)
 {
-    struct stat info {};
+    struct stat info { };
     return caminho != nullptr && caminho[0] == '/' && ::stat(caminho, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
@@ -93,13 +93,13 @@ std::string pastaTemporaria()
 struct Fonte {
     std::string caminho;
     int fd = -1;
-    struct stat info {};
+    struct stat info { };
 };
 
 bool mudou(const struct stat& antes, const struct stat& depois)
 {
     return antes.st_size != depois.st_size || antes.st_mtim.tv_sec != depois.st_mtim.tv_sec
-           || antes.st_mtim.tv_nsec != depois.st_mtim.tv_nsec || antes.st_ino != depois.st_ino;
+        || antes.st_mtim.tv_nsec != depois.st_mtim.tv_nsec || antes.st_ino != depois.st_ino;
 }
 
 // Copies the whole of an open regular file into a new file; in the kernel, without a buffer
@@ -172,7 +172,10 @@ bool executar(sqlite3* db, const char* sql)
 
 } // namespace
 
-BancoCopiado::BancoCopiado(std::unique_ptr<Estado> estado) : estado_(std::move(estado)) {}
+BancoCopiado::BancoCopiado(std::unique_ptr<Estado> estado)
+    : estado_(std::move(estado))
+{
+}
 
 BancoCopiado::~BancoCopiado()
 {
@@ -185,13 +188,14 @@ std::string BancoCopiado::pastaDasCopias()
     return ehPastaAbsoluta(runtime) ? std::string(runtime) : pastaTemporaria();
 }
 
-std::unique_ptr<BancoCopiado> BancoCopiado::abrir(const std::string& arquivo, std::chrono::milliseconds orcamento)
+std::unique_ptr<BancoCopiado> BancoCopiado::abrir(
+    const std::string& arquivo, std::chrono::milliseconds orcamento)
 {
     const auto prazo = std::chrono::steady_clock::now() + orcamento;
     Fonte principal {arquivo};
     const Descritor fdPrincipal = abrirParaLer(AT_FDCWD, arquivo.c_str());
-    if (!fdPrincipal.valido() || ::fstat(fdPrincipal.get(), &principal.info) != 0 || !S_ISREG(principal.info.st_mode)
-        || principal.info.st_size <= 0) {
+    if (!fdPrincipal.valido() || ::fstat(fdPrincipal.get(), &principal.info) != 0
+        || !S_ISREG(principal.info.st_mode) || principal.info.st_size <= 0) {
         return nullptr;
     }
     principal.fd = fdPrincipal.get();
@@ -215,10 +219,10 @@ std::unique_ptr<BancoCopiado> BancoCopiado::abrir(const std::string& arquivo, st
     }
 
     const std::string base = pastaDasCopias();
-    struct statvfs livre {};
+    struct statvfs livre { };
     if (::statvfs(base.c_str(), &livre) != 0
         || static_cast<long double>(livre.f_bavail) * static_cast<long double>(livre.f_frsize)
-               < static_cast<long double>(total) + (1 << 20)) {
+            < static_cast<long double>(total) + (1 << 20)) {
         return nullptr;
     }
 
@@ -248,7 +252,7 @@ std::unique_ptr<BancoCopiado> BancoCopiado::abrir(const std::string& arquivo, st
             }
         }
         consistente = true;
-        struct stat agora {};
+        struct stat agora { };
         if (::stat(arquivo.c_str(), &agora) != 0 || mudou(principal.info, agora)) {
             consistente = false;
         }
@@ -270,8 +274,8 @@ std::unique_ptr<BancoCopiado> BancoCopiado::abrir(const std::string& arquivo, st
     sqlite3* db = nullptr;
     // Read-write so that SQLite can roll back a half-written journal into the copy; nothing
     // writes afterwards (query_only, and no checkpoint when it closes).
-    if (sqlite3_open_v2(copia.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW,
-                        nullptr)
+    if (sqlite3_open_v2(
+            copia.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr)
         != SQLITE_OK) {
         sqlite3_close(db);
         return nullptr;
@@ -301,9 +305,9 @@ bool BancoCopiado::temTabelas(std::initializer_list<const char*> nomes) const
 {
     sqlite3_stmt* stmt = nullptr;
     if (sqlite3_prepare_v2(db_,
-                           "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?1 COLLATE NOCASE "
-                           "AND sql NOT LIKE 'CREATE VIRTUAL%'",
-                           -1, &stmt, nullptr)
+            "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?1 COLLATE NOCASE "
+            "AND sql NOT LIKE 'CREATE VIRTUAL%'",
+            -1, &stmt, nullptr)
         != SQLITE_OK) {
         sqlite3_finalize(stmt);
         return false;
@@ -365,7 +369,7 @@ void BancoCopiado::removerCopiasAbandonadas()
                 continue;
             }
             const std::string caminho = base + "/" + std::string(nome);
-            struct stat info {};
+            struct stat info { };
             if (::lstat(caminho.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || info.st_uid != dono) {
                 continue;
             }
@@ -378,7 +382,8 @@ void BancoCopiado::removerCopiasAbandonadas()
             if (traco != std::string_view::npos && traco > 0 && traco < 10
                 && resto.substr(0, traco).find_first_not_of("0123456789") == std::string_view::npos) {
                 const long pid = std::strtol(std::string(resto.substr(0, traco)).c_str(), nullptr, 10);
-                abandonada = pid > 0 && pid != eu && ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
+                abandonada
+                    = pid > 0 && pid != eu && ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
             } else if (traco == std::string_view::npos && resto.size() == 6) {
                 abandonada = std::time(nullptr) - info.st_mtim.tv_sec > 600;
             }
@@ -420,12 +425,12 @@ void aoSinal(int sinal)
 void BancoCopiado::removerCopiasAoSinal()
 {
     for (const int sinal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        struct sigaction atual {};
+        struct sigaction atual { };
         if (::sigaction(sinal, nullptr, &atual) != 0 || (atual.sa_flags & SA_SIGINFO) != 0
             || atual.sa_handler != SIG_DFL) {
             continue;
         }
-        struct sigaction nova {};
+        struct sigaction nova { };
         nova.sa_handler = aoSinal;
         nova.sa_flags = SA_RESETHAND;
         sigemptyset(&nova.sa_mask);

@@ -35,8 +35,8 @@ public:
     // Copies and opens the database; null when it is missing, not a regular file, too large,
     // does not fit the free space, or cannot be copied or opened. The budget covers every
     // statement run on it from now on.
-    [[nodiscard]] static std::unique_ptr<BancoCopiado> abrir(const std::string& arquivo,
-                                                             std::chrono::milliseconds orcamento);
+    [[nodiscard]] static std::unique_ptr<BancoCopiado> abrir(
+        const std::string& arquivo, std::chrono::milliseconds orcamento);
 
     BancoCopiado(const BancoCopiado&) = delete;
     BancoCopiado& operator=(const BancoCopiado&) = delete;

@@ -41,7 +41,10 @@ std::optional<std::string> caminhoReal(const std::string& caminho)
 // resolves to. Each distinct folder is resolved once.
 class Equivalencias {
 public:
-    explicit Equivalencias(const Pasta& pasta) : pasta_(pasta) {}
+    explicit Equivalencias(const Pasta& pasta)
+        : pasta_(pasta)
+    {
+    }
 
     bool ehAPasta(std::string_view pastaDoRegistro)
     {
@@ -87,8 +90,9 @@ bool arquivoDoRegistroExiste(const RegistroDeDownload& registro)
     if (registro.caminho.empty() || !registro.tamanho) {
         return false;
     }
-    struct stat info {};
-    return ::stat(registro.caminho.c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size == *registro.tamanho;
+    struct stat info { };
+    return ::stat(registro.caminho.c_str(), &info) == 0 && S_ISREG(info.st_mode)
+        && info.st_size == *registro.tamanho;
 }
 
 } // namespace
@@ -129,7 +133,7 @@ Pasta resolver(const std::string& caminhoAbsoluto)
 }
 
 std::vector<const RegistroDeDownload*> casar(const Pasta& pasta, const std::vector<Arquivo>& arquivos,
-                                             const std::vector<RegistroDeDownload>& registros)
+    const std::vector<RegistroDeDownload>& registros)
 {
     std::vector<const RegistroDeDownload*> escolhidos(arquivos.size(), nullptr);
     if (registros.empty()) {

@@ -45,7 +45,7 @@ struct Pasta {
 [[nodiscard]] Pasta resolver(const std::string& caminhoAbsoluto);
 
 // For each file (same order), the record that describes it, or null.
-[[nodiscard]] std::vector<const RegistroDeDownload*> casar(const Pasta& pasta, const std::vector<Arquivo>& arquivos,
-                                                           const std::vector<RegistroDeDownload>& registros);
+[[nodiscard]] std::vector<const RegistroDeDownload*> casar(const Pasta& pasta,
+    const std::vector<Arquivo>& arquivos, const std::vector<RegistroDeDownload>& registros);
 
 } // namespace tarrafa::CasamentoDeDownloads

@@ -11,10 +11,16 @@ namespace tarrafa {
 // A file descriptor closed when it goes out of scope.
 class Descritor final {
 public:
-    explicit Descritor(int fd = -1) noexcept : fd_(fd) {}
+    explicit Descritor(int fd = -1) noexcept
+        : fd_(fd)
+    {
+    }
     Descritor(const Descritor&) = delete;
     Descritor& operator=(const Descritor&) = delete;
-    Descritor(Descritor&& outro) noexcept : fd_(std::exchange(outro.fd_, -1)) {}
+    Descritor(Descritor&& outro) noexcept
+        : fd_(std::exchange(outro.fd_, -1))
+    {
+    }
     Descritor& operator=(Descritor&& outro) noexcept
     {
         if (this != &outro) {

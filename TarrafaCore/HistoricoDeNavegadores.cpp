@@ -2,7 +2,6 @@
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
 
 #include "TarrafaCore/BancoCopiado.hpp"
-#include "TarrafaCore/PastasDoUsuario.hpp"
 
 #include <sqlite3.h>
 #include <uriparser/Uri.h>
@@ -12,10 +11,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
-#include <fstream>
 #include <map>
-#include <set>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -43,12 +39,6 @@ std::optional<Date> deMicrossegundos(sqlite3_int64 micros)
         return std::nullopt;
     }
     return Date::desde1970(static_cast<double>(micros) / 1e6);
-}
-
-bool ehArquivoRegular(const std::string& caminho)
-{
-    struct stat info {};
-    return ::stat(caminho.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
 class Consulta {
@@ -82,7 +72,7 @@ public:
         const auto* bytes = sqlite3_column_text(stmt_, coluna);
         return bytes == nullptr ? std::string()
                                 : std::string(reinterpret_cast<const char*>(bytes),
-                                              static_cast<std::size_t>(sqlite3_column_bytes(stmt_, coluna)));
+                                    static_cast<std::size_t>(sqlite3_column_bytes(stmt_, coluna)));
     }
     [[nodiscard]] sqlite3_int64 inteiro(int coluna) const { return sqlite3_column_int64(stmt_, coluna); }
     [[nodiscard]] int tipo(int coluna) const { return sqlite3_column_type(stmt_, coluna); }
@@ -116,7 +106,8 @@ bool comecaCom(std::string_view texto, std::string_view prefixo)
         return false;
     }
     for (std::size_t i = 0; i < prefixo.size(); ++i) {
-        const char c = texto[i] >= 'A' && texto[i] <= 'Z' ? static_cast<char>(texto[i] - 'A' + 'a') : texto[i];
+        const char c
+            = texto[i] >= 'A' && texto[i] <= 'Z' ? static_cast<char>(texto[i] - 'A' + 'a') : texto[i];
         if (c != prefixo[i]) {
             return false;
         }
@@ -143,8 +134,8 @@ void adicionar(std::vector<std::string>& lista, std::string endereco)
 // then the page that led to it. A web application's export (a blob: or data: address made by
 // the page itself) comes from that page: a blob: address carries the page's origin inside it,
 // and the page is the tab's address, else the site's, else the referrer.
-std::vector<std::string> origensDoDownload(const std::string& url, const std::string& referrer,
-                                           const std::string& aba, const std::string& site)
+std::vector<std::string> origensDoDownload(
+    const std::string& url, const std::string& referrer, const std::string& aba, const std::string& site)
 {
     std::vector<std::string> origens;
     if (comecaCom(url, "blob:") || comecaCom(url, "data:")) {
@@ -192,15 +183,14 @@ void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vect
         return;
     }
     // Only completed downloads (state 1); the last element of the URL chain is the final address.
-    const std::string sql
-        = "SELECT d.target_path, d.end_time, " + colunaOu(colunas, "start_time", "0") + ", "
-          + colunaOu(colunas, "last_access_time", "0") + ", " + colunaOu(colunas, "opened", "0") + ", "
-          + colunaOu(colunas, "referrer", "''") + ", " + colunaOu(colunas, "tab_url", "''") + ", "
-          + colunaOu(colunas, "site_url", "''") + ", " + colunaOu(colunas, "received_bytes", "0") + ", "
-          + colunaOu(colunas, "total_bytes", "0") + ", "
-          + "(SELECT c.url FROM downloads_url_chains c WHERE c.id = d.id ORDER BY c.chain_index DESC LIMIT 1)"
-          + " FROM downloads d WHERE " + (contem(colunas, "state") ? "d.state = 1" : "1") + " LIMIT "
-          + std::to_string(HistoricoDeNavegadores::kMaximoDeRegistros);
+    const std::string sql = "SELECT d.target_path, d.end_time, " + colunaOu(colunas, "start_time", "0") + ", "
+        + colunaOu(colunas, "last_access_time", "0") + ", " + colunaOu(colunas, "opened", "0") + ", "
+        + colunaOu(colunas, "referrer", "''") + ", " + colunaOu(colunas, "tab_url", "''") + ", "
+        + colunaOu(colunas, "site_url", "''") + ", " + colunaOu(colunas, "received_bytes", "0") + ", "
+        + colunaOu(colunas, "total_bytes", "0") + ", "
+        + "(SELECT c.url FROM downloads_url_chains c WHERE c.id = d.id ORDER BY c.chain_index DESC LIMIT 1)"
+        + " FROM downloads d WHERE " + (contem(colunas, "state") ? "d.state = 1" : "1") + " LIMIT "
+        + std::to_string(HistoricoDeNavegadores::kMaximoDeRegistros);
     Consulta downloads(banco.get(), sql);
     std::vector<RegistroDeDownload> lidos;
     while (downloads.proxima()) {
@@ -209,8 +199,8 @@ void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vect
         if (registro.caminho.empty()) {
             continue;
         }
-        registro.origens = origensDoDownload(downloads.texto(10), downloads.texto(5), downloads.texto(6),
-                                             downloads.texto(7));
+        registro.origens = origensDoDownload(
+            downloads.texto(10), downloads.texto(5), downloads.texto(6), downloads.texto(7));
         registro.baixadoEm = deChromium(downloads.inteiro(1));
         registro.inicio = deChromium(downloads.inteiro(2));
         if (downloads.inteiro(4) != 0) {
@@ -238,8 +228,9 @@ void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vect
 class Referencias {
 public:
     explicit Referencias(sqlite3* db)
-        : consulta_(db, "SELECT f.visit_type, f.from_visit, p.url FROM moz_historyvisits f "
-                        "JOIN moz_places p ON p.id = f.place_id WHERE f.id = ?1")
+        : consulta_(db,
+            "SELECT f.visit_type, f.from_visit, p.url FROM moz_historyvisits f "
+            "JOIN moz_places p ON p.id = f.place_id WHERE f.id = ?1")
     {
     }
 
@@ -277,7 +268,8 @@ void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vecto
     }
     const std::string limite = std::to_string(HistoricoDeNavegadores::kMaximoDeRegistros);
     // json_valid keeps a metaData that is not JSON from failing the whole query.
-    Consulta anotacoes(banco.get(), R"(
+    Consulta anotacoes(banco.get(),
+        R"(
         WITH destino AS (SELECT id FROM moz_anno_attributes WHERE name = 'downloads/destinationFileURI' LIMIT 1),
              meta AS (SELECT id FROM moz_anno_attributes WHERE name = 'downloads/metaData' LIMIT 1),
              d AS (SELECT p.id AS lugar, p.url AS url, a.content AS arquivo,
@@ -285,7 +277,7 @@ void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vecto
                             WHERE m.place_id = p.id AND m.anno_attribute_id = (SELECT id FROM meta) LIMIT 1) AS dados
                      FROM moz_annos a JOIN moz_places p ON p.id = a.place_id
                     WHERE a.anno_attribute_id = (SELECT id FROM destino) LIMIT )"
-                                        + limite + R"()
+            + limite + R"()
         SELECT lugar, url, arquivo,
                CASE WHEN json_valid(dados) THEN json_extract(dados, '$.state') END,
                CASE WHEN json_valid(dados) THEN json_extract(dados, '$.endTime') END,
@@ -298,12 +290,14 @@ void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vecto
     std::map<sqlite3_int64, std::vector<Visita>> visitas;
     const bool temVisitas = banco.temTabelas({"moz_historyvisits"});
     if (temVisitas) {
-        Consulta consulta(banco.get(), R"(
+        Consulta consulta(banco.get(),
+            R"(
             SELECT v.place_id, v.visit_date, v.from_visit FROM moz_historyvisits v
              WHERE v.visit_type = 7 AND v.place_id IN (
                    SELECT a.place_id FROM moz_annos a WHERE a.anno_attribute_id =
                           (SELECT id FROM moz_anno_attributes WHERE name = 'downloads/destinationFileURI' LIMIT 1))
-             ORDER BY v.place_id, v.visit_date LIMIT )" + limite);
+             ORDER BY v.place_id, v.visit_date LIMIT )"
+                + limite);
         while (consulta.proxima()) {
             visitas[consulta.inteiro(0)].push_back({consulta.inteiro(1), consulta.inteiro(2)});
         }
@@ -371,7 +365,8 @@ void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vecto
 
 void lerBanco(const HistoricoDeNavegadores::Banco& banco, std::vector<RegistroDeDownload>& saida)
 {
-    const std::unique_ptr<BancoCopiado> copia = BancoCopiado::abrir(banco.arquivo, HistoricoDeNavegadores::kOrcamentoPorBanco);
+    const std::unique_ptr<BancoCopiado> copia
+        = BancoCopiado::abrir(banco.arquivo, HistoricoDeNavegadores::kOrcamentoPorBanco);
     if (!copia) {
         return;
     }
@@ -382,176 +377,7 @@ void lerBanco(const HistoricoDeNavegadores::Banco& banco, std::vector<RegistroDe
     }
 }
 
-std::vector<std::string> listarPasta(const std::string& pasta)
-{
-    std::vector<std::string> nomes;
-    DIR* dir = ::opendir(pasta.c_str());
-    if (dir == nullptr) {
-        return nomes;
-    }
-    while (const dirent* e = ::readdir(dir)) {
-        const std::string_view nome(e->d_name);
-        if (nome != "." && nome != "..") {
-            nomes.emplace_back(nome);
-        }
-    }
-    ::closedir(dir);
-    std::sort(nomes.begin(), nomes.end());
-    return nomes;
-}
-
-// The same file reached twice (a profile named in two lists, a root that is a link to
-// another) is read once.
-class JaVistos {
-public:
-    bool primeiraVez(const std::string& arquivo)
-    {
-        struct stat info {};
-        if (::stat(arquivo.c_str(), &info) != 0) {
-            return false;
-        }
-        return vistos_.emplace(info.st_dev, info.st_ino).second;
-    }
-
-private:
-    std::set<std::pair<dev_t, ino_t>> vistos_;
-};
-
-void listarPerfisChromium(const std::string& base, const std::string& agente, JaVistos& vistos,
-                          std::vector<HistoricoDeNavegadores::Banco>& bancos)
-{
-    for (const std::string& perfil : listarPasta(base)) {
-        const std::string historico = base + "/" + perfil + "/History";
-        if (ehArquivoRegular(historico) && vistos.primeiraVez(historico)) {
-            bancos.push_back({historico, HistoricoDeNavegadores::Tipo::chromium, agente});
-        }
-    }
-}
-
-// The profile folders an INI file of Firefox names: "Path=" of each [Profile*] section
-// (relative to the root when IsRelative=1, as a path that is not absolute must be) and
-// "Default=" of each [Install*] section (installs.ini, and profiles.ini since Firefox 67).
-void pastasDoIni(const std::string& ini, const std::string& raiz, std::vector<std::string>& pastas)
-{
-    std::ifstream arquivo(ini);
-    if (!arquivo) {
-        return;
-    }
-    struct Secao {
-        std::string caminho;
-        bool relativo = false;
-    };
-    std::vector<Secao> secoes;
-    enum class Tipo { outra, perfil, instalacao } tipo = Tipo::outra;
-    std::string linha;
-    std::size_t linhas = 0;
-    while (std::getline(arquivo, linha) && ++linhas < 100'000) {
-        if (!linha.empty() && linha.back() == '\r') {
-            linha.pop_back();
-        }
-        if (!linha.empty() && linha.front() == '[') {
-            tipo = linha.rfind("[Profile", 0) == 0 ? Tipo::perfil
-                   : linha.rfind("[Install", 0) == 0 || ini.ends_with("/installs.ini") ? Tipo::instalacao
-                                                                                      : Tipo::outra;
-            if (tipo != Tipo::outra) {
-                secoes.emplace_back();
-            }
-            continue;
-        }
-        if (tipo == Tipo::perfil && linha.rfind("Path=", 0) == 0) {
-            secoes.back().caminho = linha.substr(5);
-        } else if (tipo == Tipo::perfil && linha.rfind("IsRelative=", 0) == 0) {
-            secoes.back().relativo = linha.substr(11) == "1";
-        } else if (tipo == Tipo::instalacao && linha.rfind("Default=", 0) == 0) {
-            secoes.back().caminho = linha.substr(8);
-            secoes.back().relativo = true;
-        }
-    }
-    for (const Secao& secao : secoes) {
-        if (secao.caminho.empty()) {
-            continue;
-        }
-        const bool relativo = secao.relativo || secao.caminho.front() != '/';
-        pastas.push_back(relativo ? raiz + "/" + secao.caminho : secao.caminho);
-    }
-}
-
-// Firefox's profile manager keeps the profiles of a group in "Profile Groups/<id>.sqlite"
-// (table Profiles, column path, relative to the root) and leaves only one of them in
-// profiles.ini. The group database is a browser file like any other: read through a copy.
-void pastasDoGrupo(const std::string& raiz, std::vector<std::string>& pastas)
-{
-    const std::string grupos = raiz + "/Profile Groups";
-    for (const std::string& nome : listarPasta(grupos)) {
-        if (!nome.ends_with(".sqlite")) {
-            continue;
-        }
-        const auto copia = BancoCopiado::abrir(grupos + "/" + nome, std::chrono::milliseconds(500));
-        if (!copia || !copia->temTabelas({"Profiles"}) || !contem(copia->colunas("Profiles"), "path")) {
-            continue;
-        }
-        Consulta consulta(copia->get(), "SELECT path FROM Profiles LIMIT 1000");
-        while (consulta.proxima()) {
-            const std::string caminho = consulta.texto(0);
-            if (!caminho.empty()) {
-                pastas.push_back(caminho.front() == '/' ? caminho : raiz + "/" + caminho);
-            }
-        }
-    }
-}
-
-void listarPerfisFirefox(const std::string& raiz, JaVistos& vistos, std::vector<HistoricoDeNavegadores::Banco>& bancos)
-{
-    std::vector<std::string> pastas;
-    pastasDoIni(raiz + "/profiles.ini", raiz, pastas);
-    pastasDoIni(raiz + "/installs.ini", raiz, pastas);
-    pastasDoGrupo(raiz, pastas);
-    for (const std::string& pasta : pastas) {
-        const std::string places = pasta + "/places.sqlite";
-        if (ehArquivoRegular(places) && vistos.primeiraVez(places)) {
-            bancos.push_back({places, HistoricoDeNavegadores::Tipo::firefox, "Firefox"});
-        }
-    }
-}
-
 } // namespace
-
-std::vector<HistoricoDeNavegadores::Banco> HistoricoDeNavegadores::encontrarBancos()
-{
-    const std::string casa = PastasDoUsuario::casa();
-    const std::string config = PastasDoUsuario::configuracao();
-    std::vector<Banco> bancos;
-    JaVistos vistos;
-    const std::pair<std::string, const char*> chromium[] = {
-        {config + "/google-chrome", "Google Chrome"},
-        {config + "/chromium", "Chromium"},
-        {config + "/BraveSoftware/Brave-Browser", "Brave"},
-        {config + "/microsoft-edge", "Microsoft Edge"},
-        {config + "/vivaldi", "Vivaldi"},
-        {config + "/opera", "Opera"},
-        {casa + "/.var/app/com.google.Chrome/config/google-chrome", "Google Chrome"},
-        {casa + "/.var/app/org.chromium.Chromium/config/chromium", "Chromium"},
-        {casa + "/.var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser", "Brave"},
-        {casa + "/.var/app/com.microsoft.Edge/config/microsoft-edge", "Microsoft Edge"},
-        {casa + "/snap/chromium/common/chromium", "Chromium"},
-    };
-    for (const auto& [base, agente] : chromium) {
-        listarPerfisChromium(base, agente, vistos, bancos);
-    }
-    // Firefox kept its profiles in ~/.mozilla/firefox and now starts new ones in the XDG
-    // configuration folder; a home can hold both, in each packaging.
-    for (const std::string& raiz : {
-             casa + "/.mozilla/firefox",
-             config + "/mozilla/firefox",
-             casa + "/.var/app/org.mozilla.firefox/.mozilla/firefox",
-             casa + "/.var/app/org.mozilla.firefox/config/mozilla/firefox",
-             casa + "/snap/firefox/common/.mozilla/firefox",
-             casa + "/snap/firefox/common/.config/mozilla/firefox",
-         }) {
-        listarPerfisFirefox(raiz, vistos, bancos);
-    }
-    return bancos;
-}
 
 HistoricoDeNavegadores HistoricoDeNavegadores::ler(const std::vector<Banco>& bancos)
 {

@@ -17,12 +17,12 @@ struct RegistroDeDownload {
     // no longer says: Firefox keeps only the latest file of an address downloaded twice, and
     // the earlier download survives only as a visit.
     std::string caminho;
-    std::vector<std::string> origens;    // the address it came from, then the page that led to it; no empties
-    std::optional<Date> inicio;          // when the download started
-    std::optional<Date> baixadoEm;       // when it ended
-    std::optional<Date> ultimoUso;       // when the user opened it from the browser
+    std::vector<std::string> origens; // the address it came from, then the page that led to it; no empties
+    std::optional<Date> inicio; // when the download started
+    std::optional<Date> baixadoEm; // when it ended
+    std::optional<Date> ultimoUso; // when the user opened it from the browser
     std::optional<std::int64_t> tamanho; // the size the browser wrote, where it recorded one
-    std::string agente;                  // the browser's name
+    std::string agente; // the browser's name
 };
 
 // Browsers on Linux write no attribute on the files they download; they keep where each came

@@ -29,7 +29,7 @@ bool temBarramentoDeSessao()
     if (runtime == nullptr || *runtime != '/') {
         return false;
     }
-    struct stat info {};
+    struct stat info { };
     return ::stat((std::string(runtime) + "/bus").c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
@@ -48,11 +48,12 @@ MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta)
     }
     if (disponivel_) {
         const std::string atributos = std::string("standard::name,") + kAtributo;
-        if (GFileEnumerator* lista = g_file_enumerate_children(arquivo, atributos.c_str(),
-                                                               G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
+        if (GFileEnumerator* lista = g_file_enumerate_children(
+                arquivo, atributos.c_str(), G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
             while (GFileInfo* info = g_file_enumerator_next_file(lista, nullptr, nullptr)) {
                 const char* nome = g_file_info_get_name(info);
-                if (nome != nullptr && g_file_info_get_attribute_type(info, kAtributo) == G_FILE_ATTRIBUTE_TYPE_STRING) {
+                if (nome != nullptr
+                    && g_file_info_get_attribute_type(info, kAtributo) == G_FILE_ATTRIBUTE_TYPE_STRING) {
                     const char* valor = g_file_info_get_attribute_string(info, kAtributo);
                     if (valor != nullptr && *valor != '\0' && g_utf8_validate(valor, -1, nullptr)) {
                         enderecos_.emplace(nome, valor);
@@ -74,7 +75,9 @@ std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::strin
 
 #else
 
-MetadadosDoGnome::MetadadosDoGnome(const std::string& /*pasta*/) {}
+MetadadosDoGnome::MetadadosDoGnome(const std::string& /*pasta*/)
+{
+}
 
 std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::string& /*nome*/) const
 {

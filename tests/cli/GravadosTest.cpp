@@ -19,7 +19,8 @@ namespace {
 using Json = nlohmann::json;
 
 // Runs tarrafa-cli --json in a folder with one argument; name -> first origin address.
-std::map<std::string, std::string> origensPelaLinhaDeComando(const std::string& dondeRodar, const std::string& pasta)
+std::map<std::string, std::string> origensPelaLinhaDeComando(
+    const std::string& dondeRodar, const std::string& pasta)
 {
     const std::string comando = "cd '" + dondeRodar + "' && '" + TARRAFA_CLI + "' --json '" + pasta + "'";
     std::FILE* processo = ::popen(comando.c_str(), "r");

@@ -37,11 +37,12 @@ protected:
         std::filesystem::create_directories(std::filesystem::path(arquivo).parent_path());
         sqlite3* db = nullptr;
         ASSERT_EQ(sqlite3_open(arquivo.c_str(), &db), SQLITE_OK);
-        const char* sql = "CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path TEXT NOT NULL, "
-                          "end_time INTEGER NOT NULL, state INTEGER NOT NULL DEFAULT 1);"
-                          "CREATE TABLE downloads_url_chains (id INTEGER NOT NULL, chain_index INTEGER NOT NULL, "
-                          "url TEXT NOT NULL, PRIMARY KEY (id, chain_index));"
-                          "CREATE TABLE lastro (x BLOB); INSERT INTO lastro VALUES (zeroblob(300000000));";
+        const char* sql
+            = "CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path TEXT NOT NULL, "
+              "end_time INTEGER NOT NULL, state INTEGER NOT NULL DEFAULT 1);"
+              "CREATE TABLE downloads_url_chains (id INTEGER NOT NULL, chain_index INTEGER NOT NULL, "
+              "url TEXT NOT NULL, PRIMARY KEY (id, chain_index));"
+              "CREATE TABLE lastro (x BLOB); INSERT INTO lastro VALUES (zeroblob(300000000));";
         EXPECT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(db);
     }
@@ -60,7 +61,7 @@ protected:
     {
         const std::string pasta = casa / "Downloads";
         std::vector<char*> argv {const_cast<char*>(TARRAFA_CLI), const_cast<char*>("--json"),
-                                 const_cast<char*>(pasta.c_str()), nullptr};
+            const_cast<char*>(pasta.c_str()), nullptr};
         posix_spawn_file_actions_t acoes;
         posix_spawn_file_actions_init(&acoes);
         posix_spawn_file_actions_addopen(&acoes, 1, "/dev/null", O_WRONLY, 0);

@@ -27,8 +27,8 @@ void anotar(const std::string& caminho, const char* endereco)
 {
     GFile* arquivo = g_file_new_for_path(caminho.c_str());
     GError* erro = nullptr;
-    const gboolean ok = g_file_set_attribute_string(arquivo, "metadata::download-uri", endereco,
-                                                    G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, &erro);
+    const gboolean ok = g_file_set_attribute_string(
+        arquivo, "metadata::download-uri", endereco, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, &erro);
     EXPECT_TRUE(ok) << (erro != nullptr ? erro->message : "");
     if (erro != nullptr) {
         g_error_free(erro);
@@ -69,7 +69,7 @@ TEST_F(ComSessao, TheDownloadAddressNotedByTheDesktopIsTheFilesOrigin)
     const MetadadosDoGnome gnome(downloads);
     ASSERT_TRUE(gnome.disponivel());
     EXPECT_EQ(gnome.enderecoDeDownload("manual.pdf"),
-              std::optional<std::string>("https://docs.fornecedor.test/manual.pdf"));
+        std::optional<std::string>("https://docs.fornecedor.test/manual.pdf"));
     EXPECT_FALSE(gnome.enderecoDeDownload("sem nada.pdf").has_value());
 
     const auto snapshots = PastaScanner().varrer(downloads);

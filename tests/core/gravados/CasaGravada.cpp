@@ -117,8 +117,8 @@ CasaGravada::CasaGravada()
     for (const Verdade& v : verdades_) {
         const std::string arquivo = downloads() + "/" + v.arquivo;
         if (v.mtimeNs > 0 && std::filesystem::exists(arquivo)) {
-            const timespec quando {static_cast<time_t>(v.mtimeNs / 1'000'000'000),
-                                   static_cast<long>(v.mtimeNs % 1'000'000'000)};
+            const timespec quando {
+                static_cast<time_t>(v.mtimeNs / 1'000'000'000), static_cast<long>(v.mtimeNs % 1'000'000'000)};
             const timespec tempos[2] {quando, quando};
             ::utimensat(AT_FDCWD, arquivo.c_str(), tempos, AT_SYMLINK_NOFOLLOW);
         }
@@ -159,20 +159,21 @@ void CasaGravada::relocar(const std::string& arquivo) const
     std::vector<std::pair<std::string, std::string>> colunas;
     sqlite3_stmt* stmt = nullptr;
     sqlite3_prepare_v2(db,
-                       "SELECT m.name, p.name FROM sqlite_master m JOIN pragma_table_info(m.name) p "
-                       "WHERE m.type = 'table' AND m.name NOT LIKE 'sqlite_%' AND m.sql NOT LIKE 'CREATE VIRTUAL%'",
-                       -1, &stmt, nullptr);
+        "SELECT m.name, p.name FROM sqlite_master m JOIN pragma_table_info(m.name) p "
+        "WHERE m.type = 'table' AND m.name NOT LIKE 'sqlite_%' AND m.sql NOT LIKE 'CREATE VIRTUAL%'",
+        -1, &stmt, nullptr);
     while (sqlite3_step(stmt) == SQLITE_ROW) {
         colunas.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
-                             reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1)));
+            reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1)));
     }
     sqlite3_finalize(stmt);
     executar(db, "BEGIN");
     for (const auto& [tabela, coluna] : colunas) {
         const std::string c = aspas(coluna, '"');
-        executar(db, "UPDATE " + aspas(tabela, '"') + " SET " + c + " = replace(" + c + ", "
-                         + aspas(kCasaDaGravacao, '\'') + ", " + aspas(casa_, '\'') + ") WHERE typeof(" + c
-                         + ") = 'text' AND instr(" + c + ", " + aspas(kCasaDaGravacao, '\'') + ") > 0");
+        executar(db,
+            "UPDATE " + aspas(tabela, '"') + " SET " + c + " = replace(" + c + ", "
+                + aspas(kCasaDaGravacao, '\'') + ", " + aspas(casa_, '\'') + ") WHERE typeof(" + c
+                + ") = 'text' AND instr(" + c + ", " + aspas(kCasaDaGravacao, '\'') + ") > 0");
     }
     executar(db, "COMMIT");
     sqlite3_close(db);
@@ -212,7 +213,7 @@ std::string CasaGravada::usarFirefoxEmExecucao(const std::string& perfil)
     }
     for (const char* nome : {"places.sqlite", "places.sqlite-wal"}) {
         std::filesystem::copy_file(pastaEmExecucao() + "/" + nome, pasta + "/" + nome,
-                                   std::filesystem::copy_options::overwrite_existing);
+            std::filesystem::copy_options::overwrite_existing);
     }
     std::filesystem::remove(pasta + "/places.sqlite-shm");
     relocar(pasta + "/places.sqlite");

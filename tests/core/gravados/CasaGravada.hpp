@@ -18,8 +18,8 @@ namespace tarrafa::teste {
 
 // One line of the recording's truth file.
 struct Verdade {
-    std::string arquivo;        // name in Downloads
-    std::string navegador;      // "chromium" or "firefox"
+    std::string arquivo; // name in Downloads
+    std::string navegador; // "chromium" or "firefox"
     std::string perfil;
     std::string cenario;
     std::string url;

@@ -90,9 +90,10 @@ TEST_F(Gravados, OfTheDownloadsWhoseOriginIsOnDiskAtLeast95PercentGetItAndNoneGe
     ASSERT_FALSE(possiveis.empty());
     for (const auto& [navegador, total] : possiveis) {
         const double parte = 100.0 * certos[navegador] / total;
-        std::printf("%s: %d of %d recorded downloads with the right origin (%.0f%%), %d wrong\n", navegador.c_str(),
-                    certos[navegador], total, parte, errados[navegador]);
-        RecordProperty(navegador + "Cobertura", std::to_string(certos[navegador]) + "/" + std::to_string(total));
+        std::printf("%s: %d of %d recorded downloads with the right origin (%.0f%%), %d wrong\n",
+            navegador.c_str(), certos[navegador], total, parte, errados[navegador]);
+        RecordProperty(
+            navegador + "Cobertura", std::to_string(certos[navegador]) + "/" + std::to_string(total));
         EXPECT_GE(parte, 95.0) << navegador;
         EXPECT_EQ(errados[navegador], 0) << navegador;
     }
@@ -190,7 +191,8 @@ TEST_F(Gravados, TheFirefoxReferrerIsThePageThatLinkedTheDownload)
     ASSERT_FALSE(casos.empty());
     for (const Verdade& v : casos) {
         ASSERT_TRUE(origens.contains(v.arquivo)) << v.arquivo;
-        EXPECT_EQ(origens.at(v.arquivo), (std::vector<std::string> {v.origemEsperada, v.pagina})) << v.arquivo;
+        EXPECT_EQ(origens.at(v.arquivo), (std::vector<std::string> {v.origemEsperada, v.pagina}))
+            << v.arquivo;
     }
 }
 
@@ -207,9 +209,11 @@ TEST_F(Gravados, FirefoxStillRunningWithItsNewestRowsOnlyInTheLog)
         sqlite3* db = nullptr;
         ASSERT_EQ(sqlite3_open(soOPrincipal.c_str(), &db), SQLITE_OK);
         sqlite3_stmt* stmt = nullptr;
-        ASSERT_EQ(sqlite3_prepare_v2(db, "SELECT count(*) FROM moz_annos WHERE content LIKE ?1", -1, &stmt, nullptr),
-                  SQLITE_OK);
-        const std::string padrao = "%" + casos.front().arquivo.substr(0, casos.front().arquivo.find('.')) + "%";
+        ASSERT_EQ(sqlite3_prepare_v2(
+                      db, "SELECT count(*) FROM moz_annos WHERE content LIKE ?1", -1, &stmt, nullptr),
+            SQLITE_OK);
+        const std::string padrao
+            = "%" + casos.front().arquivo.substr(0, casos.front().arquivo.find('.')) + "%";
         sqlite3_bind_text(stmt, 1, padrao.c_str(), -1, SQLITE_TRANSIENT);
         ASSERT_EQ(sqlite3_step(stmt), SQLITE_ROW);
         EXPECT_EQ(sqlite3_column_int(stmt, 0), 0);

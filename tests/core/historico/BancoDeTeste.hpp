@@ -41,15 +41,15 @@ public:
     }
 
     // A text value bound as bytes, so that paths that are not UTF-8 go in unchanged.
-    void inserirDownload(sqlite3_int64 id, const std::string& caminho, sqlite3_int64 fim, sqlite3_int64 acesso,
-                         int aberto, const std::string& referrer, const std::vector<std::string>& cadeia)
+    void inserirDownload(sqlite3_int64 id, const std::string& caminho, sqlite3_int64 fim,
+        sqlite3_int64 acesso, int aberto, const std::string& referrer, const std::vector<std::string>& cadeia)
     {
         sqlite3_stmt* stmt = nullptr;
         ASSERT_EQ(sqlite3_prepare_v2(db_,
-                                     "INSERT INTO downloads (id, target_path, end_time, last_access_time, opened, "
-                                     "referrer) VALUES (?, ?, ?, ?, ?, ?)",
-                                     -1, &stmt, nullptr),
-                  SQLITE_OK);
+                      "INSERT INTO downloads (id, target_path, end_time, last_access_time, opened, "
+                      "referrer) VALUES (?, ?, ?, ?, ?, ?)",
+                      -1, &stmt, nullptr),
+            SQLITE_OK);
         sqlite3_bind_int64(stmt, 1, id);
         sqlite3_bind_text(stmt, 2, caminho.data(), static_cast<int>(caminho.size()), SQLITE_TRANSIENT);
         sqlite3_bind_int64(stmt, 3, fim);
@@ -78,7 +78,8 @@ inline void criarTabelasChromium(Banco& banco)
               "start_time INTEGER NOT NULL DEFAULT 0, received_bytes INTEGER NOT NULL DEFAULT 0, "
               "total_bytes INTEGER NOT NULL DEFAULT 0, state INTEGER NOT NULL DEFAULT 1, "
               "end_time INTEGER NOT NULL, opened INTEGER NOT NULL, last_access_time INTEGER NOT NULL, "
-              "referrer VARCHAR NOT NULL, site_url VARCHAR NOT NULL DEFAULT '', tab_url VARCHAR NOT NULL DEFAULT '', mime_type VARCHAR(255) NOT NULL "
+              "referrer VARCHAR NOT NULL, site_url VARCHAR NOT NULL DEFAULT '', tab_url VARCHAR NOT NULL "
+              "DEFAULT '', mime_type VARCHAR(255) NOT NULL "
               "DEFAULT '')");
     banco.sql("CREATE TABLE downloads_url_chains (id INTEGER NOT NULL, chain_index INTEGER NOT NULL, "
               "url LONGVARCHAR NOT NULL, PRIMARY KEY (id, chain_index))");
@@ -89,29 +90,30 @@ inline void criarTabelasFirefox(Banco& banco)
     banco.sql("CREATE TABLE moz_places (id INTEGER PRIMARY KEY, url LONGVARCHAR, title LONGVARCHAR, "
               "visit_count INTEGER DEFAULT 0, last_visit_date INTEGER)");
     banco.sql("CREATE TABLE moz_anno_attributes (id INTEGER PRIMARY KEY, name VARCHAR(32) UNIQUE NOT NULL)");
-    banco.sql("CREATE TABLE moz_annos (id INTEGER PRIMARY KEY, place_id INTEGER NOT NULL, "
-              "anno_attribute_id INTEGER, content LONGVARCHAR, flags INTEGER DEFAULT 0, expiration INTEGER DEFAULT "
-              "0, type INTEGER DEFAULT 0, dateAdded INTEGER DEFAULT 0, lastModified INTEGER DEFAULT 0)");
+    banco.sql(
+        "CREATE TABLE moz_annos (id INTEGER PRIMARY KEY, place_id INTEGER NOT NULL, "
+        "anno_attribute_id INTEGER, content LONGVARCHAR, flags INTEGER DEFAULT 0, expiration INTEGER DEFAULT "
+        "0, type INTEGER DEFAULT 0, dateAdded INTEGER DEFAULT 0, lastModified INTEGER DEFAULT 0)");
     banco.sql("INSERT INTO moz_anno_attributes (id, name) VALUES (1, 'downloads/destinationFileURI'), "
               "(2, 'downloads/metaData'), (3, 'other/annotation')");
 }
 
 inline void inserirFirefox(Banco& banco, int id, const std::string& url, const std::string& uriDoArquivo,
-                    const std::string& metaDados)
+    const std::string& metaDados)
 {
     banco.sql("INSERT INTO moz_places (id, url) VALUES (" + std::to_string(id) + ", '" + url + "')");
-    banco.sql("INSERT INTO moz_annos (place_id, anno_attribute_id, content) VALUES (" + std::to_string(id) + ", 1, '"
-              + uriDoArquivo + "')");
+    banco.sql("INSERT INTO moz_annos (place_id, anno_attribute_id, content) VALUES (" + std::to_string(id)
+        + ", 1, '" + uriDoArquivo + "')");
     if (!metaDados.empty()) {
         banco.sql("INSERT INTO moz_annos (place_id, anno_attribute_id, content) VALUES (" + std::to_string(id)
-                  + ", 2, '" + metaDados + "')");
+            + ", 2, '" + metaDados + "')");
     }
 }
 
 inline const FileSnapshot* achar(const std::vector<FileSnapshot>& snapshots, std::string_view nome)
 {
-    const auto it = std::find_if(snapshots.begin(), snapshots.end(),
-                                 [&](const FileSnapshot& s) { return s.nome() == nome; });
+    const auto it = std::find_if(
+        snapshots.begin(), snapshots.end(), [&](const FileSnapshot& s) { return s.nome() == nome; });
     return it == snapshots.end() ? nullptr : &*it;
 }
 
@@ -133,11 +135,11 @@ inline void inserirChromium(Banco& banco, const DownloadChromium& d)
 {
     sqlite3_stmt* stmt = nullptr;
     ASSERT_EQ(sqlite3_prepare_v2(banco.get(),
-                                 "INSERT INTO downloads (id, target_path, state, received_bytes, total_bytes, "
-                                 "start_time, end_time, last_access_time, opened, referrer, tab_url, site_url) "
-                                 "VALUES (?, ?, ?, ?, ?, ?, ?, 0, 0, ?, ?, ?)",
-                                 -1, &stmt, nullptr),
-              SQLITE_OK);
+                  "INSERT INTO downloads (id, target_path, state, received_bytes, total_bytes, "
+                  "start_time, end_time, last_access_time, opened, referrer, tab_url, site_url) "
+                  "VALUES (?, ?, ?, ?, ?, ?, ?, 0, 0, ?, ?, ?)",
+                  -1, &stmt, nullptr),
+        SQLITE_OK);
     sqlite3_bind_int64(stmt, 1, d.id);
     sqlite3_bind_text(stmt, 2, d.caminho.data(), static_cast<int>(d.caminho.size()), SQLITE_TRANSIENT);
     sqlite3_bind_int(stmt, 3, d.estado);
@@ -151,8 +153,8 @@ inline void inserirChromium(Banco& banco, const DownloadChromium& d)
     EXPECT_EQ(sqlite3_step(stmt), SQLITE_DONE);
     sqlite3_finalize(stmt);
     for (std::size_t i = 0; i < d.cadeia.size(); ++i) {
-        banco.sql("INSERT INTO downloads_url_chains (id, chain_index, url) VALUES (" + std::to_string(d.id) + ", "
-                  + std::to_string(i) + ", '" + d.cadeia[i] + "')");
+        banco.sql("INSERT INTO downloads_url_chains (id, chain_index, url) VALUES (" + std::to_string(d.id)
+            + ", " + std::to_string(i) + ", '" + d.cadeia[i] + "')");
     }
 }
 
@@ -166,8 +168,8 @@ inline void criarVisitasFirefox(Banco& banco)
 inline void inserirVisita(Banco& banco, int id, int deVisita, int lugar, double segundos, int tipo)
 {
     banco.sql("INSERT INTO moz_historyvisits (id, from_visit, place_id, visit_date, visit_type) VALUES ("
-              + std::to_string(id) + ", " + std::to_string(deVisita) + ", " + std::to_string(lugar) + ", "
-              + std::to_string(static_cast<sqlite3_int64>(segundos * 1e6)) + ", " + std::to_string(tipo) + ")");
+        + std::to_string(id) + ", " + std::to_string(deVisita) + ", " + std::to_string(lugar) + ", "
+        + std::to_string(static_cast<sqlite3_int64>(segundos * 1e6)) + ", " + std::to_string(tipo) + ")");
 }
 
 } // namespace tarrafa::teste

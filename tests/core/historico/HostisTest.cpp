@@ -38,7 +38,7 @@ protected:
         Banco bom(casa / ".config/chromium/Profile 9/History");
         teste::criarTabelasChromium(bom);
         bom.inserirDownload(1, "/home/a/Downloads/bom.pdf", teste::chromium(1'700'000'000.0), 0, 0, "",
-                            {"https://bom.test/bom.pdf"});
+            {"https://bom.test/bom.pdf"});
     }
 
     [[nodiscard]] bool semSobras() const { return std::filesystem::is_empty(temporarios.caminho()); }
@@ -69,7 +69,7 @@ struct Semente {
     HistoricoDeNavegadores::Tipo tipo;
 };
 
-class SementesHostis : public HostisTest, public ::testing::WithParamInterface<Semente> {};
+class SementesHostis : public HostisTest, public ::testing::WithParamInterface<Semente> { };
 
 TEST_P(SementesHostis, IsSkippedQuicklyAndTheOtherProfilesStillCount)
 {
@@ -96,13 +96,13 @@ TEST_P(SementesHostis, IsSkippedQuicklyAndTheOtherProfilesStillCount)
     EXPECT_TRUE(semSobras());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Historico, SementesHostis,
-    ::testing::Values(Semente {"hostil-downloads-visao-sem-fim.sqlite", HistoricoDeNavegadores::Tipo::chromium},
-                      Semente {"hostil-cadeia-cem-milhoes.sqlite", HistoricoDeNavegadores::Tipo::chromium},
-                      Semente {"hostil-annos-visao-sem-fim.sqlite", HistoricoDeNavegadores::Tipo::firefox},
-                      Semente {"hostil-visitas-sem-fim.sqlite", HistoricoDeNavegadores::Tipo::firefox},
-                      Semente {"hostil-visitas-em-ciclo.sqlite", HistoricoDeNavegadores::Tipo::firefox}),
+INSTANTIATE_TEST_SUITE_P(Historico, SementesHostis,
+    ::testing::Values(
+        Semente {"hostil-downloads-visao-sem-fim.sqlite", HistoricoDeNavegadores::Tipo::chromium},
+        Semente {"hostil-cadeia-cem-milhoes.sqlite", HistoricoDeNavegadores::Tipo::chromium},
+        Semente {"hostil-annos-visao-sem-fim.sqlite", HistoricoDeNavegadores::Tipo::firefox},
+        Semente {"hostil-visitas-sem-fim.sqlite", HistoricoDeNavegadores::Tipo::firefox},
+        Semente {"hostil-visitas-em-ciclo.sqlite", HistoricoDeNavegadores::Tipo::firefox}),
     [](const ::testing::TestParamInfo<Semente>& parametro) {
         std::string nome;
         for (const char* c = parametro.param.arquivo; *c != '\0' && *c != '.'; ++c) {
@@ -116,8 +116,9 @@ TEST_F(HostisTest, RealTablesThatWouldTakeMinutesToJoinAreGivenUpWithinTheBudget
     // Ordinary tables, but the chains without their index: finding each download's last
     // address scans every chain row, for every download.
     Banco banco(casa / ".config/chromium/Default/History");
-    banco.sql("CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path TEXT NOT NULL, end_time INTEGER NOT "
-              "NULL, state INTEGER NOT NULL DEFAULT 1)");
+    banco.sql(
+        "CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path TEXT NOT NULL, end_time INTEGER NOT "
+        "NULL, state INTEGER NOT NULL DEFAULT 1)");
     banco.sql("CREATE TABLE downloads_url_chains (id INTEGER, chain_index INTEGER, url TEXT)");
     banco.sql("WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM r WHERE n < 20000) "
               "INSERT INTO downloads (id, target_path, end_time) SELECT n, '/d/' || n, n FROM r");
@@ -126,7 +127,8 @@ TEST_F(HostisTest, RealTablesThatWouldTakeMinutesToJoinAreGivenUpWithinTheBudget
     HistoricoDeNavegadores historico;
     const double segundos = lerTudo(historico);
     EXPECT_LT(segundos, kLimiteEmSegundos);
-    EXPECT_GE(segundos, 0.5 * std::chrono::duration<double>(HistoricoDeNavegadores::kOrcamentoPorBanco).count())
+    EXPECT_GE(
+        segundos, 0.5 * std::chrono::duration<double>(HistoricoDeNavegadores::kOrcamentoPorBanco).count())
         << "the join ended early: this test no longer exercises the budget";
     EXPECT_NE(historico.procurar("/home/a/Downloads/bom.pdf"), nullptr);
     EXPECT_EQ(historico.procurar("/d/1"), nullptr) << "a database given up part-way gives nothing";
@@ -138,9 +140,10 @@ TEST_F(HostisTest, NoMoreThanTheCapOfRecordsIsTakenFromOneDatabase)
     Banco banco(casa / ".config/chromium/Default/History");
     teste::criarTabelasChromium(banco);
     const std::size_t linhas = HistoricoDeNavegadores::kMaximoDeRegistros + 5000;
-    banco.sql("WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM r WHERE n < " + std::to_string(linhas)
-              + ") INSERT INTO downloads (id, target_path, end_time, opened, last_access_time, referrer) "
-                "SELECT n, '/d/' || n, n, 0, 0, '' FROM r");
+    banco.sql("WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM r WHERE n < "
+        + std::to_string(linhas)
+        + ") INSERT INTO downloads (id, target_path, end_time, opened, last_access_time, referrer) "
+          "SELECT n, '/d/' || n, n, 0, 0, '' FROM r");
     HistoricoDeNavegadores historico;
     const double segundos = lerTudo(historico);
     EXPECT_LT(segundos, kLimiteEmSegundos);
@@ -204,7 +207,8 @@ TEST_F(HostisTest, CopiesLeftByAScanThatWasKilledAreRemovedByTheNextOne)
     EXPECT_FALSE(std::filesystem::exists(morta));
     EXPECT_FALSE(std::filesystem::exists(antigaVelha));
     EXPECT_TRUE(std::filesystem::exists(viva + "/banco")) << "a scan that is still running keeps its copies";
-    EXPECT_TRUE(std::filesystem::exists(antigaNova + "/banco")) << "a recent copy may belong to a running scan";
+    EXPECT_TRUE(std::filesystem::exists(antigaNova + "/banco"))
+        << "a recent copy may belong to a running scan";
     EXPECT_TRUE(std::filesystem::exists(alvo + "/arquivo"));
     std::filesystem::remove_all(viva);
     std::filesystem::remove_all(antigaNova);

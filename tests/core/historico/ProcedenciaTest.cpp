@@ -67,8 +67,8 @@ protected:
 };
 
 // A completed (estado 1) or other download of one address; times in seconds since 1970.
-DownloadChromium dl(sqlite3_int64 id, std::string caminho, std::string url, int estado, sqlite3_int64 recebidos,
-                    double inicio, double fim)
+DownloadChromium dl(sqlite3_int64 id, std::string caminho, std::string url, int estado,
+    sqlite3_int64 recebidos, double inicio, double fim)
 {
     DownloadChromium d;
     d.id = id;
@@ -110,18 +110,20 @@ TEST_F(ProcedenciaTest, EveryProfileOfAFirefoxProfileGroupIsRead)
 {
     const std::string raiz = casa / ".config/mozilla/firefox";
     // The profile manager leaves one profile of the group in profiles.ini...
-    teste::escrever(raiz + "/profiles.ini", "[Profile0]\nName=Novo\nIsRelative=1\nPath=Profiles/novo\n"
-                                            "StoreID=abcd1234\n\n[General]\nVersion=2\n");
+    teste::escrever(raiz + "/profiles.ini",
+        "[Profile0]\nName=Novo\nIsRelative=1\nPath=Profiles/novo\n"
+        "StoreID=abcd1234\n\n[General]\nVersion=2\n");
     // ...and lists them all in the group's database, relative to the root or absolute.
     {
         Banco grupo(raiz + "/Profile Groups/abcd1234.sqlite");
         grupo.sql("CREATE TABLE Profiles (id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, name TEXT, "
                   "avatar TEXT, themeId TEXT, themeFg TEXT, themeBg TEXT)");
         grupo.sql("INSERT INTO Profiles (path, name) VALUES ('Profiles/novo', 'Novo'), "
-                  "('Profiles/antigo.default-release', 'Antigo'), ('" + casa / "outro-lugar/perfil" + "', 'Fora')");
+                  "('Profiles/antigo.default-release', 'Antigo'), ('"
+            + casa / "outro-lugar/perfil" + "', 'Fora')");
     }
-    for (const std::string& perfil : {raiz + "/Profiles/novo", raiz + "/Profiles/antigo.default-release",
-                                     casa / "outro-lugar/perfil"}) {
+    for (const std::string& perfil :
+        {raiz + "/Profiles/novo", raiz + "/Profiles/antigo.default-release", casa / "outro-lugar/perfil"}) {
         teste::escrever(perfil + "/places.sqlite", "x");
     }
     const auto achados = bancosAchados();
@@ -160,9 +162,12 @@ TEST_F(ProcedenciaTest, OnlyCompletedChromiumDownloadsCount)
     arquivo("interrompido.pdf", "1234");
     arquivo("baixando.pdf", "12");
     auto banco = chromium();
-    teste::inserirChromium(*banco, dl(1, downloads + "/pronto.pdf", "https://a.test/pronto.pdf", 1, 5, 0, kAgora));
-    teste::inserirChromium(*banco, dl(2, downloads + "/cancelado.pdf", "https://a.test/c.pdf", 2, 3, 0, kAgora));
-    teste::inserirChromium(*banco, dl(3, downloads + "/interrompido.pdf", "https://a.test/i.pdf", 4, 4, 0, kAgora));
+    teste::inserirChromium(
+        *banco, dl(1, downloads + "/pronto.pdf", "https://a.test/pronto.pdf", 1, 5, 0, kAgora));
+    teste::inserirChromium(
+        *banco, dl(2, downloads + "/cancelado.pdf", "https://a.test/c.pdf", 2, 3, 0, kAgora));
+    teste::inserirChromium(
+        *banco, dl(3, downloads + "/interrompido.pdf", "https://a.test/i.pdf", 4, 4, 0, kAgora));
     teste::inserirChromium(*banco, dl(4, downloads + "/baixando.pdf", "https://a.test/b.pdf", 0, 2, 0, 0));
     EXPECT_EQ(origens("pronto.pdf"), std::vector<std::string> {"https://a.test/pronto.pdf"});
     EXPECT_TRUE(origens("cancelado.pdf").empty());
@@ -175,8 +180,10 @@ TEST_F(ProcedenciaTest, AFileReplacedByAnotherOfTheSameNameGetsNoOrigin)
     arquivo("contrato.pdf", "outro conteúdo, outro tamanho");
     arquivo("igual.pdf", "0123456789");
     auto banco = chromium();
-    teste::inserirChromium(*banco, dl(1, downloads + "/contrato.pdf", "https://a.test/contrato.pdf", 1, 4, 0, kAgora));
-    teste::inserirChromium(*banco, dl(2, downloads + "/igual.pdf", "https://a.test/igual.pdf", 1, 10, 0, kAgora));
+    teste::inserirChromium(
+        *banco, dl(1, downloads + "/contrato.pdf", "https://a.test/contrato.pdf", 1, 4, 0, kAgora));
+    teste::inserirChromium(
+        *banco, dl(2, downloads + "/igual.pdf", "https://a.test/igual.pdf", 1, 10, 0, kAgora));
     EXPECT_TRUE(origens("contrato.pdf").empty());
     EXPECT_EQ(origens("igual.pdf"), std::vector<std::string> {"https://a.test/igual.pdf"});
 }
@@ -192,13 +199,13 @@ TEST_F(ProcedenciaTest, FirefoxRecordsCountOnlyWhenFinishedAndOfTheFilesSize)
     Banco banco(raiz + "/p/places.sqlite");
     teste::criarTabelasFirefox(banco);
     teste::inserirFirefox(banco, 1, "https://f.test/ok.pdf", "file://" + downloads + "/ok.pdf",
-                          R"({"state":1,"endTime":1760000000000,"fileSize":3})");
+        R"({"state":1,"endTime":1760000000000,"fileSize":3})");
     teste::inserirFirefox(banco, 2, "https://f.test/falhou.pdf", "file://" + downloads + "/falhou.pdf",
-                          R"({"state":3,"endTime":1760000000000,"fileSize":5})");
+        R"({"state":3,"endTime":1760000000000,"fileSize":5})");
     teste::inserirFirefox(banco, 3, "https://f.test/trocado.pdf", "file://" + downloads + "/trocado.pdf",
-                          R"({"state":1,"endTime":1760000000000,"fileSize":4})");
+        R"({"state":1,"endTime":1760000000000,"fileSize":4})");
     teste::inserirFirefox(banco, 4, "https://f.test/antigo.pdf", "file://" + downloads + "/antigo.pdf",
-                          R"({"endTime":1760000000000})");
+        R"({"endTime":1760000000000})");
     EXPECT_EQ(origens("ok.pdf"), std::vector<std::string> {"https://f.test/ok.pdf"});
     EXPECT_TRUE(origens("falhou.pdf").empty());
     EXPECT_TRUE(origens("trocado.pdf").empty());
@@ -211,18 +218,22 @@ TEST_F(ProcedenciaTest, AWebApplicationsExportComesFromItsPageAndADataAddressIsN
     arquivo("desenho.svg", "<svg/>");
     arquivo("anonimo.bin", "zz");
     auto banco = chromium();
-    DownloadChromium blob = dl(1, downloads + "/export.csv", "blob:https://app.planilhas.test/5e1f-77", 1, 3, 0, kAgora);
+    DownloadChromium blob
+        = dl(1, downloads + "/export.csv", "blob:https://app.planilhas.test/5e1f-77", 1, 3, 0, kAgora);
     blob.aba = "https://app.planilhas.test/editor.html";
     teste::inserirChromium(*banco, blob);
-    DownloadChromium dados = dl(2, downloads + "/desenho.svg", "data:image/svg+xml,%3Csvg/%3E", 1, 6, 0, kAgora);
+    DownloadChromium dados
+        = dl(2, downloads + "/desenho.svg", "data:image/svg+xml,%3Csvg/%3E", 1, 6, 0, kAgora);
     dados.site = "https://app.desenho.test/";
     dados.referrer = "https://outro.test/";
     teste::inserirChromium(*banco, dados);
-    DownloadChromium semPagina = dl(3, downloads + "/anonimo.bin", "data:application/octet-stream,zz", 1, 2, 0, kAgora);
+    DownloadChromium semPagina
+        = dl(3, downloads + "/anonimo.bin", "data:application/octet-stream,zz", 1, 2, 0, kAgora);
     semPagina.aba = "about:blank"; // what Chromium writes for a tab that showed no page
     teste::inserirChromium(*banco, semPagina);
-    EXPECT_EQ(origens("export.csv"), (std::vector<std::string> {"https://app.planilhas.test/5e1f-77",
-                                                                "https://app.planilhas.test/editor.html"}));
+    EXPECT_EQ(origens("export.csv"),
+        (std::vector<std::string> {
+            "https://app.planilhas.test/5e1f-77", "https://app.planilhas.test/editor.html"}));
     EXPECT_EQ(origens("desenho.svg"), std::vector<std::string> {"https://app.desenho.test/"});
     EXPECT_TRUE(origens("anonimo.bin").empty());
 }
@@ -239,26 +250,27 @@ TEST_F(ProcedenciaTest, FirefoxNamesThePageThatLedToTheDownloadThroughItsVisits)
     banco.sql("INSERT INTO moz_places (id, url) VALUES (10, 'https://portal.test/downloads.html'), "
               "(11, 'https://dl.test/r/9')");
     teste::inserirFirefox(banco, 1, "https://cdn.test/tabela.xlsx", "file://" + downloads + "/tabela.xlsx",
-                          R"({"state":1,"endTime":1760000000000,"fileSize":4})");
+        R"({"state":1,"endTime":1760000000000,"fileSize":4})");
     teste::inserirFirefox(banco, 2, "https://cdn.test/r.zip", "file://" + downloads + "/redirecionado.zip",
-                          R"({"state":1,"endTime":1760000001000,"fileSize":5})");
-    teste::inserirVisita(banco, 100, 0, 10, kAgora - 60, 1);  // the page, reached by a link
-    teste::inserirVisita(banco, 101, 100, 1, kAgora - 1, 7);  // the download, from the page
+        R"({"state":1,"endTime":1760000001000,"fileSize":5})");
+    teste::inserirVisita(banco, 100, 0, 10, kAgora - 60, 1); // the page, reached by a link
+    teste::inserirVisita(banco, 101, 100, 1, kAgora - 1, 7); // the download, from the page
     teste::inserirVisita(banco, 102, 100, 11, kAgora - 2, 1); // a link to an address that redirects
     teste::inserirVisita(banco, 103, 102, 2, kAgora - 1.5, 6); // the temporary redirect it answered with
-    teste::inserirVisita(banco, 104, 103, 2, kAgora - 1, 7);  // the download, after the redirect
+    teste::inserirVisita(banco, 104, 103, 2, kAgora - 1, 7); // the download, after the redirect
     EXPECT_EQ(origens("tabela.xlsx"),
-              (std::vector<std::string> {"https://cdn.test/tabela.xlsx", "https://portal.test/downloads.html"}));
+        (std::vector<std::string> {"https://cdn.test/tabela.xlsx", "https://portal.test/downloads.html"}));
     // Back over the redirect, to the address the link named.
     EXPECT_EQ(origens("redirecionado.zip"),
-              (std::vector<std::string> {"https://cdn.test/r.zip", "https://dl.test/r/9"}));
+        (std::vector<std::string> {"https://cdn.test/r.zip", "https://dl.test/r/9"}));
 }
 
 TEST_F(ProcedenciaTest, TheFolderMayBeNamedRelativelyWithDoubledSlashesOrThroughALink)
 {
     arquivo("nota.pdf", "nota");
     auto banco = chromium();
-    teste::inserirChromium(*banco, dl(1, downloads + "/nota.pdf", "https://a.test/nota.pdf", 1, 4, 0, kAgora));
+    teste::inserirChromium(
+        *banco, dl(1, downloads + "/nota.pdf", "https://a.test/nota.pdf", 1, 4, 0, kAgora));
     const std::vector<std::string> esperado {"https://a.test/nota.pdf"};
 
     EXPECT_EQ(origens("nota.pdf", casa.caminho() + "//Downloads/"), esperado);
@@ -300,9 +312,10 @@ TEST_F(ProcedenciaTest, ARenamedFileIsMatchedBySizeAndTimeOnlyWhenOneRecordFits)
     arquivo("Fatura outubro.pdf", "fatura!", kAgora + 3);
     arquivo("longe no tempo.pdf", "longe!!!", kAgora + 60);
     auto banco = chromium();
-    teste::inserirChromium(*banco, dl(1, downloads + "/a8f3c2e1d9.pdf", "https://banco.test/f.pdf", 1, 7, kAgora - 1,
-                                   kAgora));
-    teste::inserirChromium(*banco, dl(2, downloads + "/x.pdf", "https://banco.test/x.pdf", 1, 8, kAgora - 1, kAgora));
+    teste::inserirChromium(
+        *banco, dl(1, downloads + "/a8f3c2e1d9.pdf", "https://banco.test/f.pdf", 1, 7, kAgora - 1, kAgora));
+    teste::inserirChromium(
+        *banco, dl(2, downloads + "/x.pdf", "https://banco.test/x.pdf", 1, 8, kAgora - 1, kAgora));
     EXPECT_EQ(origens("Fatura outubro.pdf"), std::vector<std::string> {"https://banco.test/f.pdf"});
     EXPECT_TRUE(origens("longe no tempo.pdf").empty()) << "a minute apart is not the same download";
 }
@@ -312,7 +325,8 @@ TEST_F(ProcedenciaTest, TwoRecordsThatFitOneRenamedFileGiveNoOrigin)
     arquivo("renomeado.pdf", "123456", kAgora);
     auto banco = chromium();
     teste::inserirChromium(*banco, dl(1, downloads + "/um.pdf", "https://a.test/um", 1, 6, 0, kAgora - 2));
-    teste::inserirChromium(*banco, dl(2, downloads + "/dois.pdf", "https://b.test/dois", 1, 6, 0, kAgora + 2));
+    teste::inserirChromium(
+        *banco, dl(2, downloads + "/dois.pdf", "https://b.test/dois", 1, 6, 0, kAgora + 2));
     EXPECT_TRUE(origens("renomeado.pdf").empty());
 }
 
@@ -362,7 +376,7 @@ TEST_F(ProcedenciaTest, FirefoxsFirstCopyOfAnAddressDownloadedTwiceIsFoundByItsV
     teste::criarVisitasFirefox(banco);
     // Firefox overwrote the annotations with the second download; both visits remain.
     teste::inserirFirefox(banco, 1, "https://banco.test/boleto.pdf", "file://" + downloads + "/boleto(1).pdf",
-                          R"({"state":1,"endTime":1760000040000,"fileSize":6})");
+        R"({"state":1,"endTime":1760000040000,"fileSize":6})");
     teste::inserirVisita(banco, 1, 0, 1, kAgora - 0.5, 7);
     teste::inserirVisita(banco, 2, 0, 1, kAgora + 39.5, 7);
     EXPECT_EQ(origens("boleto.pdf"), std::vector<std::string> {"https://banco.test/boleto.pdf"});
@@ -374,7 +388,8 @@ TEST_F(ProcedenciaTest, ADownloadRemovedFromTheHistoryIsNeverGuessed)
     arquivo("removido.pdf", "123", kAgora);
     auto banco = chromium();
     // Another download of the same size, far from it in time: not this file.
-    teste::inserirChromium(*banco, dl(1, downloads + "/outro.pdf", "https://a.test/outro", 1, 3, 0, kAgora - 3600));
+    teste::inserirChromium(
+        *banco, dl(1, downloads + "/outro.pdf", "https://a.test/outro", 1, 3, 0, kAgora - 3600));
     EXPECT_TRUE(origens("removido.pdf").empty());
 }
 
