@@ -16,6 +16,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <random>
 #include <string_view>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
@@ -29,28 +30,62 @@ namespace {
 
 constexpr std::string_view kPrefixo = "tarrafa-historico-";
 
-// The files a copy folder can hold: the database and what SQLite keeps beside it.
-constexpr std::array<const char*, 4> kArquivosDaCopia {"banco", "banco-wal", "banco-journal", "banco-shm"};
+// The names SQLite gives the files beside a database; a copy named N may have all of them.
+constexpr std::array<const char*, 4> kSufixos {"", "-wal", "-journal", "-shm"};
+// The files of a browser's database that hold committed (log) or half-written (journal)
+// pages, copied with it.
+constexpr std::array<const char*, 2> kCompanheiros {"-wal", "-journal"};
 
-// The copy folders this process is filling right now, where a signal handler can find them
-// without allocating: a fixed table of slots, each free (0), being written (1) or in use (2).
+// A copy has a name only for the moment SQLite opens it; those names are kept here, where a
+// signal handler can find them without allocating: a fixed table of slots, each free (0),
+// being written (1) or in use (2).
 constexpr std::size_t kVagas = 64;
 struct Vaga {
     std::atomic<int> estado {0};
-    std::array<char, PATH_MAX> pasta {};
+    std::array<char, PATH_MAX> nome {};
 };
 std::array<Vaga, kVagas> g_vagas;
 
-// Takes a slot for a folder; none when all are taken (the copy is then made without a net).
-Vaga* registrar(const std::string& pasta)
+// The handshake with a signal handler: a thread that is about to give copies names counts
+// itself in g_nomeando and then checks g_encerrando; the handler sets g_encerrando and then
+// waits for g_nomeando to drop. Either the thread sees the handler and gives no name, or the
+// handler sees the thread and waits until its names are gone again.
+std::atomic<int> g_encerrando {0};
+std::atomic<int> g_nomeando {0};
+thread_local bool t_nomeando = false;
+
+class JanelaDeNomes {
+public:
+    JanelaDeNomes() noexcept
+    {
+        g_nomeando.fetch_add(1);
+        t_nomeando = true;
+        aberta_ = g_encerrando.load() == 0;
+    }
+    JanelaDeNomes(const JanelaDeNomes&) = delete;
+    JanelaDeNomes& operator=(const JanelaDeNomes&) = delete;
+    ~JanelaDeNomes()
+    {
+        t_nomeando = false;
+        g_nomeando.fetch_sub(1);
+    }
+    [[nodiscard]] bool aberta() const noexcept { return aberta_; }
+
+private:
+    bool aberta_ = false;
+};
+
+// Takes a slot for a name; none when all are taken (the name then has no net for the moment
+// it exists).
+Vaga* registrar(const std::string& nome)
 {
-    if (pasta.size() >= PATH_MAX) {
+    if (nome.size() + 16 >= PATH_MAX) {
         return nullptr;
     }
     for (Vaga& vaga : g_vagas) {
         int livre = 0;
         if (vaga.estado.compare_exchange_strong(livre, 1)) {
-            std::memcpy(vaga.pasta.data(), pasta.c_str(), pasta.size() + 1);
+            std::memcpy(vaga.nome.data(), nome.c_str(), nome.size() + 1);
             vaga.estado.store(2, std::memory_order_release);
             return &vaga;
         }
@@ -58,23 +93,20 @@ Vaga* registrar(const std::string& pasta)
     return nullptr;
 }
 
-// Unlinks the known files of a copy folder and the folder. Only system calls and fixed
-// buffers: it runs inside signal handlers too.
-void apagarPastaDeCopia(const char* pasta) noexcept
+// Unlinks a copy's name and the names SQLite may have made beside it. Only system calls and
+// fixed buffers: it runs inside signal handlers too.
+void apagarNomes(const char* nome) noexcept
 {
-    std::array<char, PATH_MAX + 32> caminho {};
-    const std::size_t n = std::strlen(pasta);
-    if (n + 20 >= caminho.size()) {
+    std::array<char, PATH_MAX + 16> caminho {};
+    const std::size_t n = std::strlen(nome);
+    if (n + 16 >= caminho.size()) {
         return;
     }
-    std::memcpy(caminho.data(), pasta, n);
-    caminho[n] = '/';
-    for (const char* nome : kArquivosDaCopia) {
-        const std::size_t m = std::strlen(nome);
-        std::memcpy(caminho.data() + n + 1, nome, m + 1);
+    std::memcpy(caminho.data(), nome, n);
+    for (const char* sufixo : kSufixos) {
+        std::memcpy(caminho.data() + n, sufixo, std::strlen(sufixo) + 1);
         (void)::unlink(caminho.data());
     }
-    (void)::rmdir(pasta);
 }
 
 bool ehPastaAbsoluta(const char* caminho)
@@ -92,7 +124,7 @@ std::string pastaTemporaria()
 // A source file opened for copying, with what it looked like when opened.
 struct Fonte {
     std::string caminho;
-    int fd = -1;
+    Descritor fd;
     struct stat info { };
 };
 
@@ -102,13 +134,13 @@ bool mudou(const struct stat& antes, const struct stat& depois)
         || antes.st_mtim.tv_nsec != depois.st_mtim.tv_nsec || antes.st_ino != depois.st_ino;
 }
 
-// Copies the whole of an open regular file into a new file; in the kernel, without a buffer
-// of ours.
-bool copiarConteudo(int origem, const std::string& para)
+// Copies the whole of an open regular file into a new file without a name (it vanishes with
+// its descriptor, whatever ends the process); in the kernel, without a buffer of ours.
+Descritor copiarSemNome(int origem, const std::string& pasta)
 {
-    const Descritor destino(::open(para.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    Descritor destino(::open(pasta.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (!destino.valido()) {
-        return false;
+        return destino;
     }
     off_t posicao = 0;
     for (;;) {
@@ -117,34 +149,49 @@ bool copiarConteudo(int origem, const std::string& para)
             continue;
         }
         if (n < 0) {
-            return false;
+            return Descritor();
         }
         if (n == 0) {
-            return true;
+            return destino;
         }
     }
 }
 
-// The database's own folder-mates that hold committed (log) or half-written (journal) pages.
-const std::array<const char*, 2> kCompanheiros {"-wal", "-journal"};
+// Gives an unnamed file a name (through /proc, which needs no privilege, unlike AT_EMPTY_PATH).
+bool nomear(int fd, const std::string& nome)
+{
+    const std::string proprio = "/proc/self/fd/" + std::to_string(fd);
+    return ::linkat(AT_FDCWD, proprio.c_str(), AT_FDCWD, nome.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+std::string nomeAoAcaso(const std::string& pasta)
+{
+    static constexpr char kLetras[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    thread_local std::mt19937 gerador {std::random_device {}()};
+    std::uniform_int_distribution<std::size_t> letra(0, sizeof kLetras - 2);
+    std::string nome = pasta + "/" + std::string(kPrefixo) + std::to_string(::getpid()) + "-";
+    for (int i = 0; i < 10; ++i) {
+        nome += kLetras[letra(gerador)];
+    }
+    return nome;
+}
 
 } // namespace
 
 struct BancoCopiado::Estado {
-    std::string pasta;
+    std::string nome;
     Vaga* vaga = nullptr;
     std::chrono::steady_clock::time_point prazo;
     bool esgotado = false;
 
-    ~Estado() { descartarCopias(); }
+    ~Estado() { descartarNomes(); }
 
-    // Once SQLite holds the copies open, their names are no longer needed: removing them now
-    // means an interruption from here on leaves nothing behind.
-    void descartarCopias() noexcept
+    // Once SQLite holds the copies open, their names are no longer needed.
+    void descartarNomes() noexcept
     {
-        if (!pasta.empty()) {
-            apagarPastaDeCopia(pasta.c_str());
-            pasta.clear();
+        if (!nome.empty()) {
+            apagarNomes(nome.c_str());
+            nome.clear();
         }
         if (vaga != nullptr) {
             vaga->estado.store(0, std::memory_order_release);
@@ -170,6 +217,36 @@ bool executar(sqlite3* db, const char* sql)
     return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
+// Opens the copy that now has a name, locked down, and reads it once: from then on SQLite
+// holds every file it needs (the log and its index too) by descriptor.
+sqlite3* abrirCopia(const std::string& nome, BancoCopiado::Estado& estado)
+{
+    sqlite3* db = nullptr;
+    // Read-write so that SQLite can roll back a half-written journal into the copy; nothing
+    // writes afterwards (query_only, and no checkpoint when it closes).
+    if (sqlite3_open_v2(
+            nome.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr)
+        != SQLITE_OK) {
+        sqlite3_close(db);
+        return nullptr;
+    }
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_busy_timeout(db, 0);
+    // No value we read is anywhere near this; a planted multi-megabyte string fails the query.
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, 8 << 20);
+    sqlite3_progress_handler(db, 1000, verificarPrazo, &estado);
+    if (!executar(db, "SELECT count(*) FROM sqlite_master") || !executar(db, "PRAGMA query_only = 1")
+        || !executar(db, "PRAGMA cell_size_check = 1")) {
+        sqlite3_close(db);
+        return nullptr;
+    }
+    return db;
+}
+
 } // namespace
 
 BancoCopiado::BancoCopiado(std::unique_ptr<Estado> estado)
@@ -191,113 +268,99 @@ std::string BancoCopiado::pastaDasCopias()
 std::unique_ptr<BancoCopiado> BancoCopiado::abrir(
     const std::string& arquivo, std::chrono::milliseconds orcamento)
 {
-    const auto prazo = std::chrono::steady_clock::now() + orcamento;
-    Fonte principal {arquivo};
-    const Descritor fdPrincipal = abrirParaLer(AT_FDCWD, arquivo.c_str());
-    if (!fdPrincipal.valido() || ::fstat(fdPrincipal.get(), &principal.info) != 0
-        || !S_ISREG(principal.info.st_mode) || principal.info.st_size <= 0) {
-        return nullptr;
-    }
-    principal.fd = fdPrincipal.get();
+    auto estado = std::make_unique<Estado>();
+    estado->prazo = std::chrono::steady_clock::now() + orcamento;
 
-    // The log and the journal are optional; they are opened now so that what is copied
-    // belongs together.
-    std::array<Fonte, kCompanheiros.size()> companheiros;
-    std::array<Descritor, kCompanheiros.size()> fdsCompanheiros;
-    std::int64_t total = principal.info.st_size;
+    // The database, its log and its journal are opened now, so that what is copied belongs
+    // together; the log and the journal are optional.
+    std::array<Fonte, 1 + kCompanheiros.size()> fontes;
+    fontes[0].caminho = arquivo;
     for (std::size_t i = 0; i < kCompanheiros.size(); ++i) {
-        companheiros[i].caminho = arquivo + kCompanheiros[i];
-        fdsCompanheiros[i] = abrirParaLer(AT_FDCWD, companheiros[i].caminho.c_str());
-        if (fdsCompanheiros[i].valido() && ::fstat(fdsCompanheiros[i].get(), &companheiros[i].info) == 0
-            && S_ISREG(companheiros[i].info.st_mode)) {
-            companheiros[i].fd = fdsCompanheiros[i].get();
-            total += companheiros[i].info.st_size;
-        }
+        fontes[i + 1].caminho = arquivo + kCompanheiros[i];
     }
-    if (total > kTamanhoMaximo) {
+    std::int64_t total = 0;
+    for (std::size_t i = 0; i < fontes.size(); ++i) {
+        Fonte& fonte = fontes[i];
+        fonte.fd = abrirParaLer(AT_FDCWD, fonte.caminho.c_str());
+        if (!fonte.fd.valido() || ::fstat(fonte.fd.get(), &fonte.info) != 0 || !S_ISREG(fonte.info.st_mode)) {
+            if (i == 0) {
+                return nullptr;
+            }
+            fonte.fd.fechar();
+            continue;
+        }
+        total += fonte.info.st_size;
+    }
+    if (fontes[0].info.st_size <= 0 || total > kTamanhoMaximo) {
         return nullptr;
     }
-
-    const std::string base = pastaDasCopias();
+    const std::string pasta = pastaDasCopias();
     struct statvfs livre { };
-    if (::statvfs(base.c_str(), &livre) != 0
+    if (::statvfs(pasta.c_str(), &livre) != 0
         || static_cast<long double>(livre.f_bavail) * static_cast<long double>(livre.f_frsize)
             < static_cast<long double>(total) + (1 << 20)) {
         return nullptr;
     }
 
-    auto estado = std::make_unique<Estado>();
-    estado->prazo = prazo;
-    std::string modelo = base + "/" + std::string(kPrefixo) + std::to_string(::getpid()) + "-XXXXXX";
-    if (::mkdtemp(modelo.data()) == nullptr) {
-        return nullptr;
-    }
-    estado->pasta = modelo;
-    estado->vaga = registrar(modelo);
-    const std::string copia = modelo + "/banco";
-
     // A browser that writes while we copy could pair a database with a log of another moment;
-    // the sources are checked again afterwards and the copy made again when one moved.
+    // the sources are checked again afterwards and copied again when one moved.
+    std::array<Descritor, fontes.size()> copias;
     bool consistente = false;
     for (int tentativa = 0; tentativa < 3 && !consistente; ++tentativa) {
-        for (const char* nome : kArquivosDaCopia) {
-            (void)::unlink((modelo + "/" + nome).c_str());
+        consistente = true;
+        for (std::size_t i = 0; i < fontes.size(); ++i) {
+            if (!fontes[i].fd.valido()) {
+                continue;
+            }
+            copias[i] = copiarSemNome(fontes[i].fd.get(), pasta);
+            if (!copias[i].valido()) {
+                return nullptr; // no room, or a file system without unnamed files
+            }
+            struct stat agora { };
+            if (::stat(fontes[i].caminho.c_str(), &agora) != 0 || mudou(fontes[i].info, agora)) {
+                consistente = false;
+                (void)::fstat(fontes[i].fd.get(), &fontes[i].info);
+            }
         }
-        if (!copiarConteudo(principal.fd, copia)) {
-            return nullptr;
-        }
-        for (std::size_t i = 0; i < companheiros.size(); ++i) {
-            if (companheiros[i].fd >= 0 && !copiarConteudo(companheiros[i].fd, copia + kCompanheiros[i])) {
+    }
+
+    // The copies get names, SQLite opens them, the names go. A signal handler that arrives
+    // meanwhile removes them (see JanelaDeNomes).
+    const JanelaDeNomes janela;
+    if (!janela.aberta()) {
+        return nullptr; // the process is being stopped
+    }
+    for (int tentativa = 0; tentativa < 5 && estado->nome.empty(); ++tentativa) {
+        std::string nome = nomeAoAcaso(pasta);
+        estado->vaga = registrar(nome);
+        estado->nome = nome;
+        if (!nomear(copias[0].get(), nome)) {
+            const bool existia = errno == EEXIST;
+            estado->nome.clear(); // not ours: never remove another's file of that name
+            if (estado->vaga != nullptr) {
+                estado->vaga->estado.store(0, std::memory_order_release);
+                estado->vaga = nullptr;
+            }
+            if (!existia) {
                 return nullptr;
             }
         }
-        consistente = true;
-        struct stat agora { };
-        if (::stat(arquivo.c_str(), &agora) != 0 || mudou(principal.info, agora)) {
-            consistente = false;
-        }
-        for (const Fonte& c : companheiros) {
-            if (c.fd >= 0 && (::stat(c.caminho.c_str(), &agora) != 0 || mudou(c.info, agora))) {
-                consistente = false;
-            }
-        }
-        if (!consistente) {
-            (void)::fstat(principal.fd, &principal.info);
-            for (Fonte& c : companheiros) {
-                if (c.fd >= 0) {
-                    (void)::fstat(c.fd, &c.info);
-                }
-            }
-        }
     }
-
-    sqlite3* db = nullptr;
-    // Read-write so that SQLite can roll back a half-written journal into the copy; nothing
-    // writes afterwards (query_only, and no checkpoint when it closes).
-    if (sqlite3_open_v2(
-            copia.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr)
-        != SQLITE_OK) {
-        sqlite3_close(db);
+    if (estado->nome.empty()) {
         return nullptr;
     }
+    for (std::size_t i = 1; i < fontes.size(); ++i) {
+        if (copias[i].valido() && !nomear(copias[i].get(), estado->nome + kCompanheiros[i - 1])) {
+            return nullptr;
+        }
+    }
+    sqlite3* db = abrirCopia(estado->nome, *estado);
+    if (db == nullptr) {
+        return nullptr;
+    }
+    estado->descartarNomes();
     std::unique_ptr<BancoCopiado> banco(new BancoCopiado(std::move(estado)));
     banco->db_ = db;
-    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-    sqlite3_busy_timeout(db, 0);
-    // No value we read is anywhere near this; a planted multi-megabyte string fails the query.
-    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, 8 << 20);
-    sqlite3_progress_handler(db, 1000, verificarPrazo, banco->estado_.get());
-    // The first read opens the log and its index (or rolls back the journal); from then on
-    // SQLite holds every file it needs open and the names can go.
-    if (!executar(db, "SELECT count(*) FROM sqlite_master") || !executar(db, "PRAGMA query_only = 1")
-        || !executar(db, "PRAGMA cell_size_check = 1")) {
-        return nullptr;
-    }
-    banco->estado_->descartarCopias();
     return banco;
 }
 
@@ -370,12 +433,13 @@ void BancoCopiado::removerCopiasAbandonadas()
             }
             const std::string caminho = base + "/" + std::string(nome);
             struct stat info { };
-            if (::lstat(caminho.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || info.st_uid != dono) {
+            if (::lstat(caminho.c_str(), &info) != 0 || !(S_ISREG(info.st_mode) || S_ISDIR(info.st_mode))
+                || info.st_uid != dono) {
                 continue;
             }
-            // "tarrafa-historico-<pid>-XXXXXX": the scan that made it is gone when its
-            // process is. Older builds named it without the process; those are taken once
-            // they are old enough that no scan can still be reading them.
+            // "tarrafa-historico-<pid>-<letters>[-wal|-journal|-shm]": the scan that named it
+            // is gone when its process is. Older builds made a folder named without the
+            // process; those are taken once old enough that no scan can still be reading them.
             const std::string_view resto = nome.substr(kPrefixo.size());
             const std::size_t traco = resto.find('-');
             bool abandonada = false;
@@ -401,9 +465,17 @@ void BancoCopiado::removerCopiasAbandonadas()
 
 void BancoCopiado::removerCopiasAgora() noexcept
 {
+    g_encerrando.store(1);
+    // Threads giving copies names right now finish (they take a few milliseconds: SQLite opens
+    // the copy and reads it once); the one this runs on, if it is one, is not waited for.
+    const int euMesmo = t_nomeando ? 1 : 0;
+    for (int espera = 0; espera < 3000 && g_nomeando.load() > euMesmo; ++espera) {
+        const timespec ummilissegundo {0, 1'000'000};
+        (void)::nanosleep(&ummilissegundo, nullptr);
+    }
     for (Vaga& vaga : g_vagas) {
         if (vaga.estado.load(std::memory_order_acquire) == 2) {
-            apagarPastaDeCopia(vaga.pasta.data());
+            apagarNomes(vaga.nome.data());
         }
     }
 }

@@ -16,11 +16,11 @@ namespace tarrafa {
 //
 // The live file is never opened by SQLite: a running browser holds locks on it (Chromium in
 // exclusive mode) and keeps its newest rows in a write-ahead log, so the database, its log
-// and any rollback journal are copied into a folder of our own, opened there, and the copies
-// are unlinked as soon as SQLite holds them open. A scan that is interrupted therefore leaves
-// nothing on disk except during the copy itself; those few moments are covered by
-// removerCopiasAgora() (for signal handlers) and by removerCopiasAbandonadas() (for a scan
-// killed outright, run by the next one).
+// and any rollback journal are copied into files that have no name (they vanish with the
+// process, however it ends), given names only while SQLite opens them, and unnamed again as
+// soon as SQLite holds them open. A signal that stops the process in that moment removes the
+// names (removerCopiasAgora); names left by a process killed outright in it are removed by
+// the next scan (removerCopiasAbandonadas).
 //
 // The contents are untrusted: anyone who can write to the home folder can plant a database
 // with views, triggers or a billion rows. The copy is opened with SQLite's defensive mode on
@@ -55,8 +55,9 @@ public:
     [[nodiscard]] static std::string pastaDasCopias();
     // Removes the copies left by scans whose process no longer exists (killed outright).
     static void removerCopiasAbandonadas();
-    // Removes every copy this process is making at this moment. Async-signal-safe: made to be
-    // called from a handler of SIGINT or SIGTERM.
+    // Removes the names of every copy this process has at this moment, and makes no more
+    // copies from then on. Async-signal-safe: made for a handler of SIGINT or SIGTERM, on the
+    // way out.
     static void removerCopiasAgora() noexcept;
     // Installs handlers of SIGINT, SIGTERM, SIGHUP and SIGQUIT that remove this process's copies
     // and then die of the signal as before. Signals whose handling the program already changed

@@ -195,6 +195,10 @@ TEST_F(HostisTest, CopiesLeftByAScanThatWasKilledAreRemovedByTheNextOne)
         teste::escrever(pasta + "/banco-wal", "w");
     }
     envelhecer(antigaVelha, 3600);
+    // A copy caught with its name, database and log, by a process killed in that instant.
+    const std::string nomeada = base + "/tarrafa-historico-" + std::to_string(processoMorto()) + "-k3Jd8sLq0P";
+    teste::escrever(nomeada, std::string(4096, 'x'));
+    teste::escrever(nomeada + "-wal", "w");
     // A link named like a copy is not followed, whatever it points at.
     const std::string alvo = casa / "importante";
     teste::escrever(alvo + "/arquivo", "não apague");
@@ -205,6 +209,8 @@ TEST_F(HostisTest, CopiesLeftByAScanThatWasKilledAreRemovedByTheNextOne)
     lerTudo(historico);
 
     EXPECT_FALSE(std::filesystem::exists(morta));
+    EXPECT_FALSE(std::filesystem::exists(nomeada));
+    EXPECT_FALSE(std::filesystem::exists(nomeada + "-wal"));
     EXPECT_FALSE(std::filesystem::exists(antigaVelha));
     EXPECT_TRUE(std::filesystem::exists(viva + "/banco")) << "a scan that is still running keeps its copies";
     EXPECT_TRUE(std::filesystem::exists(antigaNova + "/banco"))
