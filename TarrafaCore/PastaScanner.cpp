@@ -184,25 +184,29 @@ std::string juntar(const std::string& pasta, const std::string& nome)
     return pasta == "/" ? "/" + nome : pasta + "/" + nome;
 }
 
-// Allocated size of everything visible below the open folder; pasta is its path, used only
-// where the tree is too deep to keep every level open.
-std::int64_t somarPasta(Descritor raiz, const std::string& pasta)
+// Allocated size of everything visible below the open folder.
+std::int64_t somarPasta(Descritor raiz)
 {
-    // Depth-first with an explicit stack, so a deep tree cannot exhaust the call stack.
-    // Each level keeps its descriptor open while its sub-folders are opened relative to it;
-    // beyond kNiveisAbertos levels folders are reopened by path, keeping descriptors bounded.
-    constexpr std::size_t kNiveisAbertos = 128;
+    // Depth-first with an explicit stack, so a deep tree cannot exhaust the call stack, and
+    // always relative to a held descriptor, never by path: no level is too deep for PATH_MAX
+    // and no link is ever followed, wherever it appears. Only the deepest kNiveisAbertos levels
+    // keep their descriptors; a level above them is reopened from its child through "..", and
+    // recognised by device and inode: should the tree have been moved meanwhile, the walk
+    // stops there rather than sum another tree.
+    constexpr std::size_t kNiveisAbertos = 64;
     struct Nivel {
-        std::string caminho;
         Descritor fd;
+        dev_t dispositivo = 0;
+        ino_t inode = 0;
         std::vector<std::string> subpastas;
         std::size_t proxima = 0;
     };
 
     std::int64_t total = 0;
     std::vector<Nivel> pilha;
+    std::size_t primeiroAberto = 0; // the open levels are pilha[primeiroAberto..]
 
-    auto entrar = [&](Descritor fd, std::string caminho) {
+    auto entrar = [&](Descritor fd) {
         std::vector<Entrada> entradas;
         Descritor paraListar(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
         if (!paraListar.valido()) {
@@ -214,7 +218,7 @@ std::int64_t somarPasta(Descritor raiz, const std::string& pasta)
         if (temOcultosListado(entradas)) {
             ocultos = lerOcultos(fd.get());
         }
-        Nivel nivel{std::move(caminho), Descritor(), {}, 0};
+        Nivel nivel;
         for (Entrada& entrada : entradas) {
             if (!ehVisivel(entrada.nome, ocultos)) {
                 continue;
@@ -228,28 +232,47 @@ std::int64_t somarPasta(Descritor raiz, const std::string& pasta)
                 nivel.subpastas.push_back(std::move(entrada.nome));
             }
         }
-        if (!nivel.subpastas.empty()) {
-            if (pilha.size() < kNiveisAbertos) {
-                nivel.fd = std::move(fd);
+        if (nivel.subpastas.empty()) {
+            return;
+        }
+        nivel.fd = std::move(fd);
+        pilha.push_back(std::move(nivel));
+        if (pilha.size() - primeiroAberto > kNiveisAbertos) {
+            Nivel& antigo = pilha[primeiroAberto++];
+            struct stat info {};
+            if (::fstat(antigo.fd.get(), &info) == 0) {
+                antigo.dispositivo = info.st_dev;
+                antigo.inode = info.st_ino;
             }
-            pilha.push_back(std::move(nivel));
+            antigo.fd.fechar();
         }
     };
 
-    entrar(std::move(raiz), pasta);
+    entrar(std::move(raiz));
     while (!pilha.empty()) {
         Nivel& topo = pilha.back();
-        if (topo.proxima == topo.subpastas.size()) {
-            pilha.pop_back();
+        if (topo.proxima < topo.subpastas.size()) {
+            const std::string& nome = topo.subpastas[topo.proxima++];
+            Descritor sub = abrirPasta(topo.fd.get(), nome.c_str(), Links::naoSeguir);
+            if (sub.valido()) {
+                entrar(std::move(sub)); // may grow the stack: topo is not used after this
+            }
             continue;
         }
-        const std::string& nome = topo.subpastas[topo.proxima++];
-        std::string caminho = juntar(topo.caminho, nome);
-        Descritor sub = topo.fd.valido() ? abrirPasta(topo.fd.get(), nome.c_str(), Links::naoSeguir)
-                                         : abrirPasta(AT_FDCWD, caminho.c_str(), Links::naoSeguir);
-        if (sub.valido()) {
-            entrar(std::move(sub), std::move(caminho)); // may grow the stack: topo is not used after this
+        Descritor filho = std::move(topo.fd);
+        pilha.pop_back();
+        if (pilha.empty() || pilha.size() > primeiroAberto) {
+            continue;
         }
+        // Back up to a level whose descriptor was given up.
+        Nivel& pai = pilha.back();
+        pai.fd = abrirPasta(filho.get(), "..", Links::naoSeguir);
+        struct stat info {};
+        if (!pai.fd.valido() || ::fstat(pai.fd.get(), &info) != 0 || info.st_dev != pai.dispositivo
+            || info.st_ino != pai.inode) {
+            break; // the tree moved while it was being summed
+        }
+        primeiroAberto = pilha.size() - 1;
     }
     return total;
 }
@@ -294,7 +317,7 @@ std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::st
         // Opened beside the entry just read and never through a link: should the folder be
         // swapped for a link in between, the walk does not leave the scanned folder.
         Descritor sub = abrirPasta(pasta, nome.c_str(), Links::naoSeguir);
-        lida.tamanho = sub.valido() ? somarPasta(std::move(sub), lida.id) : 0;
+        lida.tamanho = sub.valido() ? somarPasta(std::move(sub)) : 0;
     } else if ((info.stx_mask & STATX_SIZE) != 0) {
         lida.tamanho = static_cast<std::int64_t>(info.stx_size);
     } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
@@ -470,7 +493,7 @@ Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<D
 std::int64_t PastaScanner::tamanhoDaPasta(const std::string& pasta)
 {
     Descritor raiz = abrirPasta(AT_FDCWD, pasta.c_str(), Links::seguir);
-    return raiz.valido() ? somarPasta(std::move(raiz), pasta) : 0;
+    return raiz.valido() ? somarPasta(std::move(raiz)) : 0;
 }
 
 } // namespace tarrafa

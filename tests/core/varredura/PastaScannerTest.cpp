@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <fcntl.h>
 #include <future>
 #include <map>
@@ -371,6 +372,74 @@ TEST_F(PastaScannerTest, AVeryDeepTreeIsSizedWithoutRunningOutOfDescriptors)
     teste::escrever(caminho + "/f.bin", std::string(5000, 'f'));
     esperado += alocado(caminho + "/f.bin");
     EXPECT_EQ(PastaScanner::tamanhoDaPasta(pasta / "P"), esperado);
+}
+
+// What `du -sB1` says a folder and everything below it take.
+std::int64_t segundoODu(const std::string& pasta)
+{
+    const std::string comando = "du -sB1 '" + pasta + "'";
+    std::FILE* processo = ::popen(comando.c_str(), "r");
+    if (processo == nullptr) {
+        return -1;
+    }
+    long long bytes = -1;
+    if (std::fscanf(processo, "%lld", &bytes) != 1) {
+        bytes = -1;
+    }
+    ::pclose(processo);
+    return bytes;
+}
+
+// Removes a chain of folders named "d" too deep for any path: each step moves the level
+// below up one, then removes the emptied one.
+void apagarCadeia(int base)
+{
+    for (;;) {
+        const int d = ::openat(base, "d", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (d < 0) {
+            return;
+        }
+        (void)::unlinkat(d, "f.bin", 0);
+        const bool temFilho = ::renameat(d, "d", base, "proxima") == 0;
+        ::close(d);
+        ASSERT_EQ(::unlinkat(base, "d", AT_REMOVEDIR), 0);
+        if (!temFilho) {
+            return;
+        }
+        ASSERT_EQ(::renameat(base, "proxima", base, "d"), 0);
+    }
+}
+
+TEST_F(PastaScannerTest, ATreeTenThousandLevelsDeepIsSizedExactlyAsDuDoes)
+{
+    const std::string raiz = pasta / "P";
+    teste::criarPasta(raiz);
+    // Built by descriptors: its paths are far longer than PATH_MAX.
+    int atual = ::open(raiz.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(atual, 0);
+    for (int i = 0; i < 10000; ++i) {
+        ASSERT_EQ(::mkdirat(atual, "d", 0755), 0) << i;
+        const int proxima = ::openat(atual, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ASSERT_GE(proxima, 0) << i;
+        ::close(atual);
+        atual = proxima;
+    }
+    const int arquivo = ::openat(atual, "f.bin", O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_GE(arquivo, 0);
+    const std::string conteudo(50000, 'f');
+    ASSERT_EQ(::write(arquivo, conteudo.data(), conteudo.size()), static_cast<ssize_t>(conteudo.size()));
+    ::fsync(arquivo);
+    ::close(arquivo);
+    ::close(atual);
+
+    const std::int64_t du = segundoODu(raiz);
+    ASSERT_GT(du, 0);
+    // du counts the folder itself; a folder's size is what is below it.
+    EXPECT_EQ(PastaScanner::tamanhoDaPasta(raiz), du - alocado(raiz));
+
+    const int base = ::open(raiz.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    apagarCadeia(base);
+    ::close(base);
 }
 
 TEST_F(PastaScannerTest, MetadataAttributesFillTheSnapshot)
