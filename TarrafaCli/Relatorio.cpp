@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCli/Relatorio.hpp"
 
+#include "TarrafaCli/Escapes.hpp"
+
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Formato.hpp"
@@ -94,7 +96,7 @@ std::string Relatorio::comoTexto() const
 {
     std::string saida;
     for (const GrupoOrigem& g : grupos_) {
-        saida.append(Texto::utf8Valido(g.origem().rotulo()))
+        saida.append(Escapes::paraTerminal(g.origem().rotulo()))
             .append(kSeparador)
             .append(std::to_string(g.total()))
             .append(" ")
@@ -103,9 +105,9 @@ std::string Relatorio::comoTexto() const
             .append(Apresentacao::resumoDoGrupo(g))
             .append("\n");
         for (const ItemTriado& i : g.itens()) {
-            saida.append("  ").append(i.nome());
+            saida.append("  ").append(Escapes::paraTerminal(i.nome()));
             for (const Selo& selo : i.selos()) {
-                saida.append("  [").append(selo.rotulo()).append("]");
+                saida.append("  [").append(Escapes::paraTerminal(selo.rotulo())).append("]");
             }
             saida.append("  ").append(Formato::bytes(i.snapshot().tamanho())).append("\n");
         }
@@ -159,7 +161,7 @@ std::string Relatorio::comoJson() const
         {"raioX", std::move(raioX)},
     };
     // Every string was repaired above; replace is only a second guard.
-    return raiz.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return Escapes::invisiveisEmJson(raiz.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
 } // namespace tarrafa::cli

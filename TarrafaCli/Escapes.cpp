@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCli/Escapes.hpp"
+
+#include "TarrafaCore/Texto.hpp"
+
+#include <unicode/utf8.h>
+
+#include <cstdint>
+#include <cstdio>
+
+namespace tarrafa::cli::Escapes {
+
+namespace {
+
+// The characters that change the direction of what follows them: ALM, LRM, RLM, the
+// embeddings and overrides, and the isolates.
+bool ehControleBidi(UChar32 c)
+{
+    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E)
+        || (c >= 0x2066 && c <= 0x2069);
+}
+
+bool ehC1(UChar32 c)
+{
+    return c >= 0x80 && c <= 0x9F;
+}
+
+void escapar(std::string& saida, const char* formato, UChar32 c)
+{
+    char codigo[16];
+    const int n = std::snprintf(codigo, sizeof codigo, formato, static_cast<unsigned>(c));
+    saida.append(codigo, static_cast<std::size_t>(n));
+}
+
+} // namespace
+
+std::string paraTerminal(std::string_view texto)
+{
+    const std::string valido = Texto::utf8Valido(texto);
+    std::string saida;
+    saida.reserve(valido.size());
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(valido.data());
+    const auto tamanho = static_cast<std::int32_t>(valido.size());
+    for (std::int32_t i = 0; i < tamanho;) {
+        const std::int32_t inicio = i;
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, tamanho, c);
+        if (c == '\\') {
+            saida.append("\\\\");
+        } else if ((c >= 0 && c < 0x20) || c == 0x7F) {
+            escapar(saida, "\\x%02x", c);
+        } else if (ehC1(c) || ehControleBidi(c)) {
+            escapar(saida, "\\u%04x", c);
+        } else {
+            saida.append(valido, static_cast<std::size_t>(inicio), static_cast<std::size_t>(i - inicio));
+        }
+    }
+    return saida;
+}
+
+std::string invisiveisEmJson(std::string_view json)
+{
+    std::string saida;
+    saida.reserve(json.size());
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
+    const auto tamanho = static_cast<std::int32_t>(json.size());
+    for (std::int32_t i = 0; i < tamanho;) {
+        const std::int32_t inicio = i;
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, tamanho, c);
+        if (c == 0x7F || ehC1(c) || ehControleBidi(c)) {
+            escapar(saida, "\\u%04x", c);
+        } else {
+            saida.append(json.data() + inicio, static_cast<std::size_t>(i - inicio));
+        }
+    }
+    return saida;
+}
+
+} // namespace tarrafa::cli::Escapes
