@@ -12,10 +12,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -24,6 +26,14 @@ namespace tarrafa::Spotlight {
 namespace {
 
 constexpr std::size_t kPedaco = std::size_t {64} * 1024;
+// The list a desktop keeps is a few hundred kilobytes; one far larger is not a list of
+// recent files, and is not read. What is read goes to expat in one piece: fed in pieces, expat
+// parses a token that spans them again with each piece, which turns one huge attribute into
+// quadratic work.
+constexpr std::size_t kTamanhoMaximo = std::size_t {64} << 20;
+// Bookmarks nest three or four levels deep; a document nested deeper is not one, and stopping
+// there keeps expat's stack of open elements small.
+constexpr int kProfundidadeMaxima = 32;
 
 // Browsers add every download to the list when it arrives, which is not a use. Compared
 // after case folding.
@@ -116,18 +126,15 @@ public:
         if (parser_ == nullptr || falhou_) {
             return false;
         }
-        do {
-            const std::size_t n = std::min(tamanho, kPedaco);
-            const bool fimDoDocumento = ultimo && n == tamanho;
-            if (XML_Parse(parser_, dados, static_cast<int>(n), fimDoDocumento ? XML_TRUE : XML_FALSE)
-                    != XML_STATUS_OK
-                || falhou_) {
-                falhou_ = true;
-                return false;
-            }
-            dados += n;
-            tamanho -= n;
-        } while (tamanho > 0);
+        if (tamanho > kTamanhoMaximo) {
+            falhou_ = true;
+            return false;
+        }
+        if (XML_Parse(parser_, dados, static_cast<int>(tamanho), ultimo ? XML_TRUE : XML_FALSE) != XML_STATUS_OK
+            || falhou_) {
+            falhou_ = true;
+            return false;
+        }
         return true;
     }
 
@@ -159,7 +166,10 @@ private:
 
     void abrir(std::string_view nome, const XML_Char** atributos)
     {
-        ++profundidade_;
+        if (++profundidade_ > kProfundidadeMaxima) {
+            falhar();
+            return;
+        }
         if (profundidade_ == 1) {
             if (nome != "xbel") {
                 falhar();
@@ -231,22 +241,31 @@ Indice Indice::carregarDe(const std::string& arquivo)
     if (fd.get() < 0 || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return {};
     }
-    LeitorXbel leitor;
+    if (info.st_size < 0 || static_cast<std::uint64_t>(info.st_size) > kTamanhoMaximo) {
+        return {};
+    }
+    std::string conteudo;
+    conteudo.reserve(static_cast<std::size_t>(info.st_size));
     std::vector<char> pedaco(kPedaco);
     for (;;) {
         const ssize_t lidos = ::read(fd.get(), pedaco.data(), pedaco.size());
-        if (lidos < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return {};
+        if (lidos < 0 && errno == EINTR) {
+            continue;
         }
-        if (!leitor.alimentar(pedaco.data(), static_cast<std::size_t>(lidos), lidos == 0)) {
-            return {}; // malformed somewhere: no dates at all, not the ones before the fault
+        if (lidos < 0) {
+            return {};
         }
         if (lidos == 0) {
             break;
         }
+        conteudo.append(pedaco.data(), static_cast<std::size_t>(lidos));
+        if (conteudo.size() > kTamanhoMaximo) {
+            return {}; // it grew while being read
+        }
+    }
+    LeitorXbel leitor;
+    if (!leitor.alimentar(conteudo.data(), conteudo.size(), true)) {
+        return {}; // malformed somewhere: no dates at all, not the ones before the fault
     }
     Indice indice;
     indice.usos_ = std::move(leitor).resultado();

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include <sys/stat.h>
 
 namespace tarrafa {
@@ -204,6 +206,37 @@ TEST(IndiceDeUso, ALongListIsReadAcrossChunks)
     for (const int i : {0, 150, 399}) {
         EXPECT_EQ(segundos(indice.ultimoUso("/tmp/arquivo " + std::to_string(i) + ".pdf")), k20240301) << i;
     }
+}
+
+TEST(IndiceDeUso, OneHugeAttributeIsReadInLinearTime)
+{
+    const teste::CasaFalsa casa;
+    // 40 MB in one attribute: fed to expat piece by piece, each piece made it parse the
+    // attribute again from its start.
+    const std::string enorme = std::string(40'000'000, 'x');
+    teste::escrever(casa / ".local/share/recently-used.xbel",
+        xbel("<bookmark href=\"file:///home/u/Downloads/" + enorme + "\" added=\"2024-03-01T10:20:30Z\"/>"
+            + bookmark("file:///home/u/Downloads/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})));
+    const auto inicio = std::chrono::steady_clock::now();
+    const auto indice = Spotlight::Indice::carregar();
+    const double segundos = std::chrono::duration<double>(std::chrono::steady_clock::now() - inicio).count();
+    EXPECT_LT(segundos, 1.0);
+    RecordProperty("segundos", std::to_string(segundos));
+    EXPECT_EQ(indice.ultimoUso("/home/u/Downloads/a.pdf"), Date::desde1970(k20240301));
+}
+
+TEST(IndiceDeUso, ADocumentNestedBeyondAnyListIsGivenUpEarly)
+{
+    std::string aninhado;
+    for (int i = 0; i < 200'000; ++i) {
+        aninhado += "<b>";
+    }
+    const auto indice = Spotlight::Indice::deXbel(
+        xbel(bookmark("file:///home/u/Downloads/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}}) + aninhado));
+    EXPECT_EQ(indice.tamanho(), 0U) << "a document that is not a list gives no dates";
+    const auto raso = Spotlight::Indice::deXbel(
+        xbel(bookmark("file:///home/u/Downloads/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})));
+    EXPECT_EQ(raso.tamanho(), 1U);
 }
 
 TEST(IndiceDeUso, WhatIsNotARegularFileIsNotRead)
