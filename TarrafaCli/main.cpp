@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // tarrafa-cli: the inbox of a Downloads folder, without a window.
 #include "TarrafaCli/Relatorio.hpp"
+#include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/BancoCopiado.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 
@@ -56,6 +57,15 @@ int main(int argc, char** argv)
         }
     }
 
+    // A Downloads folder turned off (pointing at the home) is not an inbox: Documents, Music
+    // and Pictures would be listed as clutter. A folder named on the command line is scanned
+    // as asked.
+    if (!pasta && tarrafa::PastasDoUsuario::ehACasa(tarrafa::PastasDoUsuario::downloads())) {
+        escrever(stderr,
+            tarrafa::Apresentacao::downloadsNaoConfigurada(tarrafa::PastasDoUsuario::arquivoDasPastas()));
+        escrever(stderr, "\n");
+        return 1;
+    }
     try {
         const tarrafa::cli::Relatorio relatorio
             = tarrafa::cli::Relatorio::de(pasta ? *pasta : tarrafa::PastasDoUsuario::downloads());

@@ -56,4 +56,10 @@ std::optional<std::string> avisoDeEspalhamento(const RaioX* raioX)
         + "% dos arquivos. Agrupar por origem ajuda menos numa pasta assim.";
 }
 
+std::string downloadsNaoConfigurada(const std::string& arquivoDasPastas)
+{
+    return "A pasta Downloads não está configurada: ela aponta para a sua pasta pessoal (XDG_DOWNLOAD_DIR em "
+        + arquivoDasPastas + ").";
+}
+
 } // namespace tarrafa::Apresentacao

@@ -28,4 +28,7 @@ namespace tarrafa::Apresentacao {
 // the files; nothing without a diagnosis, for an empty folder, or when grouping works.
 [[nodiscard]] std::optional<std::string> avisoDeEspalhamento(const RaioX* raioX);
 
+// Why a Downloads folder that is the home is not scanned, naming the file that configures it.
+[[nodiscard]] std::string downloadsNaoConfigurada(const std::string& arquivoDasPastas);
+
 } // namespace tarrafa::Apresentacao

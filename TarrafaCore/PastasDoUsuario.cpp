@@ -69,9 +69,31 @@ std::vector<std::string> diretoriosDeDados()
     return pastas;
 }
 
+std::string arquivoDasPastas()
+{
+    return configuracao() + "/user-dirs.dirs";
+}
+
+bool ehACasa(const std::string& pasta)
+{
+    const auto real = [](const std::string& caminho) {
+        if (char* resolvido = ::realpath(caminho.c_str(), nullptr)) {
+            std::string r(resolvido);
+            std::free(resolvido);
+            return r;
+        }
+        std::string limpo = caminho;
+        while (limpo.size() > 1 && limpo.back() == '/') {
+            limpo.pop_back();
+        }
+        return limpo;
+    };
+    return !pasta.empty() && real(pasta) == real(casa());
+}
+
 std::string downloads()
 {
-    std::ifstream arquivo(configuracao() + "/user-dirs.dirs");
+    std::ifstream arquivo(arquivoDasPastas());
     std::string linha;
     std::string escolhido;
     while (std::getline(arquivo, linha)) {

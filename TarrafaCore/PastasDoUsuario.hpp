@@ -18,5 +18,10 @@ namespace tarrafa::PastasDoUsuario {
 [[nodiscard]] std::vector<std::string> diretoriosDeDados();
 // XDG_DOWNLOAD_DIR of user-dirs.dirs ("$HOME" expanded) when set and absolute, else ~/Downloads.
 [[nodiscard]] std::string downloads();
+// The file that says where the user's folders are: user-dirs.dirs in the configuration folder.
+[[nodiscard]] std::string arquivoDasPastas();
+// Whether the folder is the home itself (links resolved): how xdg-user-dirs turns a folder off,
+// with XDG_DOWNLOAD_DIR="$HOME/". Such a "Downloads" holds the person's whole life, not an inbox.
+[[nodiscard]] bool ehACasa(const std::string& pasta);
 
 } // namespace tarrafa::PastasDoUsuario

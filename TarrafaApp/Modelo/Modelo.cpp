@@ -3,7 +3,9 @@
 
 #include "TarrafaApp/Modelo/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
+#include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
+#include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Texto.hpp"
 
 #include <QDir>
@@ -32,6 +34,8 @@ struct Modelo::Varredura {
     std::vector<FileSnapshot> snapshots;
     std::vector<GrupoOrigem> grupos;
     std::optional<std::string> falha;
+    // The folder is the home (Downloads turned off): not scanned; the message says why.
+    std::optional<std::string> naoConfigurada;
 };
 
 namespace {
@@ -259,8 +263,10 @@ void Modelo::varrer()
 
 void Modelo::aplicar(Varredura resultado)
 {
-    if (resultado.falha) {
-        setErro(QStringLiteral("Não consegui ler a pasta Downloads: ") + deUtf8(*resultado.falha));
+    if (resultado.falha || resultado.naoConfigurada) {
+        setErro(resultado.naoConfigurada
+                    ? deUtf8(*resultado.naoConfigurada)
+                    : QStringLiteral("Não consegui ler a pasta Downloads: ") + deUtf8(*resultado.falha));
         setCarregando(false);
         Q_EMIT varreduraTerminada();
         return;
@@ -347,14 +353,19 @@ void Modelo::setErro(std::optional<QString> erro)
 // every exception into a value so that none crosses back to the interface thread.
 Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta)
 {
+    // A Downloads folder turned off points at the home: its Documents, Music and Pictures are
+    // not downloads, and never Trash candidates.
+    if (PastasDoUsuario::ehACasa(pasta)) {
+        return {{}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
+    }
     try {
         std::vector<FileSnapshot> snapshots = PastaScanner().varrer(pasta);
         std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(snapshots);
-        return {std::move(snapshots), std::move(grupos), std::nullopt};
+        return {std::move(snapshots), std::move(grupos), std::nullopt, std::nullopt};
     } catch (const std::system_error& erro) {
-        return {{}, {}, erro.code().message()};
+        return {{}, {}, erro.code().message(), std::nullopt};
     } catch (const std::exception& erro) {
-        return {{}, {}, std::string(erro.what())};
+        return {{}, {}, std::string(erro.what()), std::nullopt};
     }
 }
 

@@ -208,5 +208,20 @@ TEST(CliErro, UnknownOptionIsAUsageError)
     EXPECT_NE(e.erros.find("opção desconhecida: --jsn"), std::string::npos);
 }
 
+TEST(CliErro, ADownloadsFolderTurnedOffIsNotScanned)
+{
+    const CasaFalsa casa;
+    escrever(casa / "Documentos/tese.odt", "x");
+    escrever(casa / ".config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/\"\n");
+    const Execucao e = executar("", casa.caminho());
+    EXPECT_EQ(e.status, 1);
+    EXPECT_TRUE(e.saida.empty()) << e.saida;
+    EXPECT_EQ(e.erros, "A pasta Downloads não está configurada: ela aponta para a sua pasta pessoal "
+                       "(XDG_DOWNLOAD_DIR em "
+                           + casa / ".config/user-dirs.dirs" + ").\n");
+    // Named on the command line, the same folder is read as asked.
+    EXPECT_EQ(executar("--json '" + casa.caminho() + "'", casa.caminho()).status, 0);
+}
+
 } // namespace
 } // namespace tarrafa

@@ -16,7 +16,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QPainter>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -240,5 +242,15 @@ int main(int argc, char* argv[])
     QDir(QString::fromStdString(cenario.pasta())).removeRecursively();
     t.modelo->varrer();
     ok = t.esperarVarreduras(2) && salvar(t.janela->grab(), saida, "erro.png") && ok;
+
+    // A Downloads folder turned off (pointing at the home): said, not scanned.
+    Modelo semDownloads(QFile::encodeName(casa.path()).toStdString(), casa.path() + QStringLiteral("/d7.json"));
+    QSignalSpy fim(&semDownloads, &Modelo::varreduraTerminada);
+    JanelaPrincipal desligada(semDownloads);
+    desligada.resize(1120, 720);
+    desligada.show();
+    ok = (fim.count() > 0 || fim.wait(20000)) && ok;
+    QCoreApplication::processEvents();
+    ok = salvar(desligada.grab(), saida, "nao-configurada.png") && ok;
     return ok ? 0 : 1;
 }

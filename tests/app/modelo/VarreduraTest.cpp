@@ -87,6 +87,26 @@ private Q_SLOTS:
         QVERIFY(!modelo->raioX().has_value());
     }
 
+    void downloadsDesligadaNaPastaPessoalNaoEVarrida()
+    {
+        // How xdg-user-dirs turns a folder off: it points at the home itself.
+        std::filesystem::create_directories(Casa::raiz() + "/Documentos");
+        escrever(Casa::raiz() + "/Documentos/tese.odt", "x");
+        escrever(Casa::raiz() + "/.config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/\"\n");
+        const auto modelo = std::make_unique<Modelo>();
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        QVERIFY(esperar(fins, 1));
+        QCOMPARE(modelo->erro(),
+            std::optional<QString>(QStringLiteral("A pasta Downloads não está configurada: ela aponta para a sua "
+                                                  "pasta pessoal (XDG_DOWNLOAD_DIR em ")
+                + deBytes(Casa::raiz() + "/.config/user-dirs.dirs") + QStringLiteral(").")));
+        QVERIFY(modelo->grupos().empty());
+        QVERIFY(modelo->itensTodos().empty());
+        QVERIFY(!modelo->raioX().has_value());
+        std::filesystem::remove(Casa::raiz() + "/.config/user-dirs.dirs");
+        std::filesystem::remove_all(Casa::raiz() + "/Documentos");
+    }
+
     void primeiraVarreduraComecaSozinhaENestaOrdem()
     {
         escrever(emDownloads("a.pdf"), "a");
