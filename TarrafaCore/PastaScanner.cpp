@@ -294,6 +294,7 @@ struct Lida {
     bool ehScreenshot = false;
     std::optional<std::string> agente;
     std::optional<Date> ultimoUso;
+    Identidade identidade;
 };
 
 // One visible entry of the scanned folder; none when it vanished after the listing or
@@ -302,11 +303,13 @@ std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::st
                                const Spotlight::Indice& indice)
 {
     struct statx info {};
-    constexpr unsigned kCampos = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
+    constexpr unsigned kCampos
+        = STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
     if (::statx(pasta, nome.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
         return std::nullopt;
     }
     Lida lida;
+    lida.identidade = Identidade::deStatx(info);
     lida.nome = nome;
     lida.ehPasta = S_ISDIR(info.stx_mode);
     lida.ehRegular = S_ISREG(info.stx_mode);
@@ -376,6 +379,11 @@ auto aoLado(Funcao funcao) -> std::future<decltype(funcao())>
 } // namespace
 
 std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
+{
+    return varrerComIdentidades(pasta).snapshots;
+}
+
+PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pasta) const
 {
     const std::string raiz = caminhoCompleto(pasta);
     Descritor fd = abrirPasta(AT_FDCWD, raiz.c_str(), Links::seguir);
@@ -473,16 +481,19 @@ std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
         }
     }
 
-    std::vector<FileSnapshot> snapshots;
+    Resultado resultado;
+    std::vector<FileSnapshot>& snapshots = resultado.snapshots;
     snapshots.reserve(lidas.size());
+    resultado.identidades.reserve(lidas.size());
     for (std::optional<Lida>& lida : lidas) {
         if (lida) {
+            resultado.identidades.emplace(lida->id, lida->identidade);
             snapshots.emplace_back(std::move(lida->id), Texto::utf8Valido(lida->nome), lida->ehPasta, lida->tamanho,
                                    lida->baixadoEm, lida->criadoEm, lida->ultimoUso, std::move(lida->origens),
                                    lida->ehScreenshot, std::move(lida->agente));
         }
     }
-    return snapshots;
+    return resultado;
 }
 
 Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<Date> modificacao) noexcept

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "TarrafaCore/FileSnapshot.hpp"
+#include "TarrafaCore/Identidade.hpp"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace tarrafa {
@@ -20,6 +22,14 @@ public:
     // Throws std::system_error when the folder itself cannot be listed; its
     // code().message() is the system's description of why.
     [[nodiscard]] std::vector<FileSnapshot> varrer(const std::string& pasta) const;
+
+    // The snapshots, and what each entry was when read (by id), so that whoever acts on an
+    // entry later can first make sure the path still names it.
+    struct Resultado {
+        std::vector<FileSnapshot> snapshots;
+        std::unordered_map<std::string, Identidade> identidades;
+    };
+    [[nodiscard]] Resultado varrerComIdentidades(const std::string& pasta) const;
 
     // Allocated size of everything visible below a folder, links never followed;
     // 0 when the folder cannot be read.

@@ -32,6 +32,7 @@ namespace tarrafa::app {
 // could not be read.
 struct Modelo::Varredura {
     std::vector<FileSnapshot> snapshots;
+    std::unordered_map<std::string, Identidade> identidades;
     std::vector<GrupoOrigem> grupos;
     std::optional<std::string> falha;
     // The folder is the home (Downloads turned off): not scanned; the message says why.
@@ -272,6 +273,7 @@ void Modelo::aplicar(Varredura resultado)
         return;
     }
     grupos_ = std::move(resultado.grupos);
+    identidades_ = std::move(resultado.identidades);
     Q_EMIT gruposChanged();
     raioX_.emplace(resultado.snapshots, grupos_);
     Q_EMIT raioXChanged();
@@ -298,6 +300,16 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 {
     std::vector<std::string> movidos;
     for (const ItemTriado& item : itens) {
+        // Only what the person saw: the path must still name the entry the scan read (a file
+        // replaced by a folder, or rewritten, since then is not what was confirmed). A path
+        // with nothing at it is left to GIO, whose refusal says so.
+        const auto visto = identidades_.find(item.id());
+        if (const std::optional<Identidade> agora = Identidade::ler(item.id());
+            agora && (visto == identidades_.end() || *agora != visto->second)) {
+            setErro(QStringLiteral("Não consegui mover ") + deUtf8(item.nome())
+                + QStringLiteral(" para a Lixeira: o arquivo mudou desde a última varredura."));
+            continue;
+        }
         // The exact bytes of the path: names need not be UTF-8. Never a copy, never a delete.
         const std::unique_ptr<GFile, LiberarGObject> arquivo(g_file_new_for_path(item.id().c_str()));
         GError* falha = nullptr;
@@ -356,16 +368,17 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta)
     // A Downloads folder turned off points at the home: its Documents, Music and Pictures are
     // not downloads, and never Trash candidates.
     if (PastasDoUsuario::ehACasa(pasta)) {
-        return {{}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
+        return {{}, {}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
     }
     try {
-        std::vector<FileSnapshot> snapshots = PastaScanner().varrer(pasta);
-        std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(snapshots);
-        return {std::move(snapshots), std::move(grupos), std::nullopt, std::nullopt};
+        PastaScanner::Resultado lido = PastaScanner().varrerComIdentidades(pasta);
+        std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(lido.snapshots);
+        return {std::move(lido.snapshots), std::move(lido.identidades), std::move(grupos), std::nullopt,
+            std::nullopt};
     } catch (const std::system_error& erro) {
-        return {{}, {}, erro.code().message(), std::nullopt};
+        return {{}, {}, {}, erro.code().message(), std::nullopt};
     } catch (const std::exception& erro) {
-        return {{}, {}, std::string(erro.what()), std::nullopt};
+        return {{}, {}, {}, std::string(erro.what()), std::nullopt};
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "TarrafaApp/Modelo/Decisao.hpp"
 #include "TarrafaApp/Modelo/Destino.hpp"
+#include "TarrafaCore/Identidade.hpp"
 #include "TarrafaCore/RaioX.hpp"
 #include "TarrafaCore/TriageEngine.hpp"
 
@@ -100,6 +101,8 @@ private:
     void setErro(std::optional<QString> erro);
 
     std::vector<GrupoOrigem> grupos_;
+    // What each entry was when the last scan read it: a move to the Trash acts only on that.
+    std::unordered_map<std::string, Identidade> identidades_;
     std::optional<RaioX> raioX_;
     bool carregando_ = false;
     std::optional<QString> erro_;

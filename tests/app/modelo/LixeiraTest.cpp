@@ -227,6 +227,33 @@ private Q_SLOTS:
         QCOMPARE(modelo->decisoes().size(), std::size_t(1));
     }
 
+    void arquivoTrocadoDepoisDaVarreduraNaoVaiParaALixeira()
+    {
+        escrever(emDownloads("relatorio.pdf"), "o que a pessoa viu");
+        escrever(emDownloads("reescrito.pdf"), "curto");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        const std::vector<ItemTriado> itens = itensPorNome(*modelo, {"relatorio.pdf", "reescrito.pdf"});
+        QCOMPARE(itens.size(), std::size_t(2));
+        // Between the scan and the confirmation: the file becomes a folder full of other
+        // things, and the other is rewritten with other contents.
+        std::filesystem::remove(emDownloads("relatorio.pdf"));
+        std::filesystem::create_directories(emDownloads("relatorio.pdf"));
+        escrever(emDownloads("relatorio.pdf") + "/importante.odt", "nao mova");
+        escrever(emDownloads("reescrito.pdf"), "outro conteudo, mais longo");
+
+        modelo->moverParaLixeira(itens);
+
+        QCOMPARE(modelo->erro(),
+            std::optional<QString>(QStringLiteral(
+                "Não consegui mover reescrito.pdf para a Lixeira: o arquivo mudou desde a última varredura.")));
+        QCOMPARE(ler(emDownloads("relatorio.pdf") + "/importante.odt"), std::string("nao mova"));
+        QCOMPARE(ler(emDownloads("reescrito.pdf")), std::string("outro conteudo, mais longo"));
+        QCOMPARE(nomesEm(Casa::lixeira() + "/files"), std::vector<std::string> {});
+        QVERIFY(modelo->decisao(emDownloads("relatorio.pdf")) == Decisao::novo);
+        QVERIFY(modelo->decisao(emDownloads("reescrito.pdf")) == Decisao::novo);
+    }
+
     void nomeQuaseNoLimiteNaoTravaENaoSomeSemIrParaALixeira()
     {
         const std::string longo(250, 'n');
