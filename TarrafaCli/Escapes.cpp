@@ -32,19 +32,30 @@ void escapar(std::string& saida, const char* formato, UChar32 c)
     saida.append(codigo, static_cast<std::size_t>(n));
 }
 
-} // namespace
-
-std::string paraTerminal(std::string_view texto)
+// Copies UTF-8 text code point by code point; escapar writes its own form of those it takes
+// (returning true) and the others are copied as they are.
+template <typename Escapar> std::string reescrever(std::string_view utf8, Escapar escapar)
 {
-    const std::string valido = Texto::utf8Valido(texto);
     std::string saida;
-    saida.reserve(valido.size());
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(valido.data());
-    const auto tamanho = static_cast<std::int32_t>(valido.size());
+    saida.reserve(utf8.size());
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
+    const auto tamanho = static_cast<std::int32_t>(utf8.size());
     for (std::int32_t i = 0; i < tamanho;) {
         const std::int32_t inicio = i;
         UChar32 c = 0;
         U8_NEXT(bytes, i, tamanho, c);
+        if (!escapar(c, saida)) {
+            saida.append(utf8.data() + inicio, static_cast<std::size_t>(i - inicio));
+        }
+    }
+    return saida;
+}
+
+} // namespace
+
+std::string paraTerminal(std::string_view texto)
+{
+    return reescrever(Texto::utf8Valido(texto), [](UChar32 c, std::string& saida) {
         if (c == '\\') {
             saida.append("\\\\");
         } else if ((c >= 0 && c < 0x20) || c == 0x7F) {
@@ -52,29 +63,21 @@ std::string paraTerminal(std::string_view texto)
         } else if (ehC1(c) || ehControleBidi(c)) {
             escapar(saida, "\\u%04x", c);
         } else {
-            saida.append(valido, static_cast<std::size_t>(inicio), static_cast<std::size_t>(i - inicio));
+            return false;
         }
-    }
-    return saida;
+        return true;
+    });
 }
 
 std::string invisiveisEmJson(std::string_view json)
 {
-    std::string saida;
-    saida.reserve(json.size());
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
-    const auto tamanho = static_cast<std::int32_t>(json.size());
-    for (std::int32_t i = 0; i < tamanho;) {
-        const std::int32_t inicio = i;
-        UChar32 c = 0;
-        U8_NEXT(bytes, i, tamanho, c);
+    return reescrever(json, [](UChar32 c, std::string& saida) {
         if (c == 0x7F || ehC1(c) || ehControleBidi(c)) {
             escapar(saida, "\\u%04x", c);
-        } else {
-            saida.append(json.data() + inicio, static_cast<std::size_t>(i - inicio));
+            return true;
         }
-    }
-    return saida;
+        return false;
+    });
 }
 
 } // namespace tarrafa::cli::Escapes

@@ -182,7 +182,6 @@ struct BancoCopiado::Estado {
     std::string nome;
     Vaga* vaga = nullptr;
     std::chrono::steady_clock::time_point prazo;
-    bool esgotado = false;
 
     ~Estado() { descartarNomes(); }
 
@@ -205,11 +204,8 @@ namespace {
 int verificarPrazo(void* dados)
 {
     auto* estado = static_cast<BancoCopiado::Estado*>(dados);
-    if (std::chrono::steady_clock::now() > estado->prazo) {
-        estado->esgotado = true;
-        return 1; // interrupts the statement
-    }
-    return 0;
+    // Non-zero interrupts the statement.
+    return std::chrono::steady_clock::now() > estado->prazo ? 1 : 0;
 }
 
 bool executar(sqlite3* db, const char* sql)
@@ -390,26 +386,30 @@ bool BancoCopiado::temTabelas(std::initializer_list<const char*> nomes) const
 
 std::vector<std::string> BancoCopiado::colunas(const char* tabela) const
 {
-    std::vector<std::string> nomes;
     if (!temTabelas({tabela})) {
-        return nomes;
+        return {};
     }
+    return textos("SELECT name FROM pragma_table_info(?1)", 1000, tabela);
+}
+
+std::vector<std::string> BancoCopiado::textos(
+    const char* sql, std::size_t maximo, const char* parametro) const
+{
+    std::vector<std::string> lidos;
     sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(db_, "SELECT name FROM pragma_table_info(?1)", -1, &stmt, nullptr) == SQLITE_OK) {
-        sqlite3_bind_text(stmt, 1, tabela, -1, SQLITE_STATIC);
-        while (sqlite3_step(stmt) == SQLITE_ROW && nomes.size() < 1000) {
-            if (const auto* texto = sqlite3_column_text(stmt, 0)) {
-                nomes.emplace_back(reinterpret_cast<const char*>(texto));
-            }
+    if (sqlite3_prepare_v2(db_, sql, -1, &stmt, nullptr) == SQLITE_OK) {
+        if (parametro != nullptr) {
+            sqlite3_bind_text(stmt, 1, parametro, -1, SQLITE_STATIC);
+        }
+        while (lidos.size() < maximo && sqlite3_step(stmt) == SQLITE_ROW) {
+            const auto* bytes = sqlite3_column_text(stmt, 0);
+            lidos.emplace_back(bytes == nullptr ? std::string()
+                                                : std::string(reinterpret_cast<const char*>(bytes),
+                                                    static_cast<std::size_t>(sqlite3_column_bytes(stmt, 0))));
         }
     }
     sqlite3_finalize(stmt);
-    return nomes;
-}
-
-bool BancoCopiado::esgotado() const noexcept
-{
-    return estado_->esgotado;
+    return lidos;
 }
 
 void BancoCopiado::removerCopiasAbandonadas()

@@ -47,8 +47,10 @@ public:
     [[nodiscard]] bool temTabelas(std::initializer_list<const char*> nomes) const;
     // The columns of an ordinary table, empty when it has none or is not one.
     [[nodiscard]] std::vector<std::string> colunas(const char* tabela) const;
-    // Whether the budget ran out (a statement was interrupted because of it).
-    [[nodiscard]] bool esgotado() const noexcept;
+    // The first column of the rows a query gives (bytes as stored), at most so many; what was
+    // read before a failure (the budget, a damaged page) is kept.
+    [[nodiscard]] std::vector<std::string> textos(
+        const char* sql, std::size_t maximo, const char* parametro = nullptr) const;
 
     // Where copies are made: $XDG_RUNTIME_DIR (private to the user and kept in memory) when it
     // is an absolute folder, else the system's temporary folder.

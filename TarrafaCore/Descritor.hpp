@@ -47,17 +47,22 @@ private:
     int fd_;
 };
 
-// Opens a file of someone else's (a browser's database, a desktop list) for reading only:
-// without touching its access time where the kernel allows it (O_NOATIME is refused, EPERM,
-// on files the user does not own), and without blocking should it be a FIFO or a device.
-inline Descritor abrirParaLer(int base, const char* caminho) noexcept
+// Opens without touching the access time where the kernel allows it: O_NOATIME is refused
+// (EPERM) on what the user does not own, which is then opened without it.
+inline Descritor abrirSemTocarAcesso(int base, const char* caminho, int flags) noexcept
 {
-    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    int fd = ::openat(base, caminho, kFlags | O_NOATIME);
+    int fd = ::openat(base, caminho, flags | O_NOATIME);
     if (fd < 0 && errno == EPERM) {
-        fd = ::openat(base, caminho, kFlags);
+        fd = ::openat(base, caminho, flags);
     }
     return Descritor(fd);
+}
+
+// Opens a file of someone else's (a browser's database, a desktop list) for reading only,
+// without touching its access time and without blocking should it be a FIFO or a device.
+inline Descritor abrirParaLer(int base, const char* caminho) noexcept
+{
+    return abrirSemTocarAcesso(base, caminho, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
 }
 
 } // namespace tarrafa

@@ -2,19 +2,15 @@
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
 
 #include "TarrafaCore/BancoCopiado.hpp"
+#include "TarrafaCore/Texto.hpp"
+#include "TarrafaCore/UriDeArquivo.hpp"
 
 #include <sqlite3.h>
-#include <uriparser/Uri.h>
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
 #include <map>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace tarrafa {
@@ -83,36 +79,10 @@ private:
     bool falhou_ = false;
 };
 
-// "file:///home/a/b%20c.pdf" -> "/home/a/b c.pdf", bytes as percent-decoded.
-std::optional<std::string> caminhoDeUri(const std::string& uri)
-{
-    if (uri.rfind("file://", 0) != 0) {
-        return std::nullopt;
-    }
-    std::string saida(uri.size() + 1, '\0');
-    if (uriUriStringToUnixFilenameA(uri.c_str(), saida.data()) != URI_SUCCESS) {
-        return std::nullopt;
-    }
-    saida.resize(std::strlen(saida.c_str()));
-    if (saida.empty() || saida.front() != '/') {
-        return std::nullopt;
-    }
-    return saida;
-}
-
+// Schemes are compared without regard to case ("HTTPS:" is "https:").
 bool comecaCom(std::string_view texto, std::string_view prefixo)
 {
-    if (texto.size() < prefixo.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < prefixo.size(); ++i) {
-        const char c
-            = texto[i] >= 'A' && texto[i] <= 'Z' ? static_cast<char>(texto[i] - 'A' + 'a') : texto[i];
-        if (c != prefixo[i]) {
-            return false;
-        }
-    }
-    return true;
+    return texto.size() >= prefixo.size() && Texto::minusculas(texto.substr(0, prefixo.size())) == prefixo;
 }
 
 bool ehWeb(std::string_view endereco)
@@ -332,7 +302,7 @@ void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vecto
         const std::vector<Visita> nenhuma;
         const std::vector<Visita>& dessas = itVisitas == visitas.end() ? nenhuma : itVisitas->second;
 
-        if (const std::optional<std::string> caminho = caminhoDeUri(anotacoes.texto(2))) {
+        if (const std::optional<std::string> caminho = UriDeArquivo::caminho(anotacoes.texto(2))) {
             RegistroDeDownload registro;
             registro.caminho = *caminho;
             std::string pagina;

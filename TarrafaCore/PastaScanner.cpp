@@ -37,18 +37,12 @@ enum class Links { seguir, naoSeguir };
 constexpr std::size_t kMaximoDeAjudantes = 3;
 constexpr std::size_t kLote = 32;
 
-// Opens a folder for listing without touching its access time. O_NOATIME is refused
-// (EPERM) on folders the user does not own; those are opened without it. The folder the
-// caller names may be a link (a Downloads folder moved elsewhere); below it, links are
-// never followed.
+// Opens a folder for listing without touching its access time. The folder the caller names
+// may be a link (a Downloads folder moved elsewhere); below it, links are never followed.
 Descritor abrirPasta(int base, const char* caminho, Links links)
 {
-    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (links == Links::naoSeguir ? O_NOFOLLOW : 0);
-    int fd = ::openat(base, caminho, flags | O_NOATIME);
-    if (fd < 0 && errno == EPERM) {
-        fd = ::openat(base, caminho, flags);
-    }
-    return Descritor(fd);
+    return abrirSemTocarAcesso(
+        base, caminho, O_RDONLY | O_DIRECTORY | O_CLOEXEC | (links == Links::naoSeguir ? O_NOFOLLOW : 0));
 }
 
 struct Entrada {
@@ -487,7 +481,7 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
     resultado.identidades.reserve(lidas.size());
     for (std::optional<Lida>& lida : lidas) {
         if (lida) {
-            resultado.identidades.emplace(lida->id, lida->identidade);
+            resultado.identidades.push_back(lida->identidade);
             snapshots.emplace_back(std::move(lida->id), Texto::utf8Valido(lida->nome), lida->ehPasta, lida->tamanho,
                                    lida->baixadoEm, lida->criadoEm, lida->ultimoUso, std::move(lida->origens),
                                    lida->ehScreenshot, std::move(lida->agente));

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace tarrafa {
@@ -23,11 +22,11 @@ public:
     // code().message() is the system's description of why.
     [[nodiscard]] std::vector<FileSnapshot> varrer(const std::string& pasta) const;
 
-    // The snapshots, and what each entry was when read (by id), so that whoever acts on an
-    // entry later can first make sure the path still names it.
+    // The snapshots, and what each entry was when read (same order), so that whoever acts on
+    // an entry later can first make sure the path still names it.
     struct Resultado {
         std::vector<FileSnapshot> snapshots;
-        std::unordered_map<std::string, Identidade> identidades;
+        std::vector<Identidade> identidades;
     };
     [[nodiscard]] Resultado varrerComIdentidades(const std::string& pasta) const;
 

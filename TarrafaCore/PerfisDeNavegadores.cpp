@@ -6,8 +6,6 @@
 #include "TarrafaCore/BancoCopiado.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <dirent.h>
 #include <fstream>
@@ -19,12 +17,6 @@
 namespace tarrafa {
 
 namespace {
-
-bool ehArquivoRegular(const std::string& caminho)
-{
-    struct stat info { };
-    return ::stat(caminho.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-}
 
 std::vector<std::string> listarPasta(const std::string& pasta)
 {
@@ -48,10 +40,11 @@ std::vector<std::string> listarPasta(const std::string& pasta)
 // another) is read once.
 class JaVistos {
 public:
-    bool primeiraVez(const std::string& arquivo)
+    // Whether the path is a regular file not seen before.
+    bool novoArquivo(const std::string& arquivo)
     {
         struct stat info { };
-        if (::stat(arquivo.c_str(), &info) != 0) {
+        if (::stat(arquivo.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
             return false;
         }
         return vistos_.emplace(info.st_dev, info.st_ino).second;
@@ -66,7 +59,7 @@ void listarPerfisChromium(const std::string& base, const std::string& agente, Ja
 {
     for (const std::string& perfil : listarPasta(base)) {
         const std::string historico = base + "/" + perfil + "/History";
-        if (ehArquivoRegular(historico) && vistos.primeiraVez(historico)) {
+        if (vistos.novoArquivo(historico)) {
             bancos.push_back({historico, HistoricoDeNavegadores::Tipo::chromium, agente});
         }
     }
@@ -138,21 +131,11 @@ void pastasDoGrupo(const std::string& raiz, std::vector<std::string>& pastas)
         if (std::find(colunas.begin(), colunas.end(), "path") == colunas.end()) {
             continue;
         }
-        sqlite3_stmt* consulta = nullptr;
-        if (sqlite3_prepare_v2(copia->get(), "SELECT path FROM Profiles LIMIT 1000", -1, &consulta, nullptr)
-            == SQLITE_OK) {
-            while (sqlite3_step(consulta) == SQLITE_ROW) {
-                const auto* texto = sqlite3_column_text(consulta, 0);
-                const std::string caminho = texto == nullptr
-                    ? std::string()
-                    : std::string(reinterpret_cast<const char*>(texto),
-                        static_cast<std::size_t>(sqlite3_column_bytes(consulta, 0)));
-                if (!caminho.empty()) {
-                    pastas.push_back(caminho.front() == '/' ? caminho : raiz + "/" + caminho);
-                }
+        for (const std::string& caminho : copia->textos("SELECT path FROM Profiles", 1000)) {
+            if (!caminho.empty()) {
+                pastas.push_back(caminho.front() == '/' ? caminho : raiz + "/" + caminho);
             }
         }
-        sqlite3_finalize(consulta);
     }
 }
 
@@ -165,7 +148,7 @@ void listarPerfisFirefox(
     pastasDoGrupo(raiz, pastas);
     for (const std::string& pasta : pastas) {
         const std::string places = pasta + "/places.sqlite";
-        if (ehArquivoRegular(places) && vistos.primeiraVez(places)) {
+        if (vistos.novoArquivo(places)) {
             bancos.push_back({places, HistoricoDeNavegadores::Tipo::firefox, "Firefox"});
         }
     }

@@ -5,15 +5,14 @@
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Plist.hpp"
 #include "TarrafaCore/Texto.hpp"
+#include "TarrafaCore/UriDeArquivo.hpp"
 
 #include <expat.h>
-#include <uriparser/Uri.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -59,33 +58,6 @@ bool ehNavegador(std::string_view nome)
 {
     const std::string dobrado = Texto::dobrarCaixa(nome);
     return std::find(kNavegadores.begin(), kNavegadores.end(), dobrado) != kNavegadores.end();
-}
-
-// "file:///home/a/b%20c.pdf" -> "/home/a/b c.pdf", the bytes as percent-decoded.
-std::optional<std::string> caminhoDeHref(std::string_view href)
-{
-    std::string uri(href);
-    // "file://localhost/x" names the same file as "file:///x".
-    constexpr std::string_view kLocal = "file://localhost/";
-    if (uri.starts_with(kLocal)) {
-        uri.replace(0, kLocal.size(), "file:///");
-    }
-    if (!uri.starts_with("file:///")) {
-        return std::nullopt;
-    }
-    // A path holds no NUL, and a decoded one would cut the result short.
-    if (uri.find('\0') != std::string::npos || uri.find("%00") != std::string::npos) {
-        return std::nullopt;
-    }
-    std::string caminho(uri.size() + 1, '\0');
-    if (uriUriStringToUnixFilenameA(uri.c_str(), caminho.data()) != URI_SUCCESS) {
-        return std::nullopt;
-    }
-    caminho.resize(std::strlen(caminho.c_str()));
-    if (caminho.empty() || caminho.front() != '/') {
-        return std::nullopt;
-    }
-    return caminho;
 }
 
 const XML_Char* valorDoAtributo(const XML_Char** atributos, std::string_view nome)
@@ -180,7 +152,7 @@ private:
             if (nome == "bookmark") {
                 profundidadeDoBookmark_ = profundidade_;
                 const XML_Char* href = valorDoAtributo(atributos, "href");
-                caminho_ = href != nullptr ? caminhoDeHref(href) : std::nullopt;
+                caminho_ = href != nullptr ? UriDeArquivo::caminho(href) : std::nullopt;
                 ultimoUso_.reset();
             }
             return;

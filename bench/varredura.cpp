@@ -106,24 +106,40 @@ void gerar(const Opcoes& o)
     }
 }
 
+// A database the benchmark writes, closed at the end of the scope; any failure ends the run.
+class BancoGerado {
+public:
+    explicit BancoGerado(const std::string& arquivo)
+    {
+        if (sqlite3_open(arquivo.c_str(), &db_) != SQLITE_OK) {
+            std::fprintf(stderr, "cannot create %s\n", arquivo.c_str());
+            std::exit(1);
+        }
+    }
+    BancoGerado(const BancoGerado&) = delete;
+    BancoGerado& operator=(const BancoGerado&) = delete;
+    ~BancoGerado() { sqlite3_close(db_); }
+
+    void operator()(const std::string& comando) const
+    {
+        char* erro = nullptr;
+        if (sqlite3_exec(db_, comando.c_str(), nullptr, nullptr, &erro) != SQLITE_OK) {
+            std::fprintf(stderr, "sqlite: %s\n", erro != nullptr ? erro : "?");
+            std::exit(1);
+        }
+    }
+
+private:
+    sqlite3* db_ = nullptr;
+};
+
 // A Chromium "History" with download records for a third of the top-level files, padded with
 // browsing history (as real ones are) up to about the requested size.
 void gerarHistorico(const Opcoes& o, const std::string& casa)
 {
     const std::string pasta = casa + "/.config/google-chrome/Default";
     std::filesystem::create_directories(pasta);
-    sqlite3* db = nullptr;
-    if (sqlite3_open((pasta + "/History").c_str(), &db) != SQLITE_OK) {
-        std::fprintf(stderr, "cannot create the history database\n");
-        std::exit(1);
-    }
-    auto sql = [&](const std::string& comando) {
-        char* erro = nullptr;
-        if (sqlite3_exec(db, comando.c_str(), nullptr, nullptr, &erro) != SQLITE_OK) {
-            std::fprintf(stderr, "sqlite: %s\n", erro != nullptr ? erro : "?");
-            std::exit(1);
-        }
-    };
+    const BancoGerado sql(pasta + "/History");
     sql("PRAGMA journal_mode=WAL");
     sql("CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path LONGVARCHAR NOT NULL, end_time INTEGER NOT "
         "NULL, opened INTEGER NOT NULL, last_access_time INTEGER NOT NULL, referrer VARCHAR NOT NULL)");
@@ -152,7 +168,6 @@ void gerarHistorico(const Opcoes& o, const std::string& casa)
             sql("BEGIN");
         }
     }
-    sqlite3_close(db);
 }
 
 // A Firefox profile (found through profiles.ini in the XDG configuration folder, where new
@@ -168,18 +183,7 @@ void gerarFirefox(const Opcoes& o, const std::string& casa)
         std::fputs("[Profile0]\nName=default-esr\nIsRelative=1\nPath=bench.default-esr\nDefault=1\n", ini);
         std::fclose(ini);
     }
-    sqlite3* db = nullptr;
-    if (sqlite3_open((raiz + "/bench.default-esr/places.sqlite").c_str(), &db) != SQLITE_OK) {
-        std::fprintf(stderr, "cannot create the Firefox database\n");
-        std::exit(1);
-    }
-    auto sql = [&](const std::string& comando) {
-        char* erro = nullptr;
-        if (sqlite3_exec(db, comando.c_str(), nullptr, nullptr, &erro) != SQLITE_OK) {
-            std::fprintf(stderr, "sqlite: %s\n", erro != nullptr ? erro : "?");
-            std::exit(1);
-        }
-    };
+    const BancoGerado sql(raiz + "/bench.default-esr/places.sqlite");
     sql("PRAGMA page_size=32768");
     sql("PRAGMA journal_mode=WAL");
     sql("CREATE TABLE moz_places (id INTEGER PRIMARY KEY, url LONGVARCHAR, title LONGVARCHAR, rev_host LONGVARCHAR, "
@@ -231,7 +235,6 @@ void gerarFirefox(const Opcoes& o, const std::string& casa)
             sql("BEGIN");
         }
     }
-    sqlite3_close(db);
 }
 
 double segundos(std::chrono::steady_clock::duration d)

@@ -372,9 +372,13 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta)
     }
     try {
         PastaScanner::Resultado lido = PastaScanner().varrerComIdentidades(pasta);
+        std::unordered_map<std::string, Identidade> identidades;
+        identidades.reserve(lido.snapshots.size());
+        for (std::size_t i = 0; i < lido.snapshots.size(); ++i) {
+            identidades.emplace(lido.snapshots[i].id(), lido.identidades[i]);
+        }
         std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(lido.snapshots);
-        return {std::move(lido.snapshots), std::move(lido.identidades), std::move(grupos), std::nullopt,
-            std::nullopt};
+        return {std::move(lido.snapshots), std::move(identidades), std::move(grupos), std::nullopt, std::nullopt};
     } catch (const std::system_error& erro) {
         return {{}, {}, {}, erro.code().message(), std::nullopt};
     } catch (const std::exception& erro) {

@@ -23,9 +23,7 @@ namespace {
 class CliSinais : public ::testing::Test {
 protected:
     teste::CasaFalsa casa;
-    teste::PastaTemporaria runtime;
-    teste::VariavelTemporaria xdgRuntime {"XDG_RUNTIME_DIR", runtime.caminho()};
-    teste::VariavelTemporaria tmpdir {"TMPDIR", runtime.caminho()};
+    teste::PastaDeCopias runtime;
 
     // A real History, made large (a few hundred megabytes) so that copying it takes long
     // enough for a signal to land in the middle.

@@ -161,4 +161,21 @@ private:
     VariavelTemporaria dirs_;
 };
 
+// Where the history reader makes its private copies, for the life of the object: a fresh
+// folder that both $XDG_RUNTIME_DIR and $TMPDIR point at, so that a copy left behind shows.
+class PastaDeCopias {
+public:
+    PastaDeCopias() = default;
+    PastaDeCopias(const PastaDeCopias&) = delete;
+    PastaDeCopias& operator=(const PastaDeCopias&) = delete;
+
+    [[nodiscard]] const std::string& caminho() const { return pasta_.caminho(); }
+    [[nodiscard]] bool vazia() const { return std::filesystem::is_empty(pasta_.caminho()); }
+
+private:
+    PastaTemporaria pasta_;
+    VariavelTemporaria runtime_ {"XDG_RUNTIME_DIR", pasta_.caminho()};
+    VariavelTemporaria tmpdir_ {"TMPDIR", pasta_.caminho()};
+};
+
 } // namespace tarrafa::teste

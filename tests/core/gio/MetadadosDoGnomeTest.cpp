@@ -56,8 +56,7 @@ protected:
         teste::criarPasta(downloads);
     }
     teste::PastaTemporaria pasta;
-    teste::PastaTemporaria copias;
-    teste::VariavelTemporaria runtime {"XDG_RUNTIME_DIR", copias.caminho()};
+    teste::PastaDeCopias copias;
     std::string downloads = pasta / "Downloads";
 };
 

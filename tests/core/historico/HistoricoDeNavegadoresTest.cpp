@@ -32,14 +32,12 @@ using teste::inserirFirefox;
 class HistoricoTest : public ::testing::Test {
 protected:
     CasaFalsa casa;
-    PastaTemporaria temporarios; // the copies are made here and must be gone afterwards
-    teste::VariavelTemporaria tmpdir{"TMPDIR", temporarios.caminho()};
-    teste::VariavelTemporaria runtime{"XDG_RUNTIME_DIR", temporarios.caminho()};
+    teste::PastaDeCopias copias; // the copies are made here and must be gone afterwards
     std::string downloads = casa / "Downloads";
 
     void SetUp() override { teste::criarPasta(downloads); }
 
-    [[nodiscard]] bool semSobras() const { return std::filesystem::is_empty(temporarios.caminho()); }
+    [[nodiscard]] bool semSobras() const { return copias.vazia(); }
 };
 
 TEST_F(HistoricoTest, ChromiumRecordFillsOriginsDatesAndAgent)

@@ -28,9 +28,7 @@ constexpr double kLimiteEmSegundos = 3.0;
 class HostisTest : public ::testing::Test {
 protected:
     teste::CasaFalsa casa;
-    teste::PastaTemporaria temporarios;
-    teste::VariavelTemporaria tmpdir {"TMPDIR", temporarios.caminho()};
-    teste::VariavelTemporaria runtime {"XDG_RUNTIME_DIR", temporarios.caminho()};
+    teste::PastaDeCopias copias;
 
     // A well-behaved second profile, to show that one hostile database costs only itself.
     void SetUp() override
@@ -41,7 +39,7 @@ protected:
             {"https://bom.test/bom.pdf"});
     }
 
-    [[nodiscard]] bool semSobras() const { return std::filesystem::is_empty(temporarios.caminho()); }
+    [[nodiscard]] bool semSobras() const { return copias.vazia(); }
 
     // Reads every history under the fake home, on a thread, so that a hang fails the test
     // instead of stalling the run; returns the seconds it took.
@@ -185,7 +183,7 @@ void envelhecer(const std::string& caminho, int segundos)
 
 TEST_F(HostisTest, CopiesLeftByAScanThatWasKilledAreRemovedByTheNextOne)
 {
-    const std::string base = temporarios.caminho();
+    const std::string base = copias.caminho();
     const std::string morta = base + "/tarrafa-historico-" + std::to_string(processoMorto()) + "-aB3dE9";
     const std::string viva = base + "/tarrafa-historico-" + std::to_string(::getppid()) + "-Zz0011";
     const std::string antigaVelha = base + "/tarrafa-historico-Qw12Er"; // named as older builds did
@@ -196,7 +194,8 @@ TEST_F(HostisTest, CopiesLeftByAScanThatWasKilledAreRemovedByTheNextOne)
     }
     envelhecer(antigaVelha, 3600);
     // A copy caught with its name, database and log, by a process killed in that instant.
-    const std::string nomeada = base + "/tarrafa-historico-" + std::to_string(processoMorto()) + "-k3Jd8sLq0P";
+    const std::string nomeada
+        = base + "/tarrafa-historico-" + std::to_string(processoMorto()) + "-k3Jd8sLq0P";
     teste::escrever(nomeada, std::string(4096, 'x'));
     teste::escrever(nomeada + "-wal", "w");
     // A link named like a copy is not followed, whatever it points at.
@@ -224,7 +223,7 @@ TEST_F(HostisTest, CopiesLeftByAScanThatWasKilledAreRemovedByTheNextOne)
 
 TEST_F(HostisTest, TheCopyGoesToTheRuntimeFolderWhenThereIsOneElseToTheTemporaryFolder)
 {
-    EXPECT_EQ(BancoCopiado::pastaDasCopias(), temporarios.caminho());
+    EXPECT_EQ(BancoCopiado::pastaDasCopias(), copias.caminho());
     const teste::PastaTemporaria outra;
     {
         const teste::VariavelTemporaria semRuntime {"XDG_RUNTIME_DIR", std::nullopt};

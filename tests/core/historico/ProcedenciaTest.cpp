@@ -23,9 +23,7 @@ using teste::DownloadChromium;
 class ProcedenciaTest : public ::testing::Test {
 protected:
     teste::CasaFalsa casa;
-    teste::PastaTemporaria temporarios;
-    teste::VariavelTemporaria tmpdir {"TMPDIR", temporarios.caminho()};
-    teste::VariavelTemporaria runtime {"XDG_RUNTIME_DIR", temporarios.caminho()};
+    teste::PastaDeCopias copias;
     std::string downloads = casa / "Downloads";
     // A moment in the past all the tests' downloads happen around.
     static constexpr double kAgora = 1'760'000'000.0;
@@ -45,6 +43,16 @@ protected:
     {
         auto banco = std::make_unique<Banco>(casa / (".config/chromium/" + perfil + "/History"));
         teste::criarTabelasChromium(*banco);
+        return banco;
+    }
+
+    // A Firefox profile "p" listed in the profiles.ini of a root, with its visits table.
+    std::unique_ptr<Banco> firefox(const std::string& raiz)
+    {
+        teste::escrever(raiz + "/profiles.ini", "[Profile0]\nIsRelative=1\nPath=p\n");
+        auto banco = std::make_unique<Banco>(raiz + "/p/places.sqlite");
+        teste::criarTabelasFirefox(*banco);
+        teste::criarVisitasFirefox(*banco);
         return banco;
     }
 
@@ -194,10 +202,8 @@ TEST_F(ProcedenciaTest, FirefoxRecordsCountOnlyWhenFinishedAndOfTheFilesSize)
     arquivo("falhou.pdf", "abcde");
     arquivo("trocado.pdf", "abcdef");
     arquivo("antigo.pdf", "abcd"); // a metaData of older Firefox, without state or size
-    const std::string raiz = casa / ".mozilla/firefox";
-    teste::escrever(raiz + "/profiles.ini", "[Profile0]\nIsRelative=1\nPath=p\n");
-    Banco banco(raiz + "/p/places.sqlite");
-    teste::criarTabelasFirefox(banco);
+    const auto places = firefox(casa / ".mozilla/firefox");
+    Banco& banco = *places;
     teste::inserirFirefox(banco, 1, "https://f.test/ok.pdf", "file://" + downloads + "/ok.pdf",
         R"({"state":1,"endTime":1760000000000,"fileSize":3})");
     teste::inserirFirefox(banco, 2, "https://f.test/falhou.pdf", "file://" + downloads + "/falhou.pdf",
@@ -210,6 +216,16 @@ TEST_F(ProcedenciaTest, FirefoxRecordsCountOnlyWhenFinishedAndOfTheFilesSize)
     EXPECT_TRUE(origens("falhou.pdf").empty());
     EXPECT_TRUE(origens("trocado.pdf").empty());
     EXPECT_EQ(origens("antigo.pdf"), std::vector<std::string> {"https://f.test/antigo.pdf"});
+}
+
+TEST_F(ProcedenciaTest, AFirefoxDestinationWithAnEncodedNulNamesNoFile)
+{
+    arquivo("x", "abc");
+    const auto places = firefox(casa / ".mozilla/firefox");
+    // Decoded, "%00" would cut the path short at ".../x" and lend the record to that file.
+    teste::inserirFirefox(*places, 1, "https://f.test/x", "file://" + downloads + "/x%00.exe",
+        R"({"state":1,"endTime":1760000000000,"fileSize":3})");
+    EXPECT_TRUE(origens("x").empty());
 }
 
 TEST_F(ProcedenciaTest, AWebApplicationsExportComesFromItsPageAndADataAddressIsNeverKept)
@@ -242,11 +258,8 @@ TEST_F(ProcedenciaTest, FirefoxNamesThePageThatLedToTheDownloadThroughItsVisits)
 {
     arquivo("tabela.xlsx", "xlsx");
     arquivo("redirecionado.zip", "zip!!");
-    const std::string raiz = casa / ".mozilla/firefox";
-    teste::escrever(raiz + "/profiles.ini", "[Profile0]\nIsRelative=1\nPath=p\n");
-    Banco banco(raiz + "/p/places.sqlite");
-    teste::criarTabelasFirefox(banco);
-    teste::criarVisitasFirefox(banco);
+    const auto places = firefox(casa / ".mozilla/firefox");
+    Banco& banco = *places;
     banco.sql("INSERT INTO moz_places (id, url) VALUES (10, 'https://portal.test/downloads.html'), "
               "(11, 'https://dl.test/r/9')");
     teste::inserirFirefox(banco, 1, "https://cdn.test/tabela.xlsx", "file://" + downloads + "/tabela.xlsx",
@@ -369,11 +382,8 @@ TEST_F(ProcedenciaTest, FirefoxsFirstCopyOfAnAddressDownloadedTwiceIsFoundByItsV
 {
     arquivo("boleto.pdf", "boleto", kAgora);
     arquivo("boleto(1).pdf", "boleto", kAgora + 40);
-    const std::string raiz = casa / ".config/mozilla/firefox";
-    teste::escrever(raiz + "/profiles.ini", "[Profile0]\nIsRelative=1\nPath=p\n");
-    Banco banco(raiz + "/p/places.sqlite");
-    teste::criarTabelasFirefox(banco);
-    teste::criarVisitasFirefox(banco);
+    const auto places = firefox(casa / ".config/mozilla/firefox");
+    Banco& banco = *places;
     // Firefox overwrote the annotations with the second download; both visits remain.
     teste::inserirFirefox(banco, 1, "https://banco.test/boleto.pdf", "file://" + downloads + "/boleto(1).pdf",
         R"({"state":1,"endTime":1760000040000,"fileSize":6})");
