@@ -182,6 +182,7 @@ struct BancoCopiado::Estado {
     std::string nome;
     Vaga* vaga = nullptr;
     std::chrono::steady_clock::time_point prazo;
+    std::stop_token parar;
 
     ~Estado() { descartarNomes(); }
 
@@ -205,7 +206,7 @@ int verificarPrazo(void* dados)
 {
     auto* estado = static_cast<BancoCopiado::Estado*>(dados);
     // Non-zero interrupts the statement.
-    return std::chrono::steady_clock::now() > estado->prazo ? 1 : 0;
+    return estado->parar.stop_requested() || std::chrono::steady_clock::now() > estado->prazo ? 1 : 0;
 }
 
 bool executar(sqlite3* db, const char* sql)
@@ -262,10 +263,14 @@ std::string BancoCopiado::pastaDasCopias()
 }
 
 std::unique_ptr<BancoCopiado> BancoCopiado::abrir(
-    const std::string& arquivo, std::chrono::milliseconds orcamento)
+    const std::string& arquivo, std::chrono::milliseconds orcamento, std::stop_token parar)
 {
+    if (parar.stop_requested()) {
+        return nullptr;
+    }
     auto estado = std::make_unique<Estado>();
     estado->prazo = std::chrono::steady_clock::now() + orcamento;
+    estado->parar = std::move(parar);
 
     // The database, its log and its journal are opened now, so that what is copied belongs
     // together; the log and the journal are optional.

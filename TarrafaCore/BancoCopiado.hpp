@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -34,9 +35,9 @@ public:
 
     // Copies and opens the database; null when it is missing, not a regular file, too large,
     // does not fit the free space, or cannot be copied or opened. The budget covers every
-    // statement run on it from now on.
+    // statement run on it from now on; a stop request ends it at once.
     [[nodiscard]] static std::unique_ptr<BancoCopiado> abrir(
-        const std::string& arquivo, std::chrono::milliseconds orcamento);
+        const std::string& arquivo, std::chrono::milliseconds orcamento, std::stop_token parar = {});
 
     BancoCopiado(const BancoCopiado&) = delete;
     BancoCopiado& operator=(const BancoCopiado&) = delete;

@@ -333,10 +333,11 @@ void lerFirefox(const BancoCopiado& banco, const std::string& agente, std::vecto
     }
 }
 
-void lerBanco(const HistoricoDeNavegadores::Banco& banco, std::vector<RegistroDeDownload>& saida)
+void lerBanco(
+    const HistoricoDeNavegadores::Banco& banco, std::vector<RegistroDeDownload>& saida, const std::stop_token& parar)
 {
     const std::unique_ptr<BancoCopiado> copia
-        = BancoCopiado::abrir(banco.arquivo, HistoricoDeNavegadores::kOrcamentoPorBanco);
+        = BancoCopiado::abrir(banco.arquivo, HistoricoDeNavegadores::kOrcamentoPorBanco, parar);
     if (!copia) {
         return;
     }
@@ -349,19 +350,22 @@ void lerBanco(const HistoricoDeNavegadores::Banco& banco, std::vector<RegistroDe
 
 } // namespace
 
-HistoricoDeNavegadores HistoricoDeNavegadores::ler(const std::vector<Banco>& bancos)
+HistoricoDeNavegadores HistoricoDeNavegadores::ler(const std::vector<Banco>& bancos, std::stop_token parar)
 {
     BancoCopiado::removerCopiasAbandonadas();
     HistoricoDeNavegadores historico;
     for (const Banco& banco : bancos) {
-        lerBanco(banco, historico.registros_);
+        if (parar.stop_requested()) {
+            break;
+        }
+        lerBanco(banco, historico.registros_, parar);
     }
     return historico;
 }
 
-HistoricoDeNavegadores HistoricoDeNavegadores::carregar()
+HistoricoDeNavegadores HistoricoDeNavegadores::carregar(std::stop_token parar)
 {
-    return ler(encontrarBancos());
+    return ler(encontrarBancos(), std::move(parar));
 }
 
 const RegistroDeDownload* HistoricoDeNavegadores::procurar(const std::string& caminho) const

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -53,10 +54,10 @@ public:
     [[nodiscard]] static std::vector<Banco> encontrarBancos();
     // Reads the given databases; one that is missing, locked, corrupt, hostile or of an unknown
     // layout is skipped without a word. Copies left by an earlier scan that was killed are
-    // removed first.
-    [[nodiscard]] static HistoricoDeNavegadores ler(const std::vector<Banco>& bancos);
+    // removed first. A stop request ends the reading at once, with what was read so far.
+    [[nodiscard]] static HistoricoDeNavegadores ler(const std::vector<Banco>& bancos, std::stop_token parar = {});
     // encontrarBancos() then ler().
-    [[nodiscard]] static HistoricoDeNavegadores carregar();
+    [[nodiscard]] static HistoricoDeNavegadores carregar(std::stop_token parar = {});
 
     // Every completed download record read, in no particular order.
     [[nodiscard]] const std::vector<RegistroDeDownload>& registros() const noexcept { return registros_; }

@@ -179,7 +179,7 @@ std::string juntar(const std::string& pasta, const std::string& nome)
 }
 
 // Allocated size of everything visible below the open folder.
-std::int64_t somarPasta(Descritor raiz)
+std::int64_t somarPasta(Descritor raiz, const std::stop_token& parar)
 {
     // Depth-first with an explicit stack, so a deep tree cannot exhaust the call stack, and
     // always relative to a held descriptor, never by path: no level is too deep for PATH_MAX
@@ -214,6 +214,9 @@ std::int64_t somarPasta(Descritor raiz)
         }
         Nivel nivel;
         for (Entrada& entrada : entradas) {
+            if (parar.stop_requested()) {
+                return;
+            }
             if (!ehVisivel(entrada.nome, ocultos)) {
                 continue;
             }
@@ -243,7 +246,7 @@ std::int64_t somarPasta(Descritor raiz)
     };
 
     entrar(std::move(raiz));
-    while (!pilha.empty()) {
+    while (!pilha.empty() && !parar.stop_requested()) {
         Nivel& topo = pilha.back();
         if (topo.proxima < topo.subpastas.size()) {
             const std::string& nome = topo.subpastas[topo.proxima++];
@@ -294,7 +297,7 @@ struct Lida {
 // One visible entry of the scanned folder; none when it vanished after the listing or
 // cannot be read.
 std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
-                               const Spotlight::Indice& indice)
+                               const Spotlight::Indice& indice, const std::stop_token& parar)
 {
     struct statx info {};
     constexpr unsigned kCampos
@@ -314,7 +317,7 @@ std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::st
         // Opened beside the entry just read and never through a link: should the folder be
         // swapped for a link in between, the walk does not leave the scanned folder.
         Descritor sub = abrirPasta(pasta, nome.c_str(), Links::naoSeguir);
-        lida.tamanho = sub.valido() ? somarPasta(std::move(sub)) : 0;
+        lida.tamanho = sub.valido() ? somarPasta(std::move(sub), parar) : 0;
     } else if ((info.stx_mask & STATX_SIZE) != 0) {
         lida.tamanho = static_cast<std::int64_t>(info.stx_size);
     } else if ((info.stx_mask & STATX_BLOCKS) != 0) {
@@ -399,7 +402,7 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
         ocultos = lerOcultos(fd.get());
     }
     // Read once per scan and dropped with it.
-    std::future<HistoricoDeNavegadores> historicoFuturo = aoLado([] { return HistoricoDeNavegadores::carregar(); });
+    std::future<HistoricoDeNavegadores> historicoFuturo = aoLado([this] { return HistoricoDeNavegadores::carregar(parar_); });
     std::future<MetadadosDoGnome> gnomeFuturo = aoLado([&raiz] { return MetadadosDoGnome(raiz); });
     const Spotlight::Indice indice = Spotlight::Indice::carregar();
 
@@ -420,12 +423,12 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
     const auto ler = [&] {
         for (;;) {
             const std::size_t inicio = proximoLote.fetch_add(kLote);
-            if (inicio >= visiveis.size()) {
+            if (inicio >= visiveis.size() || parar_.stop_requested()) {
                 return;
             }
             const std::size_t fim = std::min(visiveis.size(), inicio + kLote);
             for (std::size_t i = inicio; i < fim; ++i) {
-                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice);
+                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice, parar_);
             }
         }
     };
@@ -458,6 +461,10 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
 
     // Which browser record is which file: only regular files were downloaded.
     const HistoricoDeNavegadores historico = historicoFuturo.get();
+    if (parar_.stop_requested()) {
+        // Whatever was read is incomplete: nobody may take it for the folder.
+        throw std::system_error(ECANCELED, std::generic_category(), raiz);
+    }
     std::vector<CasamentoDeDownloads::Arquivo> arquivos;
     std::vector<std::size_t> deQual;
     for (std::size_t i = 0; i < lidas.size(); ++i) {
@@ -498,7 +505,7 @@ Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<D
 std::int64_t PastaScanner::tamanhoDaPasta(const std::string& pasta)
 {
     Descritor raiz = abrirPasta(AT_FDCWD, pasta.c_str(), Links::seguir);
-    return raiz.valido() ? somarPasta(std::move(raiz)) : 0;
+    return raiz.valido() ? somarPasta(std::move(raiz), {}) : 0;
 }
 
 } // namespace tarrafa

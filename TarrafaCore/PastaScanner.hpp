@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,13 @@ namespace tarrafa {
 class PastaScanner final {
 public:
     PastaScanner() = default;
+    // A scan that can be called off: once stop is requested it gives up within moments
+    // (between two entries, two files below a folder, two steps of a browser database) and
+    // throws std::system_error with ECANCELED.
+    explicit PastaScanner(std::stop_token parar)
+        : parar_(std::move(parar))
+    {
+    }
 
     // The visible entries of the folder, in the order the directory gives them.
     // Throws std::system_error when the folder itself cannot be listed; its
@@ -37,6 +45,9 @@ public:
     // When the entry came to be: its birth time where the file system records one, else its
     // modification time, else the distant past (so that it sorts as the oldest).
     [[nodiscard]] static Date dataDeCriacao(std::optional<Date> nascimento, std::optional<Date> modificacao) noexcept;
+
+private:
+    std::stop_token parar_;
 };
 
 } // namespace tarrafa

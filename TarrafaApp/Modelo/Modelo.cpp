@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
-#include "TarrafaApp/Modelo/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
@@ -27,17 +26,6 @@
 #include <utility>
 
 namespace tarrafa::app {
-
-// What one background scan hands back: the snapshots and their groups, or why the folder
-// could not be read.
-struct Modelo::Varredura {
-    std::vector<FileSnapshot> snapshots;
-    std::unordered_map<std::string, Identidade> identidades;
-    std::vector<GrupoOrigem> grupos;
-    std::optional<std::string> falha;
-    // The folder is the home (Downloads turned off): not scanned; the message says why.
-    std::optional<std::string> naoConfigurada;
-};
 
 namespace {
 
@@ -83,17 +71,26 @@ Modelo::Modelo(std::string pasta, QString arquivoDecisoes, QObject* parent)
     : QObject(parent)
     , pasta_(std::move(pasta))
     , arquivoDecisoes_(std::move(arquivoDecisoes))
+    , arquivo_(std::make_shared<ArquivoDeDecisoes>(QFile::encodeName(arquivoDecisoes_).toStdString()))
 {
+    // Saves run one at a time, in order, and never wait behind a scan.
+    gravador_.setMaxThreadCount(1);
     // A folder that cannot be made shows up later as a decision file that cannot be written,
     // which is silent too.
     QDir().mkpath(QFileInfo(arquivoDecisoes_).absolutePath());
-    decisoes_ = ArquivoDeDecisoes::ler(arquivoDecisoes_);
+    decisoes_ = arquivo_->ler();
     // Queued, so that whoever connects right after construction sees the whole first scan.
     QMetaObject::invokeMethod(
         this, [this] { varrer(); }, Qt::QueuedConnection);
 }
 
-Modelo::~Modelo() = default;
+Modelo::~Modelo()
+{
+    // A scan still running is called off and finds nobody to hand its result to; the
+    // decisions taken are on disk before the model goes.
+    pararVarredura_.request_stop();
+    concluirGravacoes();
+}
 
 void Modelo::setBusca(const QString& busca)
 {
@@ -250,16 +247,26 @@ void Modelo::varrer()
 {
     setCarregando(true);
     setErro(std::nullopt);
-    // No guard against a scan already running: each one applies its own result. The watcher
-    // belongs to the model, so a result that arrives after the model is gone is dropped.
-    // (QFuture::then with a context asserts in Qt 6.4 when the context dies first.)
+    // The folder read by a scan that started earlier is older than this one's: it is called
+    // off, and should it finish all the same its result is dropped. Applied last, it would
+    // bring back files moved to the Trash in between.
+    pararVarredura_.request_stop();
+    pararVarredura_ = std::stop_source();
+    const std::uint64_t esta = ++varreduraMaisNova_;
+    // The watcher belongs to the model, so a result that arrives after the model is gone is
+    // dropped. (QFuture::then with a context asserts in Qt 6.4 when the context dies first.)
     auto* vigia = new QFutureWatcher<Varredura>(this);
-    connect(vigia, &QFutureWatcherBase::finished, this, [this, vigia] {
+    connect(vigia, &QFutureWatcherBase::finished, this, [this, vigia, esta] {
         Q_ASSERT(QThread::currentThread() == thread());
         vigia->deleteLater();
-        aplicar(vigia->future().takeResult());
+        if (esta == varreduraMaisNova_) {
+            aplicar(vigia->future().takeResult());
+        }
     });
-    vigia->setFuture(QtConcurrent::run([pasta = pasta_] { return varrerEmSegundoPlano(pasta); }));
+    vigia->setFuture(QtConcurrent::run(
+        [pasta = pasta_, parar = pararVarredura_.get_token(), varredor = varredor_] {
+            return varredor ? varredor(pasta, parar) : varrerEmSegundoPlano(pasta, parar);
+        }));
 }
 
 void Modelo::aplicar(Varredura resultado)
@@ -291,6 +298,7 @@ void Modelo::decidir(const std::vector<std::string>& ids, Decisao decisao)
 {
     for (const std::string& id : ids) {
         decisoes_.insert_or_assign(id, decisao);
+        pendentes_.decidir(id, decisao);
         Q_EMIT decisoesChanged();
     }
     salvarDecisoes();
@@ -330,17 +338,99 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 void Modelo::podarDecisoes(const std::unordered_set<std::string>& existentes)
 {
     const std::size_t antes = decisoes_.size();
-    std::erase_if(decisoes_, [&](const auto& entrada) { return !existentes.contains(entrada.first); });
+    std::erase_if(decisoes_, [&](const auto& entrada) {
+        if (existentes.contains(entrada.first)) {
+            return false;
+        }
+        pendentes_.esquecer(entrada.first);
+        return true;
+    });
     if (decisoes_.size() != antes) {
         Q_EMIT decisoesChanged();
         salvarDecisoes();
     }
 }
 
-void Modelo::salvarDecisoes() const
+void Modelo::salvarDecisoes()
 {
-    // A failed write leaves the old file; the decisions in memory stay as they are.
-    ArquivoDeDecisoes::gravar(arquivoDecisoes_, decisoes_);
+    gravacaoPedida_ = true;
+    if (gravacaoEmCurso_ == nullptr) {
+        // Queued: the decisions taken in the same turn of the event loop go in one write.
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (gravacaoPedida_ && gravacaoEmCurso_ == nullptr) {
+                    iniciarGravacao();
+                }
+            },
+            Qt::QueuedConnection);
+    }
+}
+
+void Modelo::iniciarGravacao()
+{
+    gravacaoPedida_ = false;
+    emVoo_ = std::exchange(pendentes_, {});
+    auto* vigia = new QFutureWatcher<ArquivoDeDecisoes::Gravacao>(this);
+    gravacaoEmCurso_ = vigia;
+    connect(vigia, &QFutureWatcherBase::finished, this, [this, vigia] {
+        if (gravacaoEmCurso_ != vigia) {
+            return; // already taken in by concluirGravacoes()
+        }
+        gravacaoEmCurso_ = nullptr;
+        vigia->deleteLater();
+        concluirGravacao(vigia->future().takeResult());
+        if (gravacaoPedida_) {
+            iniciarGravacao();
+        }
+    });
+    // The file object is shared with the thread, the changes copied: a few entries, never
+    // the whole set of decisions, so the interface thread does not pay for its size.
+    vigia->setFuture(QtConcurrent::run(&gravador_, [arquivo = arquivo_, mudancas = emVoo_] {
+        return arquivo->gravar(mudancas);
+    }));
+}
+
+void Modelo::concluirGravacao(ArquivoDeDecisoes::Gravacao gravacao)
+{
+    if (gravacao.falha) {
+        // The old file is as it was; these changes go with the next save.
+        ArquivoDeDecisoes::Mudancas maisNovas = std::exchange(pendentes_, std::exchange(emVoo_, {}));
+        pendentes_.juntar(std::move(maisNovas));
+        return;
+    }
+    emVoo_ = {};
+    if (!gravacao.atuais) {
+        return;
+    }
+    // Someone else wrote the file too: theirs and ours are now in it. What was decided here
+    // since this save started goes on top, and so do the paths the file cannot hold.
+    ArquivoDeDecisoes::Decisoes atuais = std::move(*gravacao.atuais);
+    for (const auto& [id, decisao] : decisoes_) {
+        if (!Texto::ehUtf8Valido(id)) {
+            atuais.insert_or_assign(id, decisao);
+        }
+    }
+    pendentes_.aplicarEm(atuais);
+    decisoes_ = std::move(atuais);
+    Q_EMIT decisoesChanged();
+}
+
+void Modelo::concluirGravacoes()
+{
+    for (;;) {
+        if (gravacaoEmCurso_ != nullptr) {
+            QFutureWatcher<ArquivoDeDecisoes::Gravacao>* vigia = std::exchange(gravacaoEmCurso_, nullptr);
+            vigia->waitForFinished();
+            ArquivoDeDecisoes::Gravacao gravacao = vigia->future().takeResult();
+            delete vigia;
+            concluirGravacao(std::move(gravacao));
+        } else if (gravacaoPedida_) {
+            iniciarGravacao();
+        } else {
+            return;
+        }
+    }
 }
 
 void Modelo::setCarregando(bool carregando)
@@ -363,7 +453,7 @@ void Modelo::setErro(std::optional<QString> erro)
 
 // Runs on a pool thread: touches nothing but its own copy of the folder's path, and turns
 // every exception into a value so that none crosses back to the interface thread.
-Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta)
+Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const std::stop_token& parar)
 {
     // A Downloads folder turned off points at the home: its Documents, Music and Pictures are
     // not downloads, and never Trash candidates.
@@ -371,7 +461,7 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta)
         return {{}, {}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
     }
     try {
-        PastaScanner::Resultado lido = PastaScanner().varrerComIdentidades(pasta);
+        PastaScanner::Resultado lido = PastaScanner(parar).varrerComIdentidades(pasta);
         std::unordered_map<std::string, Identidade> identidades;
         identidades.reserve(lido.snapshots.size());
         for (std::size_t i = 0; i < lido.snapshots.size(); ++i) {

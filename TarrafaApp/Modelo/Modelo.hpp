@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "TarrafaApp/Modelo/Decisao.hpp"
+#include "TarrafaCore/ArquivoDeDecisoes.hpp"
+#include "TarrafaCore/Decisao.hpp"
 #include "TarrafaApp/Modelo/Destino.hpp"
 #include "TarrafaCore/Identidade.hpp"
 #include "TarrafaCore/RaioX.hpp"
@@ -9,8 +10,14 @@
 
 #include <QObject>
 #include <QString>
+#include <QFutureWatcher>
+#include <QThreadPool>
 
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -67,16 +74,39 @@ public:
     // counts its undecided items; none for the diagnostics row (and for a group not listed).
     [[nodiscard]] std::optional<int> contagem(const Destino& destino) const;
 
-    // Scans the folder again in the background; the result (or error) arrives later.
+    // Scans the folder again in the background; the result (or error) arrives later. A scan
+    // still running is called off: only the newest scan's result is ever applied.
     void varrer();
-    // Records a decision for each file and saves the file once, even for an empty list.
+    // Records a decision for each file and has the file saved, even for an empty list.
+    // Saving happens on a thread of its own, once for all the decisions taken meanwhile.
     void decidir(const std::vector<std::string>& ids, Decisao decisao);
     // Moves the files to the Trash, marks the moved ones resolved and starts a new scan.
     void moverParaLixeira(const std::vector<ItemTriado>& itens);
     // Forgets decisions of files that are not in existentes; saves only if something went.
     void podarDecisoes(const std::unordered_set<std::string>& existentes);
-    // Writes the decision file; failures are silent.
-    void salvarDecisoes() const;
+    // Has the decision file written; failures are silent, the decisions stay in memory and
+    // are written with the next save.
+    void salvarDecisoes();
+    // Blocks until every save asked for so far is done (or failed).
+    void concluirGravacoes();
+
+    // What one background scan hands back: the snapshots and their groups, or why the folder
+    // could not be read.
+    struct Varredura {
+        std::vector<FileSnapshot> snapshots;
+        std::unordered_map<std::string, Identidade> identidades;
+        std::vector<GrupoOrigem> grupos;
+        std::optional<std::string> falha;
+        // The folder is the home (Downloads turned off): not scanned; the message says why.
+        std::optional<std::string> naoConfigurada;
+    };
+    // Reads the folder and triages it, on whatever thread calls it; gives up (with a failure)
+    // once stop is requested.
+    [[nodiscard]] static Varredura varrerEmSegundoPlano(const std::string& pasta, const std::stop_token& parar);
+    // Replaces how the scans from now on read the folder (runs on a pool thread); tests use
+    // it to decide when a scan ends. Empty: varrerEmSegundoPlano.
+    using Varredor = std::function<Varredura(const std::string& pasta, const std::stop_token& parar)>;
+    void setVarredor(Varredor varredor) { varredor_ = std::move(varredor); }
 
 Q_SIGNALS:
     void gruposChanged();
@@ -93,10 +123,11 @@ private:
     // Calls funcao with each item listed at the destination, in order, under the search.
     template <typename Funcao> void paraCadaItem(const Destino& destino, Funcao&& funcao) const;
 
-    struct Varredura;
-
-    [[nodiscard]] static Varredura varrerEmSegundoPlano(const std::string& pasta);
     void aplicar(Varredura resultado);
+    void pedirGravacao();
+    void iniciarGravacao();
+    // Takes in what one save did; starts nothing.
+    void concluirGravacao(ArquivoDeDecisoes::Gravacao gravacao);
     void setCarregando(bool carregando);
     void setErro(std::optional<QString> erro);
 
@@ -111,6 +142,21 @@ private:
     Destino selecao_ = Destino::entrada();
     std::string pasta_; // raw path bytes, as the scanner and the Trash take them
     QString arquivoDecisoes_;
+
+    Varredor varredor_;
+    // The newest scan started; it alone may still apply its result.
+    std::uint64_t varreduraMaisNova_ = 0;
+    std::stop_source pararVarredura_;
+
+    // Only the save thread touches the file object while a save runs; one save at a time.
+    std::shared_ptr<ArquivoDeDecisoes> arquivo_;
+    QThreadPool gravador_;
+    QFutureWatcher<ArquivoDeDecisoes::Gravacao>* gravacaoEmCurso_ = nullptr;
+    // What changed since the last save started, and what the save under way carries (given
+    // back to the next save should it fail).
+    ArquivoDeDecisoes::Mudancas pendentes_;
+    ArquivoDeDecisoes::Mudancas emVoo_;
+    bool gravacaoPedida_ = false;
 };
 
 } // namespace tarrafa::app

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "TarrafaApp/Modelo/Decisao.hpp"
+#include "TarrafaCore/Decisao.hpp"
 #include "TarrafaCore/TriageEngine.hpp"
 
 #include <QListView>

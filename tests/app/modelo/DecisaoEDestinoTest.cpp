@@ -2,14 +2,15 @@
 // The two small value types the views pass around: the decision and the destination.
 #include "Registro.hpp"
 
-#include "TarrafaApp/Modelo/Decisao.hpp"
 #include "TarrafaApp/Modelo/Destino.hpp"
+#include "TarrafaCore/Decisao.hpp"
 
 #include <QSet>
 #include <QTest>
 
 #include <unordered_set>
 
+using namespace tarrafa;
 using namespace tarrafa::app;
 
 class DecisaoEDestinoTest final : public QObject {

@@ -2,6 +2,7 @@
 // The decision store: what the file holds byte for byte, when it is written, and how much
 // of it survives a bad file.
 #include "Casa.hpp"
+#include "LimiteDeTamanho.hpp"
 #include "Registro.hpp"
 
 #include <QJsonDocument>
@@ -18,6 +19,7 @@
 using namespace tarrafa;
 using namespace tarrafa::app;
 using namespace tarrafa::app::teste;
+using tarrafa::teste::LimiteDeTamanho;
 
 namespace {
 
@@ -46,7 +48,7 @@ private Q_SLOTS:
         }
     }
 
-    void umValorForaDosQuatroDescartaOArquivoInteiro()
+    void umValorForaDosQuatroDescartaOArquivoInteiroQueFicaDeLado()
     {
         const std::string ruim
             = "{\"" + emDownloads("a.pdf") + "\":\"adiado\",\"" + emDownloads("b.pdf") + "\":\"talvez\"}";
@@ -55,12 +57,18 @@ private Q_SLOTS:
         QVERIFY(modelo.decisoes().empty());
         QVERIFY(modelo.decisao(emDownloads("a.pdf")) == Decisao::novo);
 
-        // Nothing was pruned, so the scan leaves the file alone; the next save replaces it.
+        // Nothing was pruned, so the scan leaves the file alone; the next save puts it aside,
+        // whole, under a name of its own before writing the new one.
         QSignalSpy fins(&modelo, &Modelo::varreduraTerminada);
         QVERIFY(fins.wait(20000));
         QCOMPARE(arquivoDeDecisoes(), ruim);
         modelo.decidir({emDownloads("c.pdf")}, Decisao::ignorado);
+        modelo.concluirGravacoes();
         QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("c.pdf")) + "\":\"ignorado\"}");
+        const std::vector<std::string> nomes = nomesEm(Casa::pastaDeDados());
+        QCOMPARE(nomes.size(), std::size_t(2));
+        QVERIFY(nomes[1].starts_with("decisoes.json.ilegivel-"));
+        QCOMPARE(ler(Casa::pastaDeDados() + "/" + nomes[1]), ruim);
     }
 
     void arquivoIlegivelOuMalformadoDaDecisoesVazias_data()
@@ -120,6 +128,7 @@ private Q_SLOTS:
         QSignalSpy mudancas(modelo.get(), &Modelo::decisoesChanged);
 
         modelo->decidir({emDownloads("a.pdf"), emDownloads("a.pdf")}, Decisao::adiado);
+        modelo->concluirGravacoes();
 
         QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(1, 0));
         QCOMPARE(modelo->decisoes().size(), std::size_t(1));
@@ -134,6 +143,7 @@ private Q_SLOTS:
         QVERIFY(modelo);
         Gravacoes gravacoes(Casa::pastaDeDados(), "decisoes.json");
         modelo->decidir({}, Decisao::resolvido);
+        modelo->concluirGravacoes();
         QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(1, 0));
         QCOMPARE(arquivoDeDecisoes(), std::string("{}"));
     }
@@ -145,18 +155,21 @@ private Q_SLOTS:
         const std::string a = emDownloads("a.pdf");
         const std::string b = emDownloads("b.pdf");
         modelo->decidir({a, b}, Decisao::adiado);
+        modelo->concluirGravacoes();
         const std::string antes = arquivoDeDecisoes();
         Gravacoes gravacoes(Casa::pastaDeDados(), "decisoes.json");
         QSignalSpy mudancas(modelo.get(), &Modelo::decisoesChanged);
 
         modelo->podarDecisoes({a, b});
         modelo->podarDecisoes({a, b, emDownloads("c.pdf")});
+        modelo->concluirGravacoes();
         QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(0, 0));
         QCOMPARE(mudancas.count(), 0);
         QCOMPARE(arquivoDeDecisoes(), antes);
         QCOMPARE(modelo->decisoes().size(), std::size_t(2));
 
         modelo->podarDecisoes({a});
+        modelo->concluirGravacoes();
         QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(1, 0));
         QCOMPARE(mudancas.count(), 1);
         QCOMPARE(modelo->decisoes().size(), std::size_t(1));
@@ -171,6 +184,7 @@ private Q_SLOTS:
         modelo->decidir({emDownloads("a.pdf")}, Decisao::novo);
         QCOMPARE(modelo->decisoes().size(), std::size_t(1));
         modelo->podarDecisoes({});
+        modelo->concluirGravacoes();
         QVERIFY(modelo->decisoes().empty());
         QCOMPARE(arquivoDeDecisoes(), std::string("{}"));
     }
@@ -183,6 +197,7 @@ private Q_SLOTS:
         const std::string b = emDownloads("b.pdf");
         modelo->decidir({a}, Decisao::resolvido);
         modelo->decidir({a, b}, Decisao::novo);
+        modelo->concluirGravacoes();
 
         // Deciding novo keeps the key; only pruning removes it.
         QCOMPARE(modelo->decisoes().size(), std::size_t(2));
@@ -202,6 +217,7 @@ private Q_SLOTS:
         QVERIFY(modelo);
         const std::string a = emDownloads("a.pdf");
         modelo->decidir({a}, Decisao::adiado);
+        modelo->concluirGravacoes();
 
         const std::string bytes = arquivoDeDecisoes();
         QCOMPARE(bytes, "{\"" + comBarrasEscapadas(a) + "\":\"adiado\"}");
@@ -218,6 +234,7 @@ private Q_SLOTS:
         const auto modelo = modeloVarrido();
         QVERIFY(modelo);
         modelo->decidir({estranho}, Decisao::ignorado);
+        modelo->concluirGravacoes();
 
         QCOMPARE(arquivoDeDecisoes(),
             "{\"" + comBarrasEscapadas(emDownloads("relatório \\\"final\\\" \\\\ v2\\t.pdf"))
@@ -232,6 +249,7 @@ private Q_SLOTS:
         const auto modelo = modeloVarrido();
         QVERIFY(modelo);
         modelo->salvarDecisoes();
+        modelo->concluirGravacoes();
         QCOMPARE(arquivoDeDecisoes(), std::string("{}"));
     }
 
@@ -257,10 +275,12 @@ private Q_SLOTS:
         const auto modelo = modeloVarrido();
         QVERIFY(modelo);
         modelo->decidir({torto}, Decisao::adiado);
+        modelo->concluirGravacoes();
         QVERIFY(modelo->decisao(torto) == Decisao::adiado);
         QCOMPARE(arquivoDeDecisoes(), std::string("{}"));
 
         modelo->decidir({emDownloads("a.pdf")}, Decisao::ignorado);
+        modelo->concluirGravacoes();
         QCOMPARE(modelo->decisoes().size(), std::size_t(2));
         QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("a.pdf")) + "\":\"ignorado\"}");
     }
@@ -271,10 +291,12 @@ private Q_SLOTS:
         QVERIFY(modelo);
         const std::string arquivo = Casa::arquivoDeDecisoes().toStdString();
         modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        modelo->concluirGravacoes();
         const auto primeiro = inode(arquivo);
         Gravacoes gravacoes(Casa::pastaDeDados(), "decisoes.json");
 
         modelo->decidir({emDownloads("b.pdf")}, Decisao::adiado);
+        modelo->concluirGravacoes();
 
         // A new file renamed over the old one, never the old one rewritten in place.
         QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(1, 0));
@@ -290,28 +312,115 @@ private Q_SLOTS:
         const auto modelo = modeloVarrido();
         QVERIFY(modelo);
         modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        modelo->concluirGravacoes();
         QVERIFY(modelo->decisao(emDownloads("a.pdf")) == Decisao::adiado);
         QVERIFY(!modelo->erro().has_value());
         QCOMPARE(ler(Casa::pastaDeDados()), std::string("nao sou uma pasta"));
     }
 
-    void falhaAoGravarDeixaOArquivoAnterior()
+    void limiteDeTamanhoDeArquivoDeixaOArquivoAnteriorIdenticoEADecisaoVaiNaProxima()
     {
         const auto modelo = modeloVarrido();
         QVERIFY(modelo);
         modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        modelo->concluirGravacoes();
         const std::string antes = arquivoDeDecisoes();
-        // The temporary file cannot be created next to it: the folder is no longer writable.
-        QVERIFY(::chmod(Casa::pastaDeDados().c_str(), 0555) == 0);
+        QVERIFY(antes.size() > 20);
         {
-            SemPrivilegiosDeArquivo semPrivilegios;
-            QVERIFY(semPrivilegios.ok());
-            modelo->decidir({emDownloads("b.pdf")}, Decisao::resolvido);
+            // The new file would be longer than the limit: the write stops part-way.
+            LimiteDeTamanho limite(antes.size() + 10);
+            QVERIFY(limite.ok());
+            modelo->decidir({emDownloads("b.pdf"), emDownloads("c.pdf")}, Decisao::resolvido);
+            modelo->concluirGravacoes();
         }
-        ::chmod(Casa::pastaDeDados().c_str(), 0755);
         QCOMPARE(arquivoDeDecisoes(), antes);
+        QCOMPARE(nomesEm(Casa::pastaDeDados()), std::vector<std::string> {"decisoes.json"});
         QVERIFY(modelo->decisao(emDownloads("b.pdf")) == Decisao::resolvido);
         QVERIFY(!modelo->erro().has_value());
+
+        // Nothing was lost: the next save carries what the failed one could not.
+        modelo->decidir({}, Decisao::resolvido);
+        modelo->concluirGravacoes();
+        Modelo relido;
+        QCOMPARE(relido.decisoes().size(), std::size_t(3));
+        QVERIFY(relido.decisao(emDownloads("c.pdf")) == Decisao::resolvido);
+    }
+
+    void linkSimbolicoNoLugarDoArquivoNaoEhSeguido()
+    {
+        std::filesystem::create_directories(Casa::pastaDeDados());
+        const std::string alvo = Casa::raiz() + "/alvo.json";
+        const std::string conteudo = "{\"" + emDownloads("a.pdf") + "\":\"adiado\"}";
+        escrever(alvo, conteudo);
+        std::filesystem::create_symlink(alvo, Casa::arquivoDeDecisoes().toStdString());
+
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        QVERIFY(modelo->decisoes().empty()); // not read through the link either
+        modelo->decidir({emDownloads("b.pdf")}, Decisao::ignorado);
+        modelo->concluirGravacoes();
+
+        QCOMPARE(ler(alvo), conteudo);
+        QVERIFY(!std::filesystem::is_symlink(Casa::arquivoDeDecisoes().toStdString()));
+        QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("b.pdf")) + "\":\"ignorado\"}");
+        // The link itself is kept, set aside.
+        const std::vector<std::string> nomes = nomesEm(Casa::pastaDeDados());
+        QCOMPARE(nomes.size(), std::size_t(2));
+        QVERIFY(nomes[1].starts_with("decisoes.json.ilegivel-"));
+        QCOMPARE(std::filesystem::read_symlink(Casa::pastaDeDados() + "/" + nomes[1]).string(), alvo);
+    }
+
+    void doisModelosDecidindoArquivosDiferentesNaoPerdemNada()
+    {
+        const auto um = modeloVarrido();
+        const auto outro = modeloVarrido();
+        QVERIFY(um && outro);
+        for (int i = 0; i < 5; ++i) {
+            const std::string nome = "n" + std::to_string(i) + ".pdf";
+            escrever(emDownloads(nome), "x");
+            (i % 2 == 0 ? um : outro)->decidir({emDownloads(nome)}, i % 2 == 0 ? Decisao::adiado : Decisao::ignorado);
+            // Saves of both run side by side, each behind the other's back.
+            QCoreApplication::processEvents();
+        }
+        um->concluirGravacoes();
+        outro->concluirGravacoes();
+        // The last one to write learns of the other's decisions.
+        um->decidir({emDownloads("a.pdf")}, Decisao::resolvido);
+        um->concluirGravacoes();
+
+        Modelo relido;
+        QCOMPARE(relido.decisoes().size(), std::size_t(6));
+        for (int i = 0; i < 5; ++i) {
+            QVERIFY(relido.decisao(emDownloads("n" + std::to_string(i) + ".pdf"))
+                == (i % 2 == 0 ? Decisao::adiado : Decisao::ignorado));
+        }
+        QCOMPARE(um->decisoes().size(), std::size_t(6));
+        QVERIFY(um->decisao(emDownloads("n1.pdf")) == Decisao::ignorado);
+    }
+
+    void variasDecisoesSeguidasViramUmaSoGravacao()
+    {
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        Gravacoes gravacoes(Casa::pastaDeDados(), "decisoes.json");
+        modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        modelo->decidir({emDownloads("b.pdf")}, Decisao::ignorado);
+        modelo->decidir({emDownloads("c.pdf")}, Decisao::resolvido);
+        // Nothing is written on the interface thread: the decisions are still only in memory.
+        QVERIFY(!existe(Casa::arquivoDeDecisoes().toStdString()));
+        modelo->concluirGravacoes();
+        QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(1, 0));
+        QCOMPARE(Modelo().decisoes().size(), std::size_t(3));
+    }
+
+    void decisoesTomadasAntesDeFecharEstaoNoDisco()
+    {
+        {
+            const auto modelo = modeloVarrido();
+            QVERIFY(modelo);
+            modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        }
+        QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("a.pdf")) + "\":\"adiado\"}");
     }
 };
 

@@ -91,6 +91,7 @@ private Q_SLOTS:
         QSignalSpy fins(&modelo, &Modelo::varreduraTerminada);
         QVERIFY(esperar(fins, 1));
         QCOMPARE(modelo.decisoes().size(), std::size_t(1));
+        modelo.concluirGravacoes();
         QCOMPARE(ler(Casa::arquivoDeDecisoes().toStdString()),
             "{\"" + comBarrasEscapadas(emDownloads("fica.pdf")) + "\":\"ignorado\"}");
         QVERIFY(!modelo.erro().has_value());

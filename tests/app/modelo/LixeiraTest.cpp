@@ -108,6 +108,7 @@ private Q_SLOTS:
         QCOMPARE(ler(arquivoNaLixeira("b.pdf")), std::string("conteudo de b"));
         QCOMPARE(ler(arquivoNaLixeira("pasta inteira/dentro.txt")), std::string("dentro"));
         QCOMPARE(nomesEm(Casa::downloads()), std::vector<std::string> {"fica.txt"});
+        modelo->concluirGravacoes();
         const std::string salvo = ler(Casa::arquivoDeDecisoes().toStdString());
         for (const std::string nome : {"a.pdf", "b.pdf", "pasta inteira"}) {
             QVERIFY(salvo.find("\"" + comBarrasEscapadas(emDownloads(nome)) + "\":\"resolvido\"")
@@ -119,6 +120,7 @@ private Q_SLOTS:
         QVERIFY(esperar(fins, 1));
         QCOMPARE(nomes(modelo->itensTodos()), std::vector<std::string> {"fica.txt"});
         QVERIFY(modelo->decisoes().empty());
+        modelo->concluirGravacoes();
         QCOMPARE(ler(Casa::arquivoDeDecisoes().toStdString()), std::string("{}"));
     }
 
@@ -132,6 +134,7 @@ private Q_SLOTS:
         QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
 
         modelo->moverParaLixeira({});
+        modelo->concluirGravacoes();
 
         QCOMPARE(gravacoes.desdeAUltima(), std::make_pair(1, 0));
         QCOMPARE(ler(Casa::arquivoDeDecisoes().toStdString()), std::string("{}"));

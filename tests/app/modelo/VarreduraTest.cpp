@@ -5,15 +5,18 @@
 #include "Casa.hpp"
 #include "Registro.hpp"
 
+#include <QElapsedTimer>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThreadPool>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
 
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -28,6 +31,25 @@ QString erroDeLeitura(int codigo)
 {
     return QStringLiteral("Não consegui ler a pasta Downloads: ")
         + QString::fromStdString(std::system_category().message(codigo));
+}
+
+// A Chromium history with real tables, but the address chains without their index: finding
+// each download's last address scans every chain row, for every download.
+void historicoQueDemoraMinutos(const std::string& arquivo)
+{
+    std::filesystem::create_directories(std::filesystem::path(arquivo).parent_path());
+    sqlite3* db = nullptr;
+    QVERIFY(sqlite3_open(arquivo.c_str(), &db) == SQLITE_OK);
+    const char* sql
+        = "CREATE TABLE downloads (id INTEGER PRIMARY KEY, target_path TEXT NOT NULL, end_time INTEGER NOT "
+          "NULL, state INTEGER NOT NULL DEFAULT 1);"
+          "CREATE TABLE downloads_url_chains (id INTEGER, chain_index INTEGER, url TEXT);"
+          "WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM r WHERE n < 20000) "
+          "INSERT INTO downloads (id, target_path, end_time) SELECT n, '/d/' || n, n FROM r;"
+          "WITH RECURSIVE r(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM r WHERE n < 200000) "
+          "INSERT INTO downloads_url_chains SELECT n, 0, 'https://x.test/' || n FROM r;";
+    QVERIFY(sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK);
+    sqlite3_close(db);
 }
 
 } // namespace
@@ -126,6 +148,7 @@ private Q_SLOTS:
             (QStringList {QStringLiteral("carregando:sim"), QStringLiteral("grupos:2"),
                 QStringLiteral("raioX:2"), QStringLiteral("decisoes:1"), QStringLiteral("carregando:nao"),
                 QStringLiteral("fim")}));
+        modelo.concluirGravacoes();
         QCOMPARE(ler(Casa::arquivoDeDecisoes().toStdString()),
             "{\"" + comBarrasEscapadas(emDownloads("a.pdf")) + "\":\"adiado\"}");
     }
@@ -204,14 +227,14 @@ private Q_SLOTS:
         QCOMPARE(modelo->decisoes().size(), std::size_t(1));
     }
 
-    void duasVarredurasSobrepostasAplicamCadaUmaSeuResultado()
+    void duasVarredurasSobrepostasSoAMaisNovaEhAplicada()
     {
         escrever(emDownloads("a.pdf"), "a");
         const auto modelo = modeloVarrido();
         QVERIFY(modelo);
 
         // One worker thread, held busy: both scans queue behind it, and between them a task
-        // that adds a file, so the first scan sees one file and the second two.
+        // that adds a file. The first scan is called off before it reads anything.
         QThreadPool& pool = *QThreadPool::globalInstance();
         const int threads = pool.maxThreadCount();
         pool.setMaxThreadCount(1);
@@ -230,16 +253,85 @@ private Q_SLOTS:
         modelo->varrer();
         QVERIFY(modelo->carregando());
         liberar.release();
-        const bool terminaram = esperar(fins, 2);
+        const bool terminaram = esperar(fins, 1);
+        pool.waitForDone(20000);
         pool.setMaxThreadCount(threads);
         QVERIFY(terminaram);
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
 
         QCOMPARE(diario.linhas(),
-            (QStringList {QStringLiteral("carregando:sim"), QStringLiteral("grupos:1"),
-                QStringLiteral("raioX:1"), QStringLiteral("carregando:nao"), QStringLiteral("fim"),
-                QStringLiteral("grupos:2"), QStringLiteral("raioX:2"), QStringLiteral("fim")}));
+            (QStringList {QStringLiteral("carregando:sim"), QStringLiteral("grupos:2"), QStringLiteral("raioX:2"),
+                QStringLiteral("carregando:nao"), QStringLiteral("fim")}));
+        QCOMPARE(fins.count(), 1);
         QCOMPARE(modelo->itensTodos().size(), std::size_t(2));
+        QVERIFY(!modelo->erro().has_value());
+    }
+
+    void varreduraMaisAntigaQueTerminaPorUltimoEhDescartada()
+    {
+        escrever(emDownloads("a.pdf"), "a");
+        escrever(emDownloads("b.pdf"), "b");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+
+        // The first scan reads the folder with both files, then is held until the second one,
+        // which sees b.pdf gone (moved to the Trash meanwhile), has been applied.
+        QSemaphore leu;
+        QSemaphore soltar;
+        std::atomic<int> chamadas {0};
+        modelo->setVarredor([&](const std::string& pasta, const std::stop_token& parar) {
+            if (chamadas.fetch_add(1) == 0) {
+                Modelo::Varredura antiga = Modelo::varrerEmSegundoPlano(pasta, {});
+                leu.release();
+                soltar.acquire();
+                return antiga;
+            }
+            return Modelo::varrerEmSegundoPlano(pasta, parar);
+        });
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        modelo->varrer();
+        leu.acquire();
+        std::filesystem::remove(emDownloads("b.pdf"));
+        modelo->varrer();
+        const bool aplicada = esperar(fins, 1);
+        soltar.release();
+        QVERIFY(aplicada);
+        QCOMPARE(nomes(modelo->itensTodos()), std::vector<std::string> {"a.pdf"});
+
+        // The older result arrives last and is dropped.
+        QThreadPool::globalInstance()->waitForDone(20000);
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        QCOMPARE(fins.count(), 1);
+        QCOMPARE(nomes(modelo->itensTodos()), std::vector<std::string> {"a.pdf"});
         QVERIFY(!modelo->carregando());
+    }
+
+    void modeloDesfeitoComAVarreduraPresaNumHistoricoHostilTerminaEmUmSegundo()
+    {
+        escrever(emDownloads("a.pdf"), "a");
+        // Browser histories whose reading would take minutes: each is given up after its
+        // budget of a few seconds, one after the other.
+        for (const char* perfil : {"Default", "Profile 1", "Profile 2", "Profile 3"}) {
+            historicoQueDemoraMinutos(Casa::raiz() + "/.config/chromium/" + perfil + "/History");
+        }
+        QElapsedTimer relogio;
+        {
+            auto modelo = std::make_unique<Modelo>();
+            QSignalSpy carregando(modelo.get(), &Modelo::carregandoChanged);
+            QVERIFY(carregando.wait(20000));
+            QTest::qWait(300); // well inside the first database
+            relogio.start();
+            modelo.reset();
+        }
+        const bool terminou = QThreadPool::globalInstance()->waitForDone(20000);
+        const qint64 ms = relogio.elapsed();
+        QVERIFY(terminou);
+        QVERIFY2(ms < 1000, qPrintable(QStringLiteral("%1 ms").arg(ms)));
+        for (const char* perfil : {"Default", "Profile 1", "Profile 2", "Profile 3"}) {
+            std::filesystem::remove_all(Casa::raiz() + "/.config/chromium/" + perfil);
+        }
     }
 
     void modeloDesfeitoDuranteAVarreduraDescartaOResultado()

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-namespace tarrafa::app {
+namespace tarrafa {
 
 // What the user made of one file. A file without a decision counts as novo.
 enum class Decisao { novo, adiado, resolvido, ignorado };
@@ -19,4 +19,4 @@ inline constexpr std::array<Decisao, 4> kTodasAsDecisoes {
 // The decision a stored word names; none for any other word (case-sensitive).
 [[nodiscard]] std::optional<Decisao> decisaoDeValorBruto(std::string_view valor) noexcept;
 
-} // namespace tarrafa::app
+} // namespace tarrafa

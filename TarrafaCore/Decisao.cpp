@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "TarrafaApp/Modelo/Decisao.hpp"
+#include "TarrafaCore/Decisao.hpp"
 
-namespace tarrafa::app {
+namespace tarrafa {
 
 std::string_view valorBruto(Decisao decisao) noexcept
 {
@@ -28,4 +28,4 @@ std::optional<Decisao> decisaoDeValorBruto(std::string_view valor) noexcept
     return std::nullopt;
 }
 
-} // namespace tarrafa::app
+} // namespace tarrafa
