@@ -497,6 +497,11 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
     return resultado;
 }
 
+std::string PastaScanner::idDe(const std::string& pasta, const std::string& nome)
+{
+    return juntar(caminhoCompleto(pasta), nome);
+}
+
 Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<Date> modificacao) noexcept
 {
     return nascimento.value_or(modificacao.value_or(Date::passadoDistante()));

@@ -38,6 +38,10 @@ public:
     };
     [[nodiscard]] Resultado varrerComIdentidades(const std::string& pasta) const;
 
+    // The id a scan of the folder gives its entry of that name: the folder's path made
+    // absolute (links not resolved, trailing slashes dropped), then the name.
+    [[nodiscard]] static std::string idDe(const std::string& pasta, const std::string& nome);
+
     // Allocated size of everything visible below a folder, links never followed;
     // 0 when the folder cannot be read.
     [[nodiscard]] static std::int64_t tamanhoDaPasta(const std::string& pasta);

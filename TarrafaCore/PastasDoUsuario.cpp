@@ -39,6 +39,11 @@ std::string dados()
     return valor.empty() ? casa() + "/.local/share" : valor;
 }
 
+std::string arquivoDeDecisoes()
+{
+    return dados() + "/Tarrafa/decisoes.json";
+}
+
 std::string configuracao()
 {
     std::string valor = variavelAbsoluta("XDG_CONFIG_HOME");

@@ -18,6 +18,9 @@ namespace tarrafa::PastasDoUsuario {
 [[nodiscard]] std::vector<std::string> diretoriosDeDados();
 // XDG_DOWNLOAD_DIR of user-dirs.dirs ("$HOME" expanded) when set and absolute, else ~/Downloads.
 [[nodiscard]] std::string downloads();
+// Where the window and the command line keep the decisions: Tarrafa/decisoes.json in the data
+// folder.
+[[nodiscard]] std::string arquivoDeDecisoes();
 // The file that says where the user's folders are: user-dirs.dirs in the configuration folder.
 [[nodiscard]] std::string arquivoDasPastas();
 // Whether the folder is the home itself (links resolved): how xdg-user-dirs turns a folder off,

@@ -11,8 +11,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFuture>
-#include <QFutureWatcher>
 #include <QStandardPaths>
+#include <QFutureWatcher>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -38,13 +38,10 @@ std::string pastaDeDownloads()
     return QFile::encodeName(pasta).toStdString();
 }
 
+// The command line's decision file, found the same way.
 QString arquivoDeDecisoesPadrao()
 {
-    const QString dados = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    if (dados.isEmpty()) {
-        qFatal("Tarrafa: the user has no data folder");
-    }
-    return dados + QStringLiteral("/Tarrafa/decisoes.json");
+    return QFile::decodeName(QByteArray::fromStdString(PastasDoUsuario::arquivoDeDecisoes()));
 }
 
 QString deUtf8(const std::string& texto)

@@ -32,8 +32,8 @@ class Modelo final : public QObject {
     Q_OBJECT
 
 public:
-    // Uses the user's Downloads folder and $XDG_DATA_HOME/Tarrafa/decisoes.json (no folder
-    // for either stops the program), loads the decisions and starts the first scan.
+    // Uses the user's Downloads folder and the data folder's Tarrafa/decisoes.json, as the
+    // command line does, loads the decisions and starts the first scan.
     explicit Modelo(QObject* parent = nullptr);
     // A given folder and decision file instead; otherwise the same start.
     Modelo(std::string pasta, QString arquivoDecisoes, QObject* parent = nullptr);

@@ -8,6 +8,9 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <string>
 #include <sys/wait.h>
@@ -26,12 +29,33 @@ struct Execucao {
     std::string erros;
 };
 
+std::string lerArquivo(const std::string& caminho)
+{
+    std::ifstream entrada(caminho, std::ios::binary);
+    return {std::istreambuf_iterator<char>(entrada), std::istreambuf_iterator<char>()};
+}
+
+// Single quotes for the shell around any text.
+std::string citar(const std::string& texto)
+{
+    std::string citado = "'";
+    for (const char c : texto) {
+        citado += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return citado + "'";
+}
+
 // Runs tarrafa-cli with the arguments (already quoted for the shell) and the test's own
 // environment (the fake home).
-Execucao executar(const std::string& argumentos, const std::string& pastaDeErros)
+Execucao executar(const std::string& argumentos, const std::string& pastaDeErros, const std::string& onde = {})
 {
     const std::string arquivoDeErros = pastaDeErros + "/stderr.txt";
-    const std::string comando = std::string("'") + TARRAFA_CLI + "' " + argumentos + " 2>'" + arquivoDeErros + "'";
+    // bash, for $'...' quoting of odd names.
+    std::string comando = std::string("'") + TARRAFA_CLI + "' " + argumentos + " 2>'" + arquivoDeErros + "'";
+    if (!onde.empty()) {
+        comando = "cd '" + onde + "' && " + comando;
+    }
+    comando = "exec bash -c " + citar(comando);
     Execucao execucao;
     std::FILE* processo = ::popen(comando.c_str(), "r");
     if (processo == nullptr) {
@@ -221,6 +245,108 @@ TEST(CliErro, ADownloadsFolderTurnedOffIsNotScanned)
                            + casa / ".config/user-dirs.dirs" + ").\n");
     // Named on the command line, the same folder is read as asked.
     EXPECT_EQ(executar("--json '" + casa.caminho() + "'", casa.caminho()).status, 0);
+}
+
+// Decisions taken at the terminal: the same file, the same ids, the window's scanner would give.
+class CliDecidir : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        escrever(casa_ / "Downloads/a.pdf", "a");
+        escrever(casa_ / "Downloads/b c.pdf", "b");
+        escrever(casa_ / "Downloads/fotos/1.jpg", "1");
+        escrever(casa_ / "outra/x.pdf", "x");
+    }
+    [[nodiscard]] std::string decisoes() const { return lerArquivo(casa_ / ".local/share/Tarrafa/decisoes.json"); }
+    [[nodiscard]] std::string id(const std::string& nome) const
+    {
+        std::string caminho = casa_ / ("Downloads/" + nome);
+        std::string escapado;
+        for (const char c : caminho) {
+            escapado += c == '/' ? std::string("\\/") : std::string(1, c);
+        }
+        return escapado;
+    }
+    // From the home, as a person at a terminal would be.
+    [[nodiscard]] Execucao rodar(const std::string& argumentos) const
+    {
+        return executar(argumentos, casa_.caminho(), casa_.caminho());
+    }
+
+    CasaFalsa casa_;
+};
+
+TEST_F(CliDecidir, NamesAndPathsOfTheFolderAreDecidedInOneWrite)
+{
+    const Execucao adiar = rodar("adiar a.pdf 'b c.pdf'");
+    ASSERT_EQ(adiar.status, 0) << adiar.erros;
+    EXPECT_TRUE(adiar.saida.empty());
+    EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"adiado\",\"" + id("b c.pdf") + "\":\"adiado\"}");
+
+    // A path through the folder, relative or absolute, with a trailing slash for a folder.
+    ASSERT_EQ(rodar("resolver Downloads/fotos/").status, 0);
+    ASSERT_EQ(rodar("ignorar '" + casa_ / "Downloads/a.pdf" + "'").status, 0);
+    ASSERT_EQ(rodar("esquecer -- 'b c.pdf'").status, 0);
+    EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"ignorado\",\"" + id("fotos") + "\":\"resolvido\"}");
+}
+
+TEST_F(CliDecidir, AFileNotInTheFolderIsAnErrorAndNothingIsDecided)
+{
+    ASSERT_EQ(rodar("adiar a.pdf").status, 0);
+    const std::string antes = decisoes();
+    const Execucao e = rodar("resolver 'b c.pdf' outra/x.pdf nada.pdf $'\\e]0;titulo\\a' . fotos/1.jpg");
+    EXPECT_EQ(e.status, 1);
+    EXPECT_EQ(decisoes(), antes);
+    const std::string pasta = casa_ / "Downloads";
+    EXPECT_EQ(e.erros,
+        "tarrafa-cli: outra/x.pdf: não está na pasta Downloads (" + pasta + ")\n"
+        "tarrafa-cli: nada.pdf: não está na pasta Downloads (" + pasta + ")\n"
+        "tarrafa-cli: \\x1b]0;titulo\\x07: não está na pasta Downloads (" + pasta + ")\n"
+        "tarrafa-cli: .: não está na pasta Downloads (" + pasta + ")\n"
+        "tarrafa-cli: fotos/1.jpg: não está na pasta Downloads (" + pasta + ")\n"
+        "tarrafa-cli: nenhuma decisão foi anotada\n");
+}
+
+TEST_F(CliDecidir, WithoutAFileOrWithAnOptionItIsAUsageError)
+{
+    EXPECT_EQ(rodar("adiar").status, 2);
+    EXPECT_EQ(rodar("ignorar --json a.pdf").status, 2);
+    EXPECT_FALSE(std::filesystem::exists(casa_ / ".local/share/Tarrafa/decisoes.json"));
+}
+
+TEST_F(CliDecidir, KeepsWhatTheFileHeldAndSetsAnUnreadableOneAside)
+{
+    escrever(casa_ / ".local/share/Tarrafa/decisoes.json", "{\"" + id("b c.pdf") + "\":\"resolvido\"}");
+    ASSERT_EQ(rodar("adiar a.pdf").status, 0);
+    EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"adiado\",\"" + id("b c.pdf") + "\":\"resolvido\"}");
+
+    escrever(casa_ / ".local/share/Tarrafa/decisoes.json", "{quebrado");
+    const Execucao e = rodar("adiar a.pdf");
+    ASSERT_EQ(e.status, 0);
+    EXPECT_NE(e.erros.find("o arquivo de decisões não pôde ser lido e foi guardado em"), std::string::npos);
+    EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"adiado\"}");
+}
+
+TEST_F(CliDecidir, ADownloadsFolderTurnedOffDecidesNothing)
+{
+    escrever(casa_ / ".config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/\"\n");
+    const Execucao e = rodar("adiar Downloads");
+    EXPECT_EQ(e.status, 1);
+    EXPECT_TRUE(e.erros.starts_with("A pasta Downloads não está configurada")) << e.erros;
+    EXPECT_FALSE(std::filesystem::exists(casa_ / ".local/share/Tarrafa/decisoes.json"));
+}
+
+TEST_F(CliDecidir, TheReportIsNotTakenForADecision)
+{
+    // A folder that happens to be called like a verb is reached with a path.
+    escrever(casa_ / "adiar/z.pdf", "z");
+    const Execucao e = rodar("--json ./adiar");
+    ASSERT_EQ(e.status, 0) << e.erros;
+    const Json relatorio = Json::parse(e.saida);
+    EXPECT_EQ(relatorio.at("pasta"), "./adiar");
+    ASSERT_EQ(relatorio.at("grupos").size(), 1U);
+    EXPECT_EQ(nomesDe(relatorio.at("grupos")[0]), std::set<std::string> {"z.pdf"});
+    EXPECT_FALSE(std::filesystem::exists(casa_ / ".local/share/Tarrafa/decisoes.json"));
 }
 
 } // namespace
