@@ -3,6 +3,8 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QFontInfo>
+#include <QFontMetricsF>
 #include <QStringList>
 
 namespace tarrafa::app::aparencia {
@@ -107,11 +109,58 @@ QFont fonte(qreal pontos, QFont::Weight peso)
     return resultado;
 }
 
+namespace {
+
+// Whether every character a size or a date is made of takes the same room: what makes a
+// column of them line up. Measured, because fontconfig's own word for it varies: Noto Sans
+// Mono is monospaced and not marked so, and some fonts marked so are not.
+bool larguraIgual(const QFont& fonte)
+{
+    const QFontMetricsF metricas(fonte);
+    const qreal largura = metricas.horizontalAdvance(QLatin1Char('M'));
+    if (largura <= 0) {
+        return false;
+    }
+    for (const char c : {'i', 'l', 'W', '0', '1', '8', '.', ',', ' ', 'B', 'k'}) {
+        if (!qFuzzyCompare(metricas.horizontalAdvance(QLatin1Char(c)), largura)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The family to use: the desktop's fixed-width font when it really is one, else the first
+// installed family that measures as one; empty when none does.
+QString familiaMonoespacada()
+{
+    QFont sistema = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    sistema.setStyleHint(QFont::Monospace);
+    sistema.setFixedPitch(true);
+    if (larguraIgual(sistema)) {
+        return QFontInfo(sistema).family();
+    }
+    for (const QString& familia : QFontDatabase::families()) {
+        QFont candidata(familia);
+        if (QFontDatabase::isFixedPitch(familia) && QFontInfo(candidata).family() == familia
+            && larguraIgual(candidata)) {
+            return familia;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
 QFont fonteMonoespacada(qreal pontos)
 {
     QFont resultado = escalada(QFontDatabase::systemFont(QFontDatabase::FixedFont), pontos);
     resultado.setStyleHint(QFont::Monospace);
     resultado.setFixedPitch(true);
+    // The fonts installed do not change while the program runs.
+    static const QString familia = familiaMonoespacada();
+    if (!familia.isEmpty()) {
+        resultado.setFamilies({familia});
+    }
     return resultado;
 }
 

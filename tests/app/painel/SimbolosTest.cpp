@@ -166,7 +166,23 @@ private Q_SLOTS:
         }
         // Scaled from the desktop's body text: 26 on a 13-point body is twice the body.
         QCOMPARE(serifada.pointSizeF(), QApplication::font().pointSizeF() * 2);
-        QVERIFY(QFontInfo(aparencia::fonteMonoespacada(13)).fixedPitch());
+    }
+
+    void fonteMonoespacadaMedeComoUmaQualquerQueSejaAFonteInstalada()
+    {
+        // Measured, not taken from the font's own claim: whichever fonts this machine has
+        // (Noto Sans Mono, which fontconfig does not mark as fixed, the URW fonts of
+        // Ghostscript...), every character of a size or a date takes the same room.
+        const QFont mono = aparencia::fonteMonoespacada(13);
+        const QFontMetricsF metricas(mono);
+        const qreal largura = metricas.horizontalAdvance(QLatin1Char('M'));
+        QVERIFY(largura > 0);
+        for (const QChar c : QStringLiteral("0123456789 .,:/-ilWBkMGT")) {
+            QCOMPARE(metricas.horizontalAdvance(c), largura);
+        }
+        QCOMPARE(metricas.horizontalAdvance(QStringLiteral("111,1 MB")),
+            metricas.horizontalAdvance(QStringLiteral("888,8 WW")));
+        QCOMPARE(mono.pointSizeF(), QApplication::font().pointSizeF());
     }
 
 private:

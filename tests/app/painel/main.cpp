@@ -75,8 +75,14 @@ int main(int argc, char* argv[])
     QApplication aplicacao(argc, argv);
     const std::unique_ptr<QProcess> barramento = barramentoProprio(casa.path());
     int falhas = 0;
+    // TARRAFA_SO_A_CLASSE runs one class alone (its functions can then be named on the
+    // command line), for a run under a different environment.
+    const QByteArray soAClasse = qgetenv("TARRAFA_SO_A_CLASSE");
     for (const auto& fabrica : tarrafa::app::teste::testesRegistrados()) {
         const std::unique_ptr<QObject> teste = fabrica();
+        if (!soAClasse.isEmpty() && !QByteArray(teste->metaObject()->className()).endsWith("::" + soAClasse)) {
+            continue;
+        }
         falhas += QTest::qExec(teste.get(), argc, argv);
     }
     if (barramento) {
