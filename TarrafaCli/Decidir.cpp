@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCli/Decidir.hpp"
 
-#include "TarrafaCli/Escapes.hpp"
+#include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 
 #include <array>

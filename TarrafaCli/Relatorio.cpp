@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCli/Relatorio.hpp"
 
-#include "TarrafaCli/Escapes.hpp"
+#include "TarrafaCore/Escapes.hpp"
 
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"

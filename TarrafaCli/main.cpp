@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // tarrafa-cli: the inbox of a Downloads folder, without a window.
 #include "TarrafaCli/Decidir.hpp"
-#include "TarrafaCli/Escapes.hpp"
+#include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCli/Relatorio.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
@@ -37,7 +37,7 @@ int erroDeUso(std::string_view mensagem, std::string_view argumento = {})
 {
     escrever(stderr, "tarrafa-cli: ");
     escrever(stderr, mensagem);
-    escrever(stderr, tarrafa::cli::Escapes::paraTerminal(argumento));
+    escrever(stderr, tarrafa::Escapes::paraTerminal(argumento));
     escrever(stderr, "\n");
     escrever(stderr, kUso);
     return 2;
@@ -93,12 +93,12 @@ int decidir(tarrafa::cli::Decidir::Verbo verbo, int argc, char** argv, int prime
     const tarrafa::ArquivoDeDecisoes::Gravacao gravacao = arquivo.gravar(Decidir::mudancas(verbo, alvos.ids));
     if (gravacao.postoDeLado) {
         escrever(stderr, "tarrafa-cli: o arquivo de decisões não pôde ser lido e foi guardado em ");
-        escrever(stderr, tarrafa::cli::Escapes::paraTerminal(*gravacao.postoDeLado));
+        escrever(stderr, tarrafa::Escapes::paraTerminal(*gravacao.postoDeLado));
         escrever(stderr, "\n");
     }
     if (gravacao.falha) {
         escrever(stderr, "tarrafa-cli: não consegui gravar as decisões em ");
-        escrever(stderr, tarrafa::cli::Escapes::paraTerminal(caminho));
+        escrever(stderr, tarrafa::Escapes::paraTerminal(caminho));
         escrever(stderr, ": ");
         escrever(stderr, *gravacao.falha);
         escrever(stderr, "\n");

@@ -3,6 +3,7 @@
 
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
+#include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Texto.hpp"
@@ -209,7 +210,7 @@ QString Modelo::titulo(const Destino& destino) const
     }
     const auto grupo = std::find_if(grupos_.begin(), grupos_.end(),
         [&](const GrupoOrigem& g) { return g.origem().chave() == destino.chave(); });
-    return grupo == grupos_.end() ? QStringLiteral("Grupo") : deUtf8(grupo->origem().rotulo());
+    return grupo == grupos_.end() ? QStringLiteral("Grupo") : deUtf8(Escapes::paraJanela(grupo->origem().rotulo()));
 }
 
 std::optional<int> Modelo::contagem(const Destino& destino) const
@@ -311,7 +312,7 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
         const auto visto = identidades_.find(item.id());
         if (const std::optional<Identidade> agora = Identidade::ler(item.id());
             agora && (visto == identidades_.end() || *agora != visto->second)) {
-            setErro(QStringLiteral("Não consegui mover ") + deUtf8(item.nome())
+            setErro(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
                 + QStringLiteral(" para a Lixeira: o arquivo mudou desde a última varredura."));
             continue;
         }
@@ -323,7 +324,7 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
             continue;
         }
         const std::unique_ptr<GError, LiberarGError> erro(falha);
-        setErro(QStringLiteral("Não consegui mover ") + deUtf8(item.nome())
+        setErro(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
             + QStringLiteral(" para a Lixeira: ") + QString::fromUtf8(erro ? erro->message : ""));
     }
     decidir(movidos, Decisao::resolvido);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 
+#include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
 
 #include <QStringList>
@@ -25,11 +26,12 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
     }
     const ItemTriado& it = item(indice.row());
     switch (papel) {
+    // A name is the server's choice: its controls are shown, never obeyed.
     case Qt::DisplayRole:
     case Qt::ToolTipRole:
-        return QString::fromStdString(it.nome());
+        return QString::fromStdString(Escapes::paraJanela(it.nome()));
     case Qt::AccessibleTextRole: {
-        QStringList partes {QString::fromStdString(it.nome())};
+        QStringList partes {QString::fromStdString(Escapes::paraJanela(it.nome()))};
         for (const Selo& selo : it.selos()) {
             partes.append(QString::fromStdString(selo.rotulo()));
         }

@@ -2,6 +2,7 @@
 #include "TarrafaApp/Painel/ModeloDeGrupos.hpp"
 
 #include "TarrafaCore/Apresentacao.hpp"
+#include "TarrafaCore/Escapes.hpp"
 
 #include <string_view>
 
@@ -29,10 +30,11 @@ QVariant ModeloDeGrupos::data(const QModelIndex& indice, int papel) const
         return QString::fromUtf8(palavra.data(), static_cast<qsizetype>(palavra.size()));
     };
     switch (papel) {
+    // A label comes from an address: its controls are shown, never obeyed.
     case Qt::DisplayRole:
-        return QString::fromStdString(g.origem().rotulo());
+        return QString::fromStdString(Escapes::paraJanela(g.origem().rotulo()));
     case Qt::AccessibleTextRole:
-        return QString::fromStdString(g.origem().rotulo()) + QStringLiteral(", ") + resumo()
+        return QString::fromStdString(Escapes::paraJanela(g.origem().rotulo())) + QStringLiteral(", ") + resumo()
             + QStringLiteral(", ") + QString::number(g.total()) + QLatin1Char(' ') + unidade();
     case PapelResumo:
         return resumo();

@@ -2,7 +2,7 @@
 // Names and labels that try to command the terminal, or to read backwards, are printed inert.
 #include "Apoio.hpp"
 
-#include "TarrafaCli/Escapes.hpp"
+#include "TarrafaCore/Escapes.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -17,8 +17,8 @@ namespace tarrafa {
 namespace {
 
 using Json = nlohmann::json;
-using cli::Escapes::invisiveisEmJson;
-using cli::Escapes::paraTerminal;
+using Escapes::invisiveisEmJson;
+using Escapes::paraTerminal;
 
 TEST(Escapes, ControlsDelC1BidiAndTheBackslashBecomeVisibleEscapes)
 {

@@ -219,6 +219,38 @@ private Q_SLOTS:
         QCOMPARE(b.selecionadosNaLista(), (std::set<std::string> {contrato, ata}));
     }
 
+    void nomesComControlesDeDirecaoSaoMostradosNuncaObedecidos()
+    {
+        Downloads downloads;
+        const std::string enganoso = "invoice\u202efdp.exe"; // reads "invoiceexe.pdf" if obeyed
+        const std::string hebraico = "\u05e9\u05dc\u05d5\u05dd.pdf";
+        const std::string quebrado = "linha\nquebrada.txt";
+        for (const std::string& nome : {enganoso, hebraico, quebrado}) {
+            downloads.criar({.nome = nome, .origem = kOrigem});
+        }
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        capturar(b.janela, QStringLiteral("arquivos-nomes-bidi"));
+
+        const auto texto = [&](const std::string& nome, int papel) {
+            return b.lista->model()->index(b.linhaDe(nome), 0).data(papel).toString();
+        };
+        for (const int papel : {int(Qt::DisplayRole), int(Qt::ToolTipRole)}) {
+            QCOMPARE(texto(enganoso, papel), QStringLiteral("invoice\\u202efdp.exe"));
+            QCOMPARE(texto(quebrado, papel), QStringLiteral("linha\\x0aquebrada.txt"));
+            // A right-to-left name is whole, and isolated from whatever follows it.
+            QCOMPARE(texto(hebraico, papel),
+                QChar(0x2068) + QString::fromStdString(hebraico) + QChar(0x2069));
+        }
+        QVERIFY(texto(enganoso, Qt::AccessibleTextRole).startsWith(QStringLiteral("invoice\\u202efdp.exe, ")));
+        // What is drawn ends the way the file really ends.
+        const QString desenhado = disposicao(b, b.linhaDe(enganoso)).nomeVisivel;
+        QVERIFY2(desenhado.endsWith(QStringLiteral("fdp.exe")), qPrintable(desenhado));
+        QVERIFY(!desenhado.contains(QChar(0x202e)));
+    }
+
     void nomeMuitoLongoECortadoNoMeio()
     {
         Downloads downloads;

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "TarrafaCli/Escapes.hpp"
+#include "TarrafaCore/Escapes.hpp"
 
 #include "TarrafaCore/Texto.hpp"
 
+#include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <cstdint>
 #include <cstdio>
 
-namespace tarrafa::cli::Escapes {
+namespace tarrafa::Escapes {
 
 namespace {
 
@@ -69,6 +70,29 @@ std::string paraTerminal(std::string_view texto)
     });
 }
 
+std::string paraJanela(std::string_view texto)
+{
+    bool daDireitaParaAEsquerda = false;
+    std::string visivel = reescrever(Texto::utf8Valido(texto), [&](UChar32 c, std::string& saida) {
+        if ((c >= 0 && c < 0x20) || c == 0x7F) {
+            escapar(saida, "\\x%02x", c);
+        } else if (ehC1(c) || ehControleBidi(c)) {
+            escapar(saida, "\\u%04x", c);
+        } else {
+            const UCharDirection direcao = u_charDirection(c);
+            daDireitaParaAEsquerda = daDireitaParaAEsquerda || direcao == U_RIGHT_TO_LEFT
+                || direcao == U_RIGHT_TO_LEFT_ARABIC || direcao == U_ARABIC_NUMBER;
+            return false;
+        }
+        return true;
+    });
+    if (daDireitaParaAEsquerda) {
+        // FIRST STRONG ISOLATE ... POP DIRECTIONAL ISOLATE
+        visivel = "\u2068" + visivel + "\u2069";
+    }
+    return visivel;
+}
+
 std::string invisiveisEmJson(std::string_view json)
 {
     return reescrever(json, [](UChar32 c, std::string& saida) {
@@ -80,4 +104,4 @@ std::string invisiveisEmJson(std::string_view json)
     });
 }
 
-} // namespace tarrafa::cli::Escapes
+} // namespace tarrafa::Escapes
