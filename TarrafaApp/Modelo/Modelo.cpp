@@ -4,6 +4,7 @@
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/Escapes.hpp"
+#include "TarrafaCore/Lixeira.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Texto.hpp"
@@ -16,8 +17,6 @@
 #include <QFutureWatcher>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
-
-#include <gio/gio.h>
 
 #include <algorithm>
 #include <exception>
@@ -50,12 +49,6 @@ QString deUtf8(const std::string& texto)
     return QString::fromUtf8(texto.data(), qsizetype(texto.size()));
 }
 
-struct LiberarGObject {
-    void operator()(gpointer objeto) const noexcept { g_object_unref(objeto); }
-};
-struct LiberarGError {
-    void operator()(GError* erro) const noexcept { g_error_free(erro); }
-};
 
 } // namespace
 
@@ -306,26 +299,16 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 {
     std::vector<std::string> movidos;
     for (const ItemTriado& item : itens) {
-        // Only what the person saw: the path must still name the entry the scan read (a file
-        // replaced by a folder, or rewritten, since then is not what was confirmed). A path
-        // with nothing at it is left to GIO, whose refusal says so.
+        // Only what the person saw: the path must still name the entry the scan read.
         const auto visto = identidades_.find(item.id());
-        if (const std::optional<Identidade> agora = Identidade::ler(item.id());
-            agora && (visto == identidades_.end() || *agora != visto->second)) {
+        const std::optional<Identidade> vista
+            = visto == identidades_.end() ? std::optional<Identidade>(Identidade {}) : std::optional(visto->second);
+        if (const std::optional<Lixeira::Falha> falha = Lixeira::mover(item.id(), vista)) {
             setErro(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
-                + QStringLiteral(" para a Lixeira: o arquivo mudou desde a última varredura."));
+                + QStringLiteral(" para a Lixeira: ") + deUtf8(*falha));
             continue;
         }
-        // The exact bytes of the path: names need not be UTF-8. Never a copy, never a delete.
-        const std::unique_ptr<GFile, LiberarGObject> arquivo(g_file_new_for_path(item.id().c_str()));
-        GError* falha = nullptr;
-        if (g_file_trash(arquivo.get(), nullptr, &falha)) {
-            movidos.push_back(item.id());
-            continue;
-        }
-        const std::unique_ptr<GError, LiberarGError> erro(falha);
-        setErro(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
-            + QStringLiteral(" para a Lixeira: ") + QString::fromUtf8(erro ? erro->message : ""));
+        movidos.push_back(item.id());
     }
     decidir(movidos, Decisao::resolvido);
     // Queued: a refusal stays in erro until this rescan starts and clears it.

@@ -2,6 +2,7 @@
 // The model under conditions a desktop really meets: a decision file far larger than usual
 // and a Downloads folder on another file system than the home (a USB stick, a RAM disk).
 #include "Casa.hpp"
+#include "OutroSistemaDeArquivos.hpp"
 #include "Registro.hpp"
 
 #include <QSignalSpy>
@@ -19,45 +20,18 @@ using namespace tarrafa::app::teste;
 
 namespace {
 
-// Another file system mounted over the fake home's Downloads folder for the life of the
-// object: a RAM disk, or a small ext4 image on a loop device (as a USB stick would be).
+// Another file system over the fake home's Downloads folder, its image in the fake home.
 class OutroSistemaDeArquivos final {
 public:
-    enum class Tipo { ramDisk, imagemExt4 };
-
+    using Tipo = tarrafa::teste::OutroSistemaDeArquivos::Tipo;
     OutroSistemaDeArquivos(const std::string& ponto, Tipo tipo)
-        : ponto_(ponto)
+        : disco_(ponto, tipo, Casa::raiz())
     {
-        if (::geteuid() != 0) {
-            return;
-        }
-        if (tipo == Tipo::ramDisk) {
-            montado_ = ::mount("tarrafa-teste", ponto_.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "size=4m") == 0;
-            return;
-        }
-        const std::string imagem = Casa::raiz() + "/pendrive.ext4";
-        const std::string comando = "truncate -s 8M '" + imagem + "' && mkfs.ext4 -q -F '" + imagem
-            + "' >/dev/null 2>&1 && mount -o loop '" + imagem + "' '" + ponto_ + "' 2>/dev/null && chmod 1777 '"
-            + ponto_ + "'";
-        montado_ = std::system(comando.c_str()) == 0;
-        if (!montado_) {
-            ::umount2(ponto_.c_str(), MNT_DETACH);
-        }
     }
-    ~OutroSistemaDeArquivos()
-    {
-        if (montado_) {
-            ::umount2(ponto_.c_str(), MNT_DETACH);
-        }
-    }
-    OutroSistemaDeArquivos(const OutroSistemaDeArquivos&) = delete;
-    OutroSistemaDeArquivos& operator=(const OutroSistemaDeArquivos&) = delete;
-
-    [[nodiscard]] bool montado() const noexcept { return montado_; }
+    [[nodiscard]] bool montado() const noexcept { return disco_.montado(); }
 
 private:
-    std::string ponto_;
-    bool montado_ = false;
+    tarrafa::teste::OutroSistemaDeArquivos disco_;
 };
 
 } // namespace

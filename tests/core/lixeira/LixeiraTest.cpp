@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The Trash and the way back, on real files in a fake home: GIO moves them, the restore puts
+// them back by the freedesktop.org rules and never overwrites anything.
+#include "Apoio.hpp"
+#include "OutroSistemaDeArquivos.hpp"
+
+#include "TarrafaCore/Identidade.hpp"
+#include "TarrafaCore/Lixeira.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <unistd.h>
+
+using namespace tarrafa;
+namespace fs = std::filesystem;
+
+namespace {
+
+// GIO reads where the home trash is once per process: one home for all the tests of a run.
+const teste::CasaFalsa& casa()
+{
+    static const teste::CasaFalsa unica;
+    return unica;
+}
+
+std::string lerArquivo(const std::string& caminho)
+{
+    std::ifstream entrada(caminho, std::ios::binary);
+    return {std::istreambuf_iterator<char>(entrada), std::istreambuf_iterator<char>()};
+}
+
+std::size_t quantosEm(const std::string& pasta)
+{
+    std::error_code erro;
+    return fs::exists(pasta, erro)
+        ? static_cast<std::size_t>(std::distance(fs::directory_iterator(pasta), fs::directory_iterator()))
+        : 0;
+}
+
+class LixeiraTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        fs::remove_all(lixeira());
+        fs::remove_all(downloads());
+        fs::create_directories(downloads());
+    }
+    static std::string downloads() { return casa() / "Downloads"; }
+    static std::string lixeira() { return casa() / ".local/share/Trash"; }
+    static std::string em(const std::string& nome) { return downloads() + "/" + nome; }
+};
+
+} // namespace
+
+TEST_F(LixeiraTest, AFileMovedToTheTrashComesBackWithItsBytesAndNameAndTheRecordGoes)
+{
+    const std::string caminho = em("relatório anual 2026.pdf");
+    teste::escrever(caminho, "conteudo do relatorio");
+    ASSERT_FALSE(Lixeira::mover(caminho, Identidade::ler(caminho)));
+    EXPECT_FALSE(fs::exists(caminho));
+    EXPECT_EQ(quantosEm(lixeira() + "/files"), 1U);
+    EXPECT_EQ(quantosEm(lixeira() + "/info"), 1U);
+    ASSERT_TRUE(Lixeira::procurar(caminho).has_value());
+
+    const auto falha = Lixeira::restaurar(caminho);
+    ASSERT_FALSE(falha) << *falha;
+    EXPECT_EQ(lerArquivo(caminho), "conteudo do relatorio");
+    EXPECT_EQ(quantosEm(lixeira() + "/files"), 0U);
+    EXPECT_EQ(quantosEm(lixeira() + "/info"), 0U);
+    EXPECT_FALSE(Lixeira::procurar(caminho).has_value());
+}
+
+TEST_F(LixeiraTest, AFolderComesBackWholeAndLeavesTheSizeCache)
+{
+    teste::escrever(em("fotos/1.jpg"), "um");
+    teste::escrever(em("fotos/2.jpg"), "dois");
+    ASSERT_FALSE(Lixeira::mover(em("fotos"), std::nullopt));
+    // The size cache as file managers keep it, with our folder and another's.
+    teste::escrever(lixeira() + "/directorysizes", "3 1700000000 fotos\n9 1700000000 outra%20pasta\n");
+    ASSERT_FALSE(Lixeira::restaurar(em("fotos")));
+    EXPECT_EQ(lerArquivo(em("fotos/2.jpg")), "dois");
+    EXPECT_EQ(lerArquivo(lixeira() + "/directorysizes"), "9 1700000000 outra%20pasta\n");
+}
+
+TEST_F(LixeiraTest, ARestoreOverWhatNowStandsThereIsRefusedAndNothingIsOverwritten)
+{
+    const std::string caminho = em("a.pdf");
+    teste::escrever(caminho, "antigo");
+    ASSERT_FALSE(Lixeira::mover(caminho, std::nullopt));
+    teste::escrever(caminho, "novo, baixado depois");
+
+    const auto falha = Lixeira::restaurar(caminho);
+    ASSERT_TRUE(falha.has_value());
+    EXPECT_EQ(*falha, "já existe um arquivo com esse nome na pasta. Nada foi substituído.");
+    EXPECT_EQ(lerArquivo(caminho), "novo, baixado depois");
+    EXPECT_EQ(quantosEm(lixeira() + "/files"), 1U) << "the trashed one stays in the Trash";
+    EXPECT_EQ(quantosEm(lixeira() + "/info"), 1U);
+}
+
+TEST_F(LixeiraTest, OfSeveralTrashedFilesFromOnePathTheNewestComesBack)
+{
+    const std::string caminho = em("a.pdf");
+    teste::escrever(caminho, "primeiro");
+    ASSERT_FALSE(Lixeira::mover(caminho, std::nullopt));
+    // GIO's deletion dates have a resolution of a second.
+    ::sleep(1);
+    teste::escrever(caminho, "segundo");
+    ASSERT_FALSE(Lixeira::mover(caminho, std::nullopt));
+    ASSERT_FALSE(Lixeira::restaurar(caminho));
+    EXPECT_EQ(lerArquivo(caminho), "segundo");
+    EXPECT_EQ(quantosEm(lixeira() + "/files"), 1U);
+}
+
+TEST_F(LixeiraTest, AFileChangedSinceItWasSeenStaysWhereItIs)
+{
+    const std::string caminho = em("a.pdf");
+    teste::escrever(caminho, "visto");
+    const std::optional<Identidade> vista = Identidade::ler(caminho);
+    fs::remove(caminho);
+    fs::create_directories(caminho); // a folder took its name
+    const auto falha = Lixeira::mover(caminho, vista);
+    ASSERT_TRUE(falha.has_value());
+    EXPECT_EQ(*falha, "o arquivo mudou desde a última varredura.");
+    EXPECT_TRUE(fs::is_directory(caminho));
+    EXPECT_EQ(quantosEm(lixeira() + "/files"), 0U);
+}
+
+TEST_F(LixeiraTest, NotInTheTrashOrItsFolderGoneIsSaid)
+{
+    EXPECT_EQ(Lixeira::restaurar(em("nunca.pdf")).value_or(""), "ele não está na Lixeira.");
+    teste::escrever(em("sub/a.pdf"), "a");
+    ASSERT_FALSE(Lixeira::mover(em("sub/a.pdf"), std::nullopt));
+    fs::remove_all(em("sub"));
+    EXPECT_EQ(Lixeira::restaurar(em("sub/a.pdf")).value_or(""), "a pasta onde ele estava não existe mais.");
+}
+
+TEST_F(LixeiraTest, RecordsWrittenByOtherProgramsAreReadPercentEncodedAndOddOnesIgnored)
+{
+    fs::create_directories(lixeira() + "/files");
+    fs::create_directories(lixeira() + "/info");
+    const std::string caminho = em("nota fiscal ç.pdf");
+    teste::escrever(lixeira() + "/files/nota.pdf", "nota");
+    teste::escrever(lixeira() + "/info/nota.pdf.trashinfo",
+        "[Trash Info]\nPath=" + downloads() + "/nota%20fiscal%20%C3%A7.pdf\nDeletionDate=2026-01-02T03:04:05\n");
+    // Not records: another group, no path, a path to elsewhere, a file bigger than a record.
+    teste::escrever(lixeira() + "/files/x.pdf", "x");
+    teste::escrever(lixeira() + "/info/x.pdf.trashinfo",
+        "[Outra]\nPath=" + downloads() + "/nota%20fiscal%20%C3%A7.pdf\nDeletionDate=2027-01-01T00:00:00\n");
+    teste::escrever(lixeira() + "/files/y.pdf", "y");
+    teste::escrever(lixeira() + "/info/y.pdf.trashinfo", "[Trash Info]\nDeletionDate=2027-01-01T00:00:00\n");
+    teste::escrever(lixeira() + "/files/z.pdf", "z");
+    teste::escrever(lixeira() + "/info/z.pdf.trashinfo",
+        "[Trash Info]\nPath=" + downloads() + "/nota%20fiscal%20%C3%A7.pdf\nDeletionDate=2027-01-01T00:00:00\n"
+            + std::string(100 * 1024, '#'));
+
+    ASSERT_FALSE(Lixeira::restaurar(caminho));
+    EXPECT_EQ(lerArquivo(caminho), "nota");
+    EXPECT_FALSE(fs::exists(lixeira() + "/info/nota.pdf.trashinfo"));
+    EXPECT_EQ(quantosEm(lixeira() + "/files"), 3U);
+}
+
+TEST_F(LixeiraTest, AFileOnAnotherDiskComesBackFromThatDisksOwnTrash)
+{
+    const std::string disco = casa() / "pendrive";
+    fs::create_directories(disco);
+    const teste::OutroSistemaDeArquivos pendrive(disco, teste::OutroSistemaDeArquivos::Tipo::imagemExt4, casa().caminho());
+    if (!pendrive.montado()) {
+        GTEST_SKIP() << "mounting an ext4 image needs root, mkfs.ext4 and a loop device";
+    }
+    const std::string caminho = disco + "/documentos/b.pdf";
+    teste::escrever(caminho, "no pendrive");
+    // What GIO writes there: a path relative to the top of the disk.
+    const auto movido = Lixeira::mover(caminho, std::nullopt);
+    ASSERT_FALSE(movido) << *movido;
+    const std::string lixeiraDoDisco = disco + "/.Trash-" + std::to_string(::getuid());
+    ASSERT_EQ(quantosEm(lixeiraDoDisco + "/files"), 1U);
+    EXPECT_NE(lerArquivo((*fs::directory_iterator(lixeiraDoDisco + "/info")).path()).find("Path=documentos/b.pdf"),
+        std::string::npos);
+    ASSERT_FALSE(Lixeira::restaurar(caminho));
+    EXPECT_EQ(lerArquivo(caminho), "no pendrive");
+    EXPECT_EQ(quantosEm(lixeiraDoDisco + "/info"), 0U);
+}
