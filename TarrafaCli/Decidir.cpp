@@ -51,7 +51,7 @@ std::optional<Verbo> verboDe(std::string_view palavra) noexcept
     return std::nullopt;
 }
 
-Alvos resolver(const std::string& pasta, const std::vector<std::string>& argumentos)
+Alvos resolver(const std::string& pasta, const std::vector<std::string>& argumentos, Existencia existencia)
 {
     Alvos alvos;
     for (const std::string& argumento : argumentos) {
@@ -71,7 +71,8 @@ Alvos resolver(const std::string& pasta, const std::vector<std::string>& argumen
         }
         struct stat info {};
         if (nome.empty() || nome == "." || nome == ".."
-            || ::fstatat(AT_FDCWD, (pasta + "/" + nome).c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+            || (existencia == Existencia::exigida
+                && ::fstatat(AT_FDCWD, (pasta + "/" + nome).c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)) {
             recusar("não está na pasta Downloads (" + Escapes::paraTerminal(pasta) + ")");
             continue;
         }

@@ -6,6 +6,8 @@
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/BancoCopiado.hpp"
+#include "TarrafaCore/Identidade.hpp"
+#include "TarrafaCore/Lixeira.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 
 #include <cstdio>
@@ -21,10 +23,13 @@ namespace {
 constexpr std::string_view kUso
     = "Uso: tarrafa-cli [--json] [PASTA]\n"
       "     tarrafa-cli adiar|resolver|ignorar|esquecer ARQUIVO...\n"
+      "     tarrafa-cli lixeira|restaurar ARQUIVO...\n"
       "Mostra a caixa de entrada da pasta (por padrão, a sua pasta Downloads)\n"
       "agrupada por origem, e o Raio-X da pasta. Nada é alterado.\n"
       "Com adiar, resolver ou ignorar, anota essa decisão para cada ARQUIVO da pasta\n"
       "Downloads, como a janela faz; esquecer devolve o ARQUIVO à caixa de entrada.\n"
+      "lixeira move cada ARQUIVO para a Lixeira (e o anota como resolvido); restaurar\n"
+      "traz de volta da Lixeira o ARQUIVO que estava na pasta, sem nunca substituir outro.\n"
       "ARQUIVO é um nome da pasta Downloads ou um caminho até ele.\n"
       "  --json   escreve um objeto JSON em vez do texto\n";
 
@@ -55,11 +60,10 @@ bool downloadsDesligada()
     return true;
 }
 
-// adiar, resolver, ignorar, esquecer: every argument must name an entry of the Downloads
-// folder, or nothing is decided at all.
-int decidir(tarrafa::cli::Decidir::Verbo verbo, int argc, char** argv, int primeiro)
+// The ARQUIVO arguments of a subcommand, "--" allowing names that start with "-"; none after
+// a usage error, whose status is then in status.
+std::optional<std::vector<std::string>> arquivosDe(int argc, char** argv, int primeiro, int& status)
 {
-    namespace Decidir = tarrafa::cli::Decidir;
     std::vector<std::string> arquivos;
     bool semMaisOpcoes = false;
     for (int i = primeiro; i < argc; ++i) {
@@ -67,30 +71,45 @@ int decidir(tarrafa::cli::Decidir::Verbo verbo, int argc, char** argv, int prime
         if (!semMaisOpcoes && argumento == "--") {
             semMaisOpcoes = true;
         } else if (!semMaisOpcoes && argumento.starts_with('-') && argumento.size() > 1) {
-            return erroDeUso("opção desconhecida: ", argumento);
+            status = erroDeUso("opção desconhecida: ", argumento);
+            return std::nullopt;
         } else {
             arquivos.emplace_back(argumento);
         }
     }
     if (arquivos.empty()) {
-        return erroDeUso("falta dizer qual ARQUIVO");
+        status = erroDeUso("falta dizer qual ARQUIVO");
+        return std::nullopt;
     }
-    if (downloadsDesligada()) {
-        return 1;
+    return arquivos;
+}
+
+// The ids the arguments name in the Downloads folder; none (the reasons printed) when one is
+// not there, so that nothing is done to any.
+std::optional<std::vector<std::string>> alvosDe(const std::vector<std::string>& arquivos,
+    tarrafa::cli::Decidir::Existencia existencia, std::string_view nadaFeito)
+{
+    const tarrafa::cli::Decidir::Alvos alvos
+        = tarrafa::cli::Decidir::resolver(tarrafa::PastasDoUsuario::downloads(), arquivos, existencia);
+    if (alvos.erros.empty()) {
+        return alvos.ids;
     }
-    const std::string pasta = tarrafa::PastasDoUsuario::downloads();
-    const Decidir::Alvos alvos = Decidir::resolver(pasta, arquivos);
-    if (!alvos.erros.empty()) {
-        for (const std::string& erro : alvos.erros) {
-            escrever(stderr, erro);
-            escrever(stderr, "\n");
-        }
-        escrever(stderr, "tarrafa-cli: nenhuma decisão foi anotada\n");
-        return 1;
+    for (const std::string& erro : alvos.erros) {
+        escrever(stderr, erro);
+        escrever(stderr, "\n");
     }
+    escrever(stderr, "tarrafa-cli: ");
+    escrever(stderr, nadaFeito);
+    escrever(stderr, "\n");
+    return std::nullopt;
+}
+
+// Writes the changes to the decision file the window shares; false (said) when that failed.
+bool gravar(const tarrafa::ArquivoDeDecisoes::Mudancas& mudancas)
+{
     const std::string caminho = tarrafa::PastasDoUsuario::arquivoDeDecisoes();
     tarrafa::ArquivoDeDecisoes arquivo(caminho);
-    const tarrafa::ArquivoDeDecisoes::Gravacao gravacao = arquivo.gravar(Decidir::mudancas(verbo, alvos.ids));
+    const tarrafa::ArquivoDeDecisoes::Gravacao gravacao = arquivo.gravar(mudancas);
     if (gravacao.postoDeLado) {
         escrever(stderr, "tarrafa-cli: o arquivo de decisões não pôde ser lido e foi guardado em ");
         escrever(stderr, tarrafa::Escapes::paraTerminal(*gravacao.postoDeLado));
@@ -102,9 +121,100 @@ int decidir(tarrafa::cli::Decidir::Verbo verbo, int argc, char** argv, int prime
         escrever(stderr, ": ");
         escrever(stderr, *gravacao.falha);
         escrever(stderr, "\n");
+        return false;
+    }
+    return true;
+}
+
+std::string nomeDe(const std::string& id)
+{
+    return tarrafa::Escapes::paraTerminal(id.substr(id.rfind('/') + 1));
+}
+
+// adiar, resolver, ignorar, esquecer: every argument must name an entry of the Downloads
+// folder, or nothing is decided at all.
+int decidir(tarrafa::cli::Decidir::Verbo verbo, const std::vector<std::string>& arquivos)
+{
+    const auto ids = alvosDe(arquivos, tarrafa::cli::Decidir::Existencia::exigida, "nenhuma decisão foi anotada");
+    if (!ids) {
         return 1;
     }
-    return 0;
+    return gravar(tarrafa::cli::Decidir::mudancas(verbo, *ids)) ? 0 : 1;
+}
+
+// lixeira: as the window's "Mover para a Lixeira" once confirmed (typing the command is the
+// confirmation). Each moved file is marked resolved, as the window marks it.
+int lixeira(const std::vector<std::string>& arquivos)
+{
+    const auto ids = alvosDe(arquivos, tarrafa::cli::Decidir::Existencia::exigida, "nada foi movido");
+    if (!ids) {
+        return 1;
+    }
+    int status = 0;
+    std::vector<std::string> movidos;
+    for (const std::string& id : *ids) {
+        // What the argument named a moment ago is what moves; anything that took its place
+        // since then stays.
+        if (const auto falha = tarrafa::Lixeira::mover(id, tarrafa::Identidade::ler(id))) {
+            escrever(stderr, "Não consegui mover " + nomeDe(id) + " para a Lixeira: " + *falha + "\n");
+            status = 1;
+            continue;
+        }
+        movidos.push_back(id);
+    }
+    if (!movidos.empty() && !gravar(tarrafa::cli::Decidir::mudancas(tarrafa::cli::Decidir::Verbo::resolver, movidos))) {
+        status = 1;
+    }
+    return status;
+}
+
+// restaurar: each file back where it was, by its original path, and back in the inbox.
+int restaurar(const std::vector<std::string>& arquivos)
+{
+    const auto ids = alvosDe(arquivos, tarrafa::cli::Decidir::Existencia::dispensada, "nada foi restaurado");
+    if (!ids) {
+        return 1;
+    }
+    int status = 0;
+    std::vector<std::string> restaurados;
+    for (const std::string& id : *ids) {
+        if (const auto falha = tarrafa::Lixeira::restaurar(id)) {
+            escrever(stderr, "Não consegui restaurar " + nomeDe(id) + ": " + *falha + "\n");
+            status = 1;
+            continue;
+        }
+        restaurados.push_back(id);
+    }
+    if (!restaurados.empty()
+        && !gravar(tarrafa::cli::Decidir::mudancas(tarrafa::cli::Decidir::Verbo::esquecer, restaurados))) {
+        status = 1;
+    }
+    return status;
+}
+
+// The subcommands that act on files of the Downloads folder; none for another first word.
+std::optional<int> subcomando(int argc, char** argv)
+{
+    if (argc < 2) {
+        return std::nullopt;
+    }
+    const std::string_view palavra = argv[1];
+    const auto verbo = tarrafa::cli::Decidir::verboDe(palavra);
+    if (!verbo && palavra != "lixeira" && palavra != "restaurar") {
+        return std::nullopt;
+    }
+    int status = 0;
+    const auto arquivos = arquivosDe(argc, argv, 2, status);
+    if (!arquivos) {
+        return status;
+    }
+    if (downloadsDesligada()) {
+        return 1;
+    }
+    if (verbo) {
+        return decidir(*verbo, *arquivos);
+    }
+    return palavra == "lixeira" ? lixeira(*arquivos) : restaurar(*arquivos);
 }
 
 } // namespace
@@ -113,10 +223,8 @@ int main(int argc, char** argv)
 {
     // Interrupted with Ctrl+C or by a shutdown, a scan leaves no copy of a browser history.
     tarrafa::BancoCopiado::removerCopiasAoSinal();
-    if (argc > 1) {
-        if (const auto verbo = tarrafa::cli::Decidir::verboDe(argv[1])) {
-            return decidir(*verbo, argc, argv, 2);
-        }
+    if (const std::optional<int> status = subcomando(argc, argv)) {
+        return *status;
     }
     bool json = false;
     std::optional<std::string> pasta;

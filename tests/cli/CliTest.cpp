@@ -349,5 +349,47 @@ TEST_F(CliDecidir, TheReportIsNotTakenForADecision)
     EXPECT_FALSE(std::filesystem::exists(casa_ / ".local/share/Tarrafa/decisoes.json"));
 }
 
+TEST_F(CliDecidir, LixeiraMovesToTheTrashMarksResolvedAndRestaurarBringsBackWithoutOverwriting)
+{
+    const std::string lixeira = casa_ / ".local/share/Trash";
+    const Execucao mover = rodar("lixeira a.pdf 'b c.pdf'");
+    ASSERT_EQ(mover.status, 0) << mover.erros;
+    EXPECT_FALSE(std::filesystem::exists(casa_ / "Downloads/a.pdf"));
+    EXPECT_EQ(lerArquivo(lixeira + "/files/b c.pdf"), "b");
+    EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"resolvido\",\"" + id("b c.pdf") + "\":\"resolvido\"}");
+
+    // Something new took a.pdf's name: it stays, and so does the trashed one.
+    escrever(casa_ / "Downloads/a.pdf", "outro");
+    const Execucao ocupado = rodar("restaurar a.pdf 'b c.pdf'");
+    EXPECT_EQ(ocupado.status, 1);
+    EXPECT_EQ(ocupado.erros,
+        "Não consegui restaurar a.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído.\n");
+    EXPECT_EQ(lerArquivo(casa_ / "Downloads/a.pdf"), "outro");
+    EXPECT_EQ(lerArquivo(casa_ / "Downloads/b c.pdf"), "b");
+    EXPECT_TRUE(std::filesystem::exists(lixeira + "/files/a.pdf"));
+    // The one restored is back in the inbox.
+    EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"resolvido\"}");
+
+    std::filesystem::remove(casa_ / "Downloads/a.pdf");
+    ASSERT_EQ(rodar("restaurar Downloads/a.pdf").status, 0);
+    EXPECT_EQ(lerArquivo(casa_ / "Downloads/a.pdf"), "a");
+    EXPECT_FALSE(std::filesystem::exists(lixeira + "/info/a.pdf.trashinfo"));
+    EXPECT_EQ(decisoes(), "{}");
+
+    const Execucao nunca = rodar("restaurar nunca.pdf");
+    EXPECT_EQ(nunca.status, 1);
+    EXPECT_EQ(nunca.erros, "Não consegui restaurar nunca.pdf: ele não está na Lixeira.\n");
+}
+
+TEST_F(CliDecidir, LixeiraOfAFileNotInTheFolderMovesNothing)
+{
+    const Execucao e = rodar("lixeira a.pdf outra/x.pdf");
+    EXPECT_EQ(e.status, 1);
+    EXPECT_TRUE(std::filesystem::exists(casa_ / "Downloads/a.pdf"));
+    EXPECT_TRUE(std::filesystem::exists(casa_ / "outra/x.pdf"));
+    EXPECT_NE(e.erros.find("tarrafa-cli: nada foi movido\n"), std::string::npos) << e.erros;
+    EXPECT_EQ(rodar("lixeira").status, 2);
+}
+
 } // namespace
 } // namespace tarrafa
