@@ -144,6 +144,33 @@ std::string dobrarCaixa(std::string_view texto)
     return paraUtf8(paraUnicode(texto).foldCase(U_FOLD_CASE_DEFAULT));
 }
 
+std::string chaveDeBusca(std::string_view texto)
+{
+    if (ehAscii(texto)) {
+        return dobrarCaixa(texto);
+    }
+    UErrorCode erro = U_ZERO_ERROR;
+    const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(erro);
+    const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(erro);
+    if (U_FAILURE(erro)) {
+        return dobrarCaixa(texto);
+    }
+    // Folded first: folding may itself decompose ("İ" becomes "i" and a dot above).
+    icu::UnicodeString dobrado = paraUnicode(texto);
+    dobrado.foldCase(U_FOLD_CASE_DEFAULT);
+    const icu::UnicodeString decomposto = nfd->normalize(dobrado, erro);
+    icu::UnicodeString semMarcas;
+    for (int32_t i = 0; i < decomposto.length();) {
+        const UChar32 c = decomposto.char32At(i);
+        i += U16_LENGTH(c);
+        if (u_charType(c) != U_NON_SPACING_MARK) {
+            semMarcas.append(c);
+        }
+    }
+    const icu::UnicodeString composto = nfc->normalize(semMarcas, erro);
+    return U_FAILURE(erro) ? dobrarCaixa(texto) : paraUtf8(composto);
+}
+
 std::vector<std::string_view> grafemas(std::string_view texto)
 {
     std::vector<std::string_view> partes;

@@ -22,6 +22,9 @@ namespace tarrafa::Texto {
 [[nodiscard]] std::string maiusculas(std::string_view texto);
 // Full case folding, for caseless comparisons that keep accents.
 [[nodiscard]] std::string dobrarCaixa(std::string_view texto);
+// What a search compares: case folded and every combining mark taken away (decomposed,
+// nonspacing marks removed, composed again), so "relatorio" finds "Relatório" and "RELATÓRIO".
+[[nodiscard]] std::string chaveDeBusca(std::string_view texto);
 
 // The grapheme clusters of valid UTF-8 text, as views into it.
 [[nodiscard]] std::vector<std::string_view> grafemas(std::string_view texto);

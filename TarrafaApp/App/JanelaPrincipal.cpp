@@ -163,6 +163,13 @@ void JanelaPrincipal::montarBarraDeFerramentas()
             busca_->setText(modelo_.busca());
         }
     });
+    // Escape in the field clears the search, as in every search field of the desktop.
+    auto* limpar = new QAction(QStringLiteral("Limpar a busca"), busca_);
+    limpar->setObjectName(QStringLiteral("acaoLimparBusca"));
+    limpar->setShortcut(QKeySequence(Qt::Key_Escape));
+    limpar->setShortcutContext(Qt::WidgetShortcut);
+    connect(limpar, &QAction::triggered, busca_, &QLineEdit::clear);
+    busca_->addAction(limpar);
     barra->addWidget(busca_);
 }
 

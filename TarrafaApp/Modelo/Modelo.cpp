@@ -135,24 +135,32 @@ std::vector<ItemTriado> Modelo::itensTodos() const
     return todos;
 }
 
+bool Modelo::buscando() const
+{
+    return std::any_of(busca_.begin(), busca_.end(), [](QChar c) { return !c.isSpace(); });
+}
+
 template <typename Funcao> void Modelo::paraCadaItem(const Destino& destino, Funcao&& funcao) const
 {
     // Runs on every keystroke in the search field and for every sidebar count, over
-    // folders of many thousands of items: each item is tested where it lies, nothing copied.
-    const bool buscando = !busca_.isEmpty();
-    // Case folded on both sides, accents kept; the text exactly as typed, blanks included.
-    const std::string procurado = buscando ? Texto::dobrarCaixa(busca_.toStdString()) : std::string();
-    const auto visitar = [&](const std::vector<ItemTriado>& itens, auto&& decisaoServe) {
-        for (const ItemTriado& item : itens) {
+    // folders of many thousands of items: each item is tested where it lies, nothing copied,
+    // against its name folded once per scan.
+    const bool buscando = this->buscando();
+    // Case and accents ignored on both sides; the text otherwise as typed.
+    const std::string procurado = buscando ? Texto::chaveDeBusca(busca_.toStdString()) : std::string();
+    const auto visitar = [&](std::size_t g, auto&& decisaoServe) {
+        const std::vector<ItemTriado>& itens = grupos_[g].itens();
+        for (std::size_t i = 0; i < itens.size(); ++i) {
+            const ItemTriado& item = itens[i];
             if (decisaoServe(decisao(item.id()))
-                && (!buscando || Texto::dobrarCaixa(item.nome()).find(procurado) != std::string::npos)) {
+                && (!buscando || chavesDeBusca_[g][i].find(procurado) != std::string::npos)) {
                 funcao(item);
             }
         }
     };
     const auto visitarTodos = [&](auto&& decisaoServe) {
-        for (const GrupoOrigem& grupo : grupos_) {
-            visitar(grupo.itens(), decisaoServe);
+        for (std::size_t g = 0; g < grupos_.size(); ++g) {
+            visitar(g, decisaoServe);
         }
     };
     switch (destino.caso()) {
@@ -171,7 +179,7 @@ template <typename Funcao> void Modelo::paraCadaItem(const Destino& destino, Fun
         const auto grupo = std::find_if(grupos_.begin(), grupos_.end(),
             [&](const GrupoOrigem& g) { return g.origem().chave() == destino.chave(); });
         if (grupo != grupos_.end()) {
-            visitar(grupo->itens(), [](Decisao d) { return d != Decisao::resolvido; });
+            visitar(static_cast<std::size_t>(grupo - grupos_.begin()), [](Decisao d) { return d != Decisao::resolvido; });
         }
         break;
     }
@@ -271,6 +279,7 @@ void Modelo::aplicar(Varredura resultado)
         return;
     }
     grupos_ = std::move(resultado.grupos);
+    chavesDeBusca_ = std::move(resultado.chavesDeBusca);
     identidades_ = std::move(resultado.identidades);
     Q_EMIT gruposChanged();
     raioX_.emplace(resultado.snapshots, grupos_);
@@ -439,7 +448,7 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
     // A Downloads folder turned off points at the home: its Documents, Music and Pictures are
     // not downloads, and never Trash candidates.
     if (PastasDoUsuario::ehACasa(pasta)) {
-        return {{}, {}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
+        return {{}, {}, {}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
     }
     try {
         PastaScanner::Resultado lido = PastaScanner(parar).varrerComIdentidades(pasta);
@@ -449,11 +458,21 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
             identidades.emplace(lido.snapshots[i].id(), lido.identidades[i]);
         }
         std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(lido.snapshots);
-        return {std::move(lido.snapshots), std::move(identidades), std::move(grupos), std::nullopt, std::nullopt};
+        std::vector<std::vector<std::string>> chaves;
+        chaves.reserve(grupos.size());
+        for (const GrupoOrigem& grupo : grupos) {
+            std::vector<std::string>& doGrupo = chaves.emplace_back();
+            doGrupo.reserve(grupo.itens().size());
+            for (const ItemTriado& item : grupo.itens()) {
+                doGrupo.push_back(Texto::chaveDeBusca(item.nome()));
+            }
+        }
+        return {std::move(lido.snapshots), std::move(identidades), std::move(grupos), std::move(chaves),
+            std::nullopt, std::nullopt};
     } catch (const std::system_error& erro) {
-        return {{}, {}, {}, erro.code().message(), std::nullopt};
+        return {{}, {}, {}, {}, erro.code().message(), std::nullopt};
     } catch (const std::exception& erro) {
-        return {{}, {}, {}, std::string(erro.what()), std::nullopt};
+        return {{}, {}, {}, {}, std::string(erro.what()), std::nullopt};
     }
 }
 

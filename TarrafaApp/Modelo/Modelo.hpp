@@ -49,6 +49,9 @@ public:
     [[nodiscard]] const std::optional<QString>& erro() const noexcept { return erro_; }
     [[nodiscard]] const QString& busca() const noexcept { return busca_; }
     void setBusca(const QString& busca);
+    // Whether the search text holds more than blanks: a search of blanks only is none, as
+    // the empty-looking field says.
+    [[nodiscard]] bool buscando() const;
     [[nodiscard]] const std::unordered_map<std::string, Decisao>& decisoes() const noexcept
     {
         return decisoes_;
@@ -96,6 +99,9 @@ public:
         std::vector<FileSnapshot> snapshots;
         std::unordered_map<std::string, Identidade> identidades;
         std::vector<GrupoOrigem> grupos;
+        // Each item's name as a search compares it, in the order of grupos and their items:
+        // made once per scan, not at every keystroke.
+        std::vector<std::vector<std::string>> chavesDeBusca;
         std::optional<std::string> falha;
         // The folder is the home (Downloads turned off): not scanned; the message says why.
         std::optional<std::string> naoConfigurada;
@@ -132,6 +138,7 @@ private:
     void setErro(std::optional<QString> erro);
 
     std::vector<GrupoOrigem> grupos_;
+    std::vector<std::vector<std::string>> chavesDeBusca_; // parallel to grupos_
     // What each entry was when the last scan read it: a move to the Trash acts only on that.
     std::unordered_map<std::string, Identidade> identidades_;
     std::optional<RaioX> raioX_;

@@ -52,8 +52,8 @@ Conteudo conteudoPara(const Modelo& modelo, const std::vector<ItemTriado>& itens
     if (destino.caso() == Destino::Caso::raioX) {
         return Conteudo::raioX;
     }
-    // A search of any length, blanks included, turns the inbox into a flat list of files.
-    if (destino.caso() == Destino::Caso::entrada && modelo.busca().isEmpty()) {
+    // A search turns the inbox into a flat list of files; blanks alone are no search.
+    if (destino.caso() == Destino::Caso::entrada && !modelo.buscando()) {
         return Conteudo::grupos;
     }
     if (itens.empty()) {

@@ -113,6 +113,40 @@ private Q_SLOTS:
         QCOMPARE(busca.text(), QStringLiteral("outra"));
     }
 
+    void escapeLimpaABuscaEBrancosNaoViramListaSolta()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "Relatório anual.pdf", .origem = "https://arquivos.exemplo.com.br/x"});
+        cenario.criar({.nome = "foto.jpg", .origem = "https://arquivos.exemplo.com.br/y"});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        QLineEdit& busca = t.janela->busca();
+        auto* cartoes = t.janela->findChild<QWidget*>(QStringLiteral("listaDeGrupos"));
+        QVERIFY(cartoes);
+        QTRY_VERIFY(cartoes->isVisible());
+
+        // Without the accent, as people type.
+        busca.setFocus();
+        QTest::keyClicks(&busca, QStringLiteral("relatorio"));
+        const std::vector<ItemTriado> achados = t.modelo->itens(Destino::entrada());
+        QCOMPARE(achados.size(), std::size_t(1));
+        QCOMPARE(achados.front().nome(), std::string("Relatório anual.pdf"));
+        QTRY_VERIFY(!cartoes->isVisible());
+
+        QTest::keyClick(&busca, Qt::Key_Escape);
+        QCOMPARE(busca.text(), QString());
+        QCOMPARE(t.modelo->busca(), QString());
+        QTRY_VERIFY(cartoes->isVisible());
+
+        // One blank looks like an empty field, and is one: the groups stay.
+        QTest::keyClick(&busca, Qt::Key_Space);
+        QCOMPARE(t.modelo->busca(), QStringLiteral(" "));
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        QVERIFY(cartoes->isVisible());
+        QCOMPARE(t.modelo->itens(Destino::entrada()).size(), std::size_t(2));
+    }
+
     void menuArquivoVarreDeNovoComCtrlRSempreHabilitado()
     {
         Downloads cenario;

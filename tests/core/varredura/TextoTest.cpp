@@ -98,3 +98,16 @@ TEST(Texto, FirstCharacterUpperCased)
 
 } // namespace
 } // namespace tarrafa
+
+TEST(ChaveDeBusca, FoldsCaseAndDropsEveryAccent)
+{
+    using tarrafa::Texto::chaveDeBusca;
+    EXPECT_EQ(chaveDeBusca("Relatório Anual.PDF"), "relatorio anual.pdf");
+    EXPECT_EQ(chaveDeBusca("RELATÓRIO"), chaveDeBusca("relatorio"));
+    EXPECT_EQ(chaveDeBusca("relato\u0301rio"), "relatorio"); // decomposed as macOS writes names
+    EXPECT_EQ(chaveDeBusca("Ação Çedilha ÑANDÚ"), "acao cedilha nandu");
+    EXPECT_EQ(chaveDeBusca("Straße"), "strasse");
+    EXPECT_EQ(chaveDeBusca("\u0130stanbul"), "istanbul"); // folding itself adds a mark here
+    EXPECT_EQ(chaveDeBusca("日本語.txt"), "日本語.txt");
+    EXPECT_EQ(chaveDeBusca(""), "");
+}
