@@ -15,6 +15,7 @@
 #include <QFuture>
 #include <QStandardPaths>
 #include <QFutureWatcher>
+#include <QStringList>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -296,6 +297,13 @@ void Modelo::aplicar(Varredura resultado)
 
 void Modelo::decidir(const std::vector<std::string>& ids, Decisao decisao)
 {
+    // Acting again is the person's answer to an earlier refusal.
+    setMensagem(std::nullopt);
+    registrar(ids, decisao);
+}
+
+void Modelo::registrar(const std::vector<std::string>& ids, Decisao decisao)
+{
     for (const std::string& id : ids) {
         decisoes_.insert_or_assign(id, decisao);
         pendentes_.decidir(id, decisao);
@@ -306,6 +314,8 @@ void Modelo::decidir(const std::vector<std::string>& ids, Decisao decisao)
 
 void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 {
+    setMensagem(std::nullopt);
+    QStringList recusas;
     std::vector<std::string> movidos;
     for (const ItemTriado& item : itens) {
         // Only what the person saw: the path must still name the entry the scan read.
@@ -313,14 +323,18 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
         const std::optional<Identidade> vista
             = visto == identidades_.end() ? std::optional<Identidade>(Identidade {}) : std::optional(visto->second);
         if (const std::optional<Lixeira::Falha> falha = Lixeira::mover(item.id(), vista)) {
-            setErro(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
+            recusas.append(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
                 + QStringLiteral(" para a Lixeira: ") + deUtf8(*falha));
             continue;
         }
         movidos.push_back(item.id());
     }
-    decidir(movidos, Decisao::resolvido);
-    // Queued: a refusal stays in erro until this rescan starts and clears it.
+    if (!recusas.isEmpty()) {
+        setMensagem(recusas.join(QLatin1Char('\n')));
+    }
+    registrar(movidos, Decisao::resolvido);
+    // Queued, so that whoever looks right after the call sees the folder as the move left it;
+    // the rescan leaves the message on screen.
     QMetaObject::invokeMethod(
         this, [this] { varrer(); }, Qt::QueuedConnection);
 }
@@ -430,6 +444,20 @@ void Modelo::setCarregando(bool carregando)
     }
     carregando_ = carregando;
     Q_EMIT carregandoChanged();
+}
+
+void Modelo::dispensarMensagem()
+{
+    setMensagem(std::nullopt);
+}
+
+void Modelo::setMensagem(std::optional<QString> mensagem)
+{
+    if (mensagem_ == mensagem) {
+        return;
+    }
+    mensagem_ = std::move(mensagem);
+    Q_EMIT mensagemChanged();
 }
 
 void Modelo::setErro(std::optional<QString> erro)

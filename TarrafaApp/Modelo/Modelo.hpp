@@ -46,7 +46,12 @@ public:
     [[nodiscard]] const std::vector<GrupoOrigem>& grupos() const noexcept { return grupos_; }
     [[nodiscard]] const std::optional<RaioX>& raioX() const noexcept { return raioX_; }
     [[nodiscard]] bool carregando() const noexcept { return carregando_; }
+    // Why the folder could not be read: the whole page says it. Cleared by the next scan.
     [[nodiscard]] const std::optional<QString>& erro() const noexcept { return erro_; }
+    // Why an action was refused (a file that could not go to the Trash): stays on screen,
+    // rescans included, until the person dismisses it or acts again. One line per refusal.
+    [[nodiscard]] const std::optional<QString>& mensagem() const noexcept { return mensagem_; }
+    void dispensarMensagem();
     [[nodiscard]] const QString& busca() const noexcept { return busca_; }
     void setBusca(const QString& busca);
     // Whether the search text holds more than blanks: a search of blanks only is none, as
@@ -119,6 +124,7 @@ Q_SIGNALS:
     void raioXChanged();
     void carregandoChanged();
     void erroChanged();
+    void mensagemChanged();
     void buscaChanged();
     void decisoesChanged();
     void selecaoChanged();
@@ -136,6 +142,9 @@ private:
     void concluirGravacao(ArquivoDeDecisoes::Gravacao gravacao);
     void setCarregando(bool carregando);
     void setErro(std::optional<QString> erro);
+    void setMensagem(std::optional<QString> mensagem);
+    // Records the decisions and has them saved; leaves the message alone.
+    void registrar(const std::vector<std::string>& ids, Decisao decisao);
 
     std::vector<GrupoOrigem> grupos_;
     std::vector<std::vector<std::string>> chavesDeBusca_; // parallel to grupos_
@@ -144,6 +153,7 @@ private:
     std::optional<RaioX> raioX_;
     bool carregando_ = false;
     std::optional<QString> erro_;
+    std::optional<QString> mensagem_;
     QString busca_;
     std::unordered_map<std::string, Decisao> decisoes_;
     Destino selecao_ = Destino::entrada();

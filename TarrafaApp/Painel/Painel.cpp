@@ -5,6 +5,7 @@
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+#include "TarrafaApp/Painel/Recado.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
 #include "TarrafaApp/Painel/Escopo.hpp"
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
@@ -83,6 +84,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     , cabecalho_(new QWidget(this))
     , faixa_(new FaixaResumo(this))
     , divisor_(divisor(this, QStringLiteral("divisor")))
+    , recado_(new Recado(modelo, this))
     , pilha_(new QStackedWidget(this))
     , erro_(new ConteudoIndisponivel(QStringLiteral("exclamationmark.triangle"),
           QStringLiteral("Não deu para ler a pasta"), QString(), pilha_))
@@ -138,6 +140,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     pilhaVertical->addWidget(cabecalho_);
     pilhaVertical->addWidget(faixa_);
     pilhaVertical->addWidget(divisor_);
+    pilhaVertical->addWidget(recado_);
     pilhaVertical->addWidget(pilha_, 1);
 
     indicador_->hide();

@@ -27,6 +27,7 @@ class ListaDeArquivos;
 class ListaDeGrupos;
 class Modelo;
 class RaioXView;
+class Recado;
 class Selecao;
 
 // What the panel shows under its summary strip, chosen by the first rule that applies.
@@ -103,6 +104,7 @@ private:
     QWidget* cabecalho_;
     FaixaResumo* faixa_;
     QFrame* divisor_;
+    Recado* recado_;
     QStackedWidget* pilha_;
     ConteudoIndisponivel* erro_;
     RaioXView* raioX_;

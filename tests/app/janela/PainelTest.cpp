@@ -11,6 +11,7 @@
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
 #include "TarrafaApp/Painel/IndicadorDeProgresso.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
+#include "TarrafaApp/Painel/Recado.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 
 #include <QAbstractButton>
@@ -18,6 +19,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+
+#include <fstream>
 
 #include <algorithm>
 #include <filesystem>
@@ -149,6 +152,37 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QVERIFY(visivel(painel, "listaDeGrupos"));
         QVERIFY(!visivel(painel, "nadaAqui"));
+    }
+
+    void recusaDaLixeiraFicaNaTelaDepoisDaRevarreduraAteSerFechada()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(!visivel(painel, "recado"));
+
+        // Rewritten after the scan: not what the person would confirm.
+        std::vector<ItemTriado> itens = t.modelo->itens(Destino::entrada());
+        QCOMPARE(itens.size(), std::size_t(2));
+        std::erase_if(itens, [](const ItemTriado& item) { return item.nome() != "a.pdf"; });
+        std::ofstream(cenario.pasta() + "/a.pdf", std::ios::binary | std::ios::app) << "mais conteudo";
+        t.modelo->moverParaLixeira(itens);
+        // The rescan the move asks for comes and goes; the message stays on screen.
+        QVERIFY(t.esperarVarreduras(2));
+        QTRY_VERIFY(visivel(painel, "recado"));
+        auto* recado = painel.findChild<Recado*>(QStringLiteral("recado"));
+        QCOMPARE(recado->texto(),
+            QStringLiteral("Não consegui mover a.pdf para a Lixeira: o arquivo mudou desde a última varredura."));
+        QVERIFY(visivel(painel, "listaDeGrupos")); // the inbox is still there beneath it
+        QVERIFY(!visivel(painel, "erro"));
+        capturar(*t.janela, QStringLiteral("janela-recado-da-lixeira"));
+
+        QTest::mouseClick(&recado->fechar(), Qt::LeftButton);
+        QVERIFY(!t.modelo->mensagem().has_value());
+        QTRY_VERIFY(!visivel(painel, "recado"));
     }
 
     void erroVenceODiagnostico()

@@ -445,6 +445,9 @@ Diario::Diario(const Modelo& modelo)
     });
     connect(&modelo, &Modelo::erroChanged, this,
         [&modelo, anotar] { anotar(QStringLiteral("erro:") + modelo.erro().value_or(QStringLiteral("-"))); });
+    connect(&modelo, &Modelo::mensagemChanged, this, [&modelo, anotar] {
+        anotar(QStringLiteral("mensagem:") + modelo.mensagem().value_or(QStringLiteral("-")));
+    });
     connect(&modelo, &Modelo::decisoesChanged, this, [&modelo, anotar] {
         anotar(QStringLiteral("decisoes:") + QString::number(modelo.decisoes().size()));
     });

@@ -83,9 +83,9 @@ private Q_SLOTS:
 
         // GIO keeps no trash on a system's internal mounts: the file stays, whole, and the
         // person is told why.
-        QVERIFY(modelo->erro().has_value());
-        QVERIFY2(modelo->erro()->startsWith(QStringLiteral("Não consegui mover na-memoria.pdf para a Lixeira: ")),
-            qPrintable(*modelo->erro()));
+        QVERIFY(modelo->mensagem().has_value());
+        QVERIFY2(modelo->mensagem()->startsWith(QStringLiteral("Não consegui mover na-memoria.pdf para a Lixeira: ")),
+            qPrintable(*modelo->mensagem()));
         QCOMPARE(ler(emDownloads("na-memoria.pdf")), std::string("conteudo"));
         QVERIFY(modelo->decisao(emDownloads("na-memoria.pdf")) != Decisao::resolvido);
         QVERIFY(esperar(fins, 1));
@@ -103,7 +103,7 @@ private Q_SLOTS:
 
         // The trash of a removable disk lives on the disk, so that nothing crosses devices.
         const std::string lixeira = Casa::downloads() + "/.Trash-" + std::to_string(::geteuid());
-        QVERIFY2(!modelo->erro().has_value(), qPrintable(modelo->erro().value_or(QString())));
+        QVERIFY2(!modelo->mensagem().has_value(), qPrintable(modelo->mensagem().value_or(QString())));
         QVERIFY(!existe(emDownloads("no-pendrive.pdf")));
         QCOMPARE(ler(lixeira + "/files/no-pendrive.pdf"), std::string("conteudo"));
         QVERIFY(existe(lixeira + "/info/no-pendrive.pdf.trashinfo"));

@@ -145,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(nomesEm(Casa::downloads()), std::vector<std::string> {"a.pdf"});
     }
 
-    void lixeiraQueNaoPodeSerCriadaRecusaEAMensagemDuraAteARevarredura()
+    void lixeiraQueNaoPodeSerCriadaRecusaEAMensagemFicaDepoisDaRevarredura()
     {
         escrever(emDownloads("a.pdf"), "conteudo de a");
         const auto modelo = modeloVarrido();
@@ -160,9 +160,10 @@ private Q_SLOTS:
 
         const QString esperada = mensagemDeRecusa("a.pdf", recusaDoGio(emDownloads("a.pdf")));
         QVERIFY(!esperada.endsWith(QStringLiteral("(moved)")));
-        QCOMPARE(modelo->erro(), std::optional<QString>(esperada));
+        QCOMPARE(modelo->mensagem(), std::optional<QString>(esperada));
+        QVERIFY(!modelo->erro().has_value()); // the folder itself was read
         QVERIFY(!modelo->carregando()); // the rescan has not started yet
-        QCOMPARE(diario.linhas(), QStringList {QStringLiteral("erro:") + esperada});
+        QCOMPARE(diario.linhas(), QStringList {QStringLiteral("mensagem:") + esperada});
         QVERIFY(modelo->decisao(emDownloads("a.pdf")) == Decisao::novo);
         QCOMPARE(inode(emDownloads("a.pdf")), inodeAntes);
         QCOMPARE(ler(emDownloads("a.pdf")), std::string("conteudo de a"));
@@ -170,11 +171,20 @@ private Q_SLOTS:
 
         QVERIFY(esperar(fins, 1));
         QCOMPARE(diario.linhas(),
-            (QStringList {QStringLiteral("erro:") + esperada, QStringLiteral("carregando:sim"),
-                QStringLiteral("erro:-"), QStringLiteral("grupos:1"), QStringLiteral("raioX:1"),
-                QStringLiteral("carregando:nao"), QStringLiteral("fim")}));
-        QVERIFY(!modelo->erro().has_value());
+            (QStringList {QStringLiteral("mensagem:") + esperada, QStringLiteral("carregando:sim"),
+                QStringLiteral("grupos:1"), QStringLiteral("raioX:1"), QStringLiteral("carregando:nao"),
+                QStringLiteral("fim")}));
+        // Still there after the rescan, until dismissed or another action.
+        QCOMPARE(modelo->mensagem(), std::optional<QString>(esperada));
         QCOMPARE(nomes(modelo->itensTodos()), std::vector<std::string> {"a.pdf"});
+        modelo->dispensarMensagem();
+        QVERIFY(!modelo->mensagem().has_value());
+
+        // Another action clears it too.
+        modelo->moverParaLixeira(itensPorNome(*modelo, {"a.pdf"}));
+        QVERIFY(modelo->mensagem().has_value());
+        modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        QVERIFY(!modelo->mensagem().has_value());
     }
 
     void pastaSomenteLeituraRecusaENaoApagaNada()
@@ -194,16 +204,16 @@ private Q_SLOTS:
         ::chmod(Casa::downloads().c_str(), 0755);
 
         QVERIFY(!esperada.endsWith(QStringLiteral("(moved)")));
-        QCOMPARE(modelo->erro(), std::optional<QString>(esperada));
+        QCOMPARE(modelo->mensagem(), std::optional<QString>(esperada));
         QCOMPARE(ler(emDownloads("a.pdf")), std::string("conteudo de a"));
         QCOMPARE(nomesEm(Casa::lixeira() + "/files"), std::vector<std::string> {});
         QCOMPARE(nomesEm(Casa::lixeira() + "/info"), std::vector<std::string> {});
         QVERIFY(modelo->decisao(emDownloads("a.pdf")) == Decisao::novo);
         QVERIFY(esperar(fins, 1));
-        QVERIFY(!modelo->erro().has_value());
+        QCOMPARE(modelo->mensagem(), std::optional<QString>(esperada));
     }
 
-    void umaRecusaNaoImpedeOsOutrosEAUltimaMensagemFica()
+    void umaRecusaNaoImpedeOsOutrosETodasAsMensagensFicam()
     {
         for (const char* nome : {"a.pdf", "b.pdf", "c.pdf"}) {
             escrever(emDownloads(nome), nome);
@@ -215,13 +225,14 @@ private Q_SLOTS:
         // Two of them left the folder since the scan: GIO cannot find them.
         std::filesystem::remove(emDownloads("a.pdf"));
         std::filesystem::remove(emDownloads("c.pdf"));
-        QSignalSpy erros(modelo.get(), &Modelo::erroChanged);
+        QSignalSpy mensagens(modelo.get(), &Modelo::mensagemChanged);
 
         modelo->moverParaLixeira(itens);
 
-        QCOMPARE(erros.count(), 2);
-        QCOMPARE(modelo->erro(),
-            std::optional<QString>(mensagemDeRecusa("c.pdf", recusaDoGio(emDownloads("c.pdf")))));
+        QCOMPARE(mensagens.count(), 1);
+        QCOMPARE(modelo->mensagem(),
+            std::optional<QString>(mensagemDeRecusa("a.pdf", recusaDoGio(emDownloads("a.pdf"))) + QLatin1Char('\n')
+                + mensagemDeRecusa("c.pdf", recusaDoGio(emDownloads("c.pdf")))));
         QVERIFY(!existe(emDownloads("b.pdf")));
         QCOMPARE(ler(arquivoNaLixeira("b.pdf")), std::string("b.pdf"));
         QVERIFY(modelo->decisao(emDownloads("b.pdf")) == Decisao::resolvido);
@@ -247,8 +258,9 @@ private Q_SLOTS:
 
         modelo->moverParaLixeira(itens);
 
-        QCOMPARE(modelo->erro(),
+        QCOMPARE(modelo->mensagem(),
             std::optional<QString>(QStringLiteral(
+                "Não consegui mover relatorio.pdf para a Lixeira: o arquivo mudou desde a última varredura.\n"
                 "Não consegui mover reescrito.pdf para a Lixeira: o arquivo mudou desde a última varredura.")));
         QCOMPARE(ler(emDownloads("relatorio.pdf") + "/importante.odt"), std::string("nao mova"));
         QCOMPARE(ler(emDownloads("reescrito.pdf")), std::string("outro conteudo, mais longo"));
@@ -267,8 +279,8 @@ private Q_SLOTS:
         modelo->moverParaLixeira(itensPorNome(*modelo, {longo}));
 
         // Either it went to the Trash with its information, or it stayed and the reason shows.
-        if (modelo->erro()) {
-            QCOMPARE(modelo->erro(),
+        if (modelo->mensagem()) {
+            QCOMPARE(modelo->mensagem(),
                 std::optional<QString>(mensagemDeRecusa(longo, recusaDoGio(emDownloads(longo)))));
             QCOMPARE(ler(emDownloads(longo)), std::string("longo"));
             QVERIFY(modelo->decisao(emDownloads(longo)) == Decisao::novo);
