@@ -2,6 +2,7 @@
 #include "TarrafaCore/Apresentacao.hpp"
 
 #include "TarrafaCore/Formato.hpp"
+#include "TarrafaCore/Plural.hpp"
 
 #include <cmath>
 #include <cstdio>
@@ -32,18 +33,17 @@ std::string resumoDoGrupo(const GrupoOrigem& grupo)
 {
     std::string resumo = Formato::bytes(grupo.bytes());
     if (const int nunca = grupo.nuncaAbertos(); nunca >= 1) {
-        // "1 nunca abertos" too: the plural is kept for one on purpose.
-        resumo.append(kSeparador).append(std::to_string(nunca)).append(" nunca abertos");
+        resumo.append(kSeparador).append(Plural::contagem(nunca, "nunca aberto", "nunca abertos"));
     }
     if (const int opacos = grupo.nomesOpacos(); opacos >= 1) {
-        resumo.append(kSeparador).append(std::to_string(opacos)).append(" com nome opaco");
+        resumo.append(kSeparador).append(Plural::contagem(opacos, "com nome opaco", "com nome opaco"));
     }
     return resumo;
 }
 
 std::string_view itemOuItens(int quantidade) noexcept
 {
-    return quantidade == 1 ? "item" : "itens";
+    return Plural::forma(quantidade, "item", "itens");
 }
 
 std::optional<std::string> avisoDeEspalhamento(const RaioX* raioX)

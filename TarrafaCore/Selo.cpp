@@ -85,7 +85,9 @@ std::string Selo::rotulo() const
     case Caso::instaladorNuncaUsado:
         return "nunca instalado";
     case Caso::pareceRelacionado:
-        return "parece relacionado a outros " + std::to_string(quantidade_);
+        // "outro arquivo" for one: "outros 1" reads as a mistake.
+        return quantidade_ == 1 ? std::string("parece relacionado a outro arquivo")
+                                : "parece relacionado a outros " + std::to_string(quantidade_);
     case Caso::screenshot:
         return "captura de tela";
     }

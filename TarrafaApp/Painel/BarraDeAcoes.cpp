@@ -4,6 +4,7 @@
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
+#include "TarrafaCore/Plural.hpp"
 
 #include <QEvent>
 #include <QGraphicsOpacityEffect>
@@ -87,8 +88,7 @@ QString BarraDeAcoes::textoDaContagem(std::size_t selecionados)
     if (selecionados == 0) {
         return QStringLiteral("nenhum selecionado");
     }
-    return QString::number(selecionados)
-        + (selecionados == 1 ? QStringLiteral(" selecionado") : QStringLiteral(" selecionados"));
+    return QString::fromStdString(Plural::contagem(static_cast<long long>(selecionados), "selecionado", "selecionados"));
 }
 
 void BarraDeAcoes::atualizar()

@@ -38,9 +38,10 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(int quantidade, QWidget* parent)
           QStringLiteral("moverConfirmado"), this))
 {
     setObjectName(QStringLiteral("confirmacaoLixeira"));
-    // The count is not pluralised and no noun follows it.
-    const QString titulo
-        = QStringLiteral("Mover ") + QString::number(quantidade) + QStringLiteral(" para a Lixeira?");
+    // One file is named as one ("Mover 1 arquivo"); more are counted without a noun.
+    const QString titulo = quantidade == 1
+        ? QStringLiteral("Mover 1 arquivo para a Lixeira?")
+        : QStringLiteral("Mover ") + QString::number(quantidade) + QStringLiteral(" para a Lixeira?");
     setWindowTitle(titulo);
     setModal(true);
     setWindowModality(Qt::WindowModal);

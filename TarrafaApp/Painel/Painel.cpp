@@ -6,6 +6,7 @@
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
+#include "TarrafaCore/Plural.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
 #include "TarrafaApp/Painel/Escopo.hpp"
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
@@ -68,10 +69,7 @@ QString subtituloPara(const Destino& destino, std::size_t quantidade)
     if (destino.caso() == Destino::Caso::raioX) {
         return QStringLiteral("diagnóstico da pasta");
     }
-    if (quantidade == 1) {
-        return QStringLiteral("1 item");
-    }
-    return QString::number(quantidade) + QStringLiteral(" itens");
+    return QString::fromStdString(Plural::contagem(static_cast<long long>(quantidade), "item", "itens"));
 }
 
 Painel::Painel(Modelo& modelo, QWidget* parent)

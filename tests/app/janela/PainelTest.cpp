@@ -363,8 +363,8 @@ private Q_SLOTS:
         ConfirmacaoLixeira* pergunta = painel.confirmacao();
         QVERIFY(QTest::qWaitForWindowExposed(pergunta));
         QVERIFY(painel.selecao().confirmandoLixeira());
-        QCOMPARE(pergunta->titulo(), QStringLiteral("Mover 1 para a Lixeira?"));
-        QCOMPARE(pergunta->windowTitle(), QStringLiteral("Mover 1 para a Lixeira?"));
+        QCOMPARE(pergunta->titulo(), QStringLiteral("Mover 1 arquivo para a Lixeira?"));
+        QCOMPARE(pergunta->windowTitle(), QStringLiteral("Mover 1 arquivo para a Lixeira?"));
         QCOMPARE(pergunta->mensagem(),
             QStringLiteral(
                 "Os arquivos vão para a Lixeira do sistema e podem ser recuperados pelo gerenciador de "

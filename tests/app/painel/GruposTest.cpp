@@ -206,7 +206,7 @@ private Q_SLOTS:
         const LinhaGrupo::Disposicao cartao = tela.cartao("um.exemplo.com");
         QCOMPARE(cartao.rotuloVisivel, QStringLiteral("um.exemplo.com"));
         QCOMPARE(cartao.resumoVisivel,
-            QString::fromStdString(Formato::bytes(1500000)) + QStringLiteral(" · 1 nunca abertos"));
+            QString::fromStdString(Formato::bytes(1500000)) + QStringLiteral(" · 1 nunca aberto"));
         QVERIFY(cartao.resumo.top() > cartao.rotulo.bottom());
         QVERIFY(cartao.unidade.top() > cartao.total.bottom());
         QVERIFY(cartao.rotulo.right() < cartao.total.left());
@@ -232,8 +232,8 @@ private Q_SLOTS:
         Tela tela(*modelo);
         QVERIFY(tela.exposta());
         const QString resumo = tela.indice("x.exemplo.com").data(ModeloDeGrupos::PapelResumo).toString();
-        QCOMPARE(resumo, QString::fromStdString(Formato::bytes(5000)) + QStringLiteral(" · 1 nunca abertos"));
-        QVERIFY(resumo.endsWith(QStringLiteral(" · 1 nunca abertos")));
+        QCOMPARE(resumo, QString::fromStdString(Formato::bytes(5000)) + QStringLiteral(" · 1 nunca aberto"));
+        QVERIFY(resumo.endsWith(QStringLiteral(" · 1 nunca aberto")));
         QCOMPARE(tela.cartao("x.exemplo.com").resumoVisivel, resumo);
     }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/Apresentacao.hpp"
+#include "TarrafaCore/Plural.hpp"
 #include "TarrafaCore/Date.hpp"
 #include "TarrafaCore/FileSnapshot.hpp"
 #include "TarrafaCore/Origem.hpp"
@@ -105,12 +106,12 @@ TEST(Apresentacao, GroupWithNothingToFlagShowsOnlyItsSize)
     EXPECT_EQ(Apresentacao::resumoDoGrupo(grupo(std::move(itens))), "1,5 MB");
 }
 
-TEST(Apresentacao, OneNeverOpenedKeepsThePlural)
+TEST(Apresentacao, OneNeverOpenedIsSingular)
 {
     std::vector<ItemTriado> itens;
     itens.push_back(item(1, 1'000, true, false));
     itens.push_back(item(2, 1'000, false, false));
-    EXPECT_EQ(Apresentacao::resumoDoGrupo(grupo(std::move(itens))), "2 KB · 1 nunca abertos");
+    EXPECT_EQ(Apresentacao::resumoDoGrupo(grupo(std::move(itens))), "2 KB · 1 nunca aberto");
 }
 
 TEST(Apresentacao, SummaryListsSizeNeverOpenedAndOpaqueInThatOrder)
@@ -120,6 +121,15 @@ TEST(Apresentacao, SummaryListsSizeNeverOpenedAndOpaqueInThatOrder)
     itens.push_back(item(2, 500'000, true, false));
     itens.push_back(item(3, 500'000, false, true));
     EXPECT_EQ(Apresentacao::resumoDoGrupo(grupo(std::move(itens))), "3 MB · 2 nunca abertos · 2 com nome opaco");
+}
+
+TEST(Plural, OneIsSingularZeroAndManyArePlural)
+{
+    EXPECT_EQ(Plural::contagem(1, "nunca aberto", "nunca abertos"), "1 nunca aberto");
+    EXPECT_EQ(Plural::contagem(0, "nunca aberto", "nunca abertos"), "0 nunca abertos");
+    EXPECT_EQ(Plural::contagem(2, "selecionado", "selecionados"), "2 selecionados");
+    EXPECT_EQ(Plural::contagem(-1, "item", "itens"), "-1 itens");
+    EXPECT_EQ(Plural::forma(1, "item", "itens"), "item");
 }
 
 } // namespace

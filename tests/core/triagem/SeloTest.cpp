@@ -71,7 +71,7 @@ TEST(Selo, RelatedLabelShowsTheCountOfOthers)
 
 TEST(Selo, RelatedToOneOtherHasNoSingularForm)
 {
-    EXPECT_EQ(Selo::pareceRelacionado(1).rotulo(), "parece relacionado a outros 1");
+    EXPECT_EQ(Selo::pareceRelacionado(1).rotulo(), "parece relacionado a outro arquivo");
 }
 
 TEST(Selo, TwoInstantsOfTheSameDayShareTheLabelButAreDifferentBadges)
