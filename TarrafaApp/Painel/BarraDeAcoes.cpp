@@ -101,6 +101,8 @@ void BarraDeAcoes::atualizar()
     opacidade_->setOpacity(escolhidos == 0 ? kOpacidadeSemSelecao : 1.0);
     // At full opacity the effect would only cost an off-screen pass.
     opacidade_->setEnabled(escolhidos == 0);
+    // Never "Mover 0": with nothing chosen there is nothing to confirm.
+    lixeira_->setEnabled(escolhidos > 0);
     setEnabled(!modelo_.carregando());
 }
 

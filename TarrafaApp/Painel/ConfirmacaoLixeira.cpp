@@ -28,16 +28,18 @@ QPushButton* botao(
 
 } // namespace
 
-ConfirmacaoLixeira::ConfirmacaoLixeira(int quantidade, QWidget* parent)
+ConfirmacaoLixeira::ConfirmacaoLixeira(const QStringList& nomes, QWidget* parent)
     : QDialog(parent)
     , titulo_(new QLabel(this))
     , mensagem_(new QLabel(this))
+    , arquivos_(new QLabel(this))
     , cancelar_(
           botao(QStringLiteral("Cancelar"), QDialogButtonBox::RejectRole, QStringLiteral("cancelar"), this))
     , mover_(botao(QStringLiteral("Mover para a Lixeira"), QDialogButtonBox::DestructiveRole,
           QStringLiteral("moverConfirmado"), this))
 {
     setObjectName(QStringLiteral("confirmacaoLixeira"));
+    const qsizetype quantidade = nomes.size();
     // One file is named as one ("Mover 1 arquivo"); more are counted without a noun.
     const QString titulo = quantidade == 1
         ? QStringLiteral("Mover 1 arquivo para a Lixeira?")
@@ -68,6 +70,17 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(int quantidade, QWidget* parent)
     mensagem_->setTextFormat(Qt::PlainText);
     mensagem_->setWordWrap(true);
 
+    // What will move, by name: the person confirms files, not a number.
+    QStringList linhas = nomes.mid(0, kNomesMostrados);
+    if (quantidade > kNomesMostrados) {
+        linhas.append(QStringLiteral("e mais ") + QString::number(quantidade - kNomesMostrados));
+    }
+    arquivos_->setObjectName(QStringLiteral("arquivos"));
+    arquivos_->setText(linhas.join(QLatin1Char('\n')));
+    arquivos_->setTextFormat(Qt::PlainText);
+    arquivos_->setWordWrap(true);
+    arquivos_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+
     // Return must never destroy anything: the default button is the cancel one.
     cancelar_->setDefault(true);
     cancelar_->setAutoDefault(true);
@@ -84,6 +97,7 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(int quantidade, QWidget* parent)
     auto* textos = new QVBoxLayout;
     textos->setSpacing(8);
     textos->addWidget(titulo_);
+    textos->addWidget(arquivos_);
     textos->addWidget(mensagem_);
     textos->addStretch(1);
 
@@ -110,6 +124,11 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(int quantidade, QWidget* parent)
 QString ConfirmacaoLixeira::titulo() const
 {
     return titulo_->text();
+}
+
+QString ConfirmacaoLixeira::arquivos() const
+{
+    return arquivos_->text();
 }
 
 QString ConfirmacaoLixeira::mensagem() const

@@ -18,10 +18,15 @@ class ConfirmacaoLixeira final : public QDialog {
     Q_OBJECT
 
 public:
-    ConfirmacaoLixeira(int quantidade, QWidget* parent = nullptr);
+    // The names of the files that would move, as the list shows them: up to five are named,
+    // then "e mais N".
+    explicit ConfirmacaoLixeira(const QStringList& nomes, QWidget* parent = nullptr);
 
     [[nodiscard]] QString titulo() const;
     [[nodiscard]] QString mensagem() const;
+    // The files named, one per line.
+    [[nodiscard]] QString arquivos() const;
+    static constexpr int kNomesMostrados = 5;
     [[nodiscard]] QPushButton* cancelar() const noexcept { return cancelar_; }
     [[nodiscard]] QPushButton* mover() const noexcept { return mover_; }
     // The buttons in the order they are laid out, left to right.
@@ -32,6 +37,7 @@ public:
 private:
     QLabel* titulo_;
     QLabel* mensagem_;
+    QLabel* arquivos_;
     QPushButton* cancelar_;
     QPushButton* mover_;
 };

@@ -8,6 +8,7 @@
 #include "TarrafaApp/Painel/Selecao.hpp"
 
 #include <QContextMenuEvent>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
 
@@ -41,6 +42,11 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
         &ListaDeArquivos::aoMudarSelecaoDaVista);
     connect(&selecao_, &Selecao::selecionadosChanged, this, &ListaDeArquivos::aplicarSelecao);
+    connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& indice) {
+        if (indice.isValid()) {
+            abrirArquivo(arquivos_->item(indice.row()).id());
+        }
+    });
 }
 
 const std::vector<ItemTriado>& ListaDeArquivos::itens() const noexcept
@@ -138,9 +144,23 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
         return nullptr;
     }
     const std::string id = arquivos_->item(indice.row()).id();
+    // A row inside the selection stands for the whole selection, as in every file manager;
+    // a row outside it, for itself alone.
+    std::vector<std::string> ids {id};
+    if (selecao_.selecionados().contains(id)) {
+        ids.clear();
+        for (const ItemTriado& item : arquivos_->itens()) {
+            if (selecao_.selecionados().contains(item.id())) {
+                ids.push_back(item.id());
+            }
+        }
+    }
     auto* menu = new QMenu(this);
     menu->setObjectName(QStringLiteral("menuDaLinha"));
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* abrir = menu->addAction(QStringLiteral("Abrir"));
+    abrir->setObjectName(QStringLiteral("abrir"));
+    connect(abrir, &QAction::triggered, this, [id] { abrirArquivo(id); });
     QAction* mostrar = menu->addAction(QStringLiteral("Mostrar no gerenciador de arquivos"));
     mostrar->setObjectName(QStringLiteral("mostrarNoGerenciador"));
     connect(mostrar, &QAction::triggered, this, [id] { mostrarNoGerenciadorDeArquivos(id); });
@@ -148,7 +168,7 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     const auto decisao = [&](const QString& texto, const char* nome, Decisao d) {
         QAction* acao = menu->addAction(texto);
         acao->setObjectName(QString::fromLatin1(nome));
-        connect(acao, &QAction::triggered, this, [this, id, d] { decidirUm(id, d); });
+        connect(acao, &QAction::triggered, this, [this, ids, d] { modelo_.decidir(ids, d); });
     };
     decisao(QStringLiteral("Adiar"), "adiarUm", Decisao::adiado);
     decisao(QStringLiteral("Marcar como resolvido"), "resolverUm", Decisao::resolvido);
@@ -156,9 +176,15 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     return menu;
 }
 
-void ListaDeArquivos::decidirUm(const std::string& id, Decisao decisao)
+void ListaDeArquivos::keyPressEvent(QKeyEvent* evento)
 {
-    modelo_.decidir({id}, decisao);
+    // Enter opens the file with the keyboard focus, as a double-click does.
+    if ((evento->key() == Qt::Key_Return || evento->key() == Qt::Key_Enter) && currentIndex().isValid()) {
+        abrirArquivo(arquivos_->item(currentIndex().row()).id());
+        evento->accept();
+        return;
+    }
+    QListView::keyPressEvent(evento);
 }
 
 void ListaDeArquivos::contextMenuEvent(QContextMenuEvent* evento)

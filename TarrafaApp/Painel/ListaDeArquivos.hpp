@@ -41,13 +41,14 @@ public:
 
 protected:
     void contextMenuEvent(QContextMenuEvent* evento) override;
+    void keyPressEvent(QKeyEvent* evento) override;
     [[nodiscard]] QItemSelectionModel::SelectionFlags selectionCommand(
         const QModelIndex& indice, const QEvent* evento = nullptr) const override;
 
 private:
     void aoMudarSelecaoDaVista();
     void aplicarSelecao();
-    void decidirUm(const std::string& id, Decisao decisao);
+
 
     Modelo& modelo_;
     Selecao& selecao_;

@@ -6,6 +6,7 @@
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
+#include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Plural.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
 #include "TarrafaApp/Painel/Escopo.hpp"
@@ -23,6 +24,9 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+
+#include <set>
+#include <utility>
 
 namespace tarrafa::app {
 
@@ -150,6 +154,8 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
         connect(&modelo_, sinal, this, &Painel::agendar);
     }
     connect(selecao_, &Selecao::confirmandoLixeiraChanged, this, &Painel::aoPedirConfirmacao);
+    // A search narrows the choice to what it leaves on screen: nothing hidden is acted on.
+    connect(&modelo_, &Modelo::buscaChanged, this, [this] { estreitarSelecao_ = true; });
     atualizar();
 }
 
@@ -200,6 +206,16 @@ void Painel::atualizar()
         faixa_->show();
     } else {
         faixa_->hide();
+    }
+
+    if (std::exchange(estreitarSelecao_, false) && !selecao_->selecionados().empty()) {
+        std::set<std::string> visiveis;
+        for (const ItemTriado& item : itens) {
+            if (selecao_->selecionados().contains(item.id())) {
+                visiveis.insert(item.id());
+            }
+        }
+        selecao_->setSelecionados(std::move(visiveis));
     }
 
     conteudo_ = conteudoPara(modelo_, itens);
@@ -306,7 +322,16 @@ void Painel::aoPedirConfirmacao()
     if (!selecao_->confirmandoLixeira() || confirmacao_) {
         return;
     }
-    auto* pergunta = new ConfirmacaoLixeira(static_cast<int>(selecao_->selecionados().size()), this);
+    // Only what is chosen and listed: a file hidden by the search is not what the person sees.
+    QStringList nomes;
+    for (const ItemTriado& item : escolhidosNaLista()) {
+        nomes.append(QString::fromStdString(Escapes::paraJanela(item.nome())));
+    }
+    if (nomes.isEmpty()) {
+        selecao_->setConfirmandoLixeira(false);
+        return;
+    }
+    auto* pergunta = new ConfirmacaoLixeira(nomes, this);
     pergunta->setAttribute(Qt::WA_DeleteOnClose);
     confirmacao_ = pergunta;
     connect(pergunta, &QDialog::finished, this, &Painel::aoResponder);
@@ -327,17 +352,22 @@ void Painel::aoResponder(int resultado)
     selecao_->setConfirmandoLixeira(false);
 }
 
+std::vector<ItemTriado> Painel::escolhidosNaLista() const
+{
+    const std::set<std::string>& escolhidos = selecao_->selecionados();
+    std::vector<ItemTriado> listados;
+    for (const ItemTriado& item : modelo_.itens(modelo_.selecao())) {
+        if (escolhidos.contains(item.id())) {
+            listados.push_back(item);
+        }
+    }
+    return listados;
+}
+
 void Painel::moverSelecionados()
 {
     // Only what is still listed, in the list's order: a rescan may have taken some away.
-    const std::set<std::string>& escolhidos = selecao_->selecionados();
-    std::vector<ItemTriado> mover;
-    for (const ItemTriado& item : modelo_.itens(modelo_.selecao())) {
-        if (escolhidos.contains(item.id())) {
-            mover.push_back(item);
-        }
-    }
-    modelo_.moverParaLixeira(std::move(mover));
+    modelo_.moverParaLixeira(escolhidosNaLista());
     selecao_->setSelecionados({});
 }
 

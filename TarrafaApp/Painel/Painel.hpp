@@ -91,6 +91,8 @@ private:
     void aoPedirConfirmacao();
     void aoResponder(int resultado);
     void moverSelecionados();
+    // The chosen files the list shows now, in its order.
+    [[nodiscard]] std::vector<ItemTriado> escolhidosNaLista() const;
     void posicionarIndicador();
     void pintarSubtitulo();
     void mostrarTitulo(const QString& titulo);
@@ -122,6 +124,7 @@ private:
     std::vector<ItemTriado> itensMostrados_;
     std::optional<Resposta> proximaResposta_;
     bool agendado_ = false;
+    bool estreitarSelecao_ = false; // the search changed since the last update
 };
 
 } // namespace tarrafa::app

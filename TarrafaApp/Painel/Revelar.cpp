@@ -53,4 +53,9 @@ void mostrarNoGerenciadorDeArquivos(const std::string& caminho)
         });
 }
 
+void abrirArquivo(const std::string& caminho)
+{
+    QDesktopServices::openUrl(QUrl(uriDoArquivo(caminho)));
+}
+
 } // namespace tarrafa::app

@@ -13,6 +13,9 @@ namespace tarrafa::app {
 // is reported: a file that is gone simply shows nothing.
 void mostrarNoGerenciadorDeArquivos(const std::string& caminho);
 
+// Opens the file with the desktop's default application for its type.
+void abrirArquivo(const std::string& caminho);
+
 // The file:// URI of a path, percent-encoding its exact bytes, so a name that is not
 // valid UTF-8 still points at the right file.
 [[nodiscard]] QString uriDoArquivo(const std::string& caminho);

@@ -185,6 +185,24 @@ private Q_SLOTS:
         QTRY_VERIFY(!visivel(painel, "recado"));
     }
 
+    void confirmacaoNomeiaAteCincoArquivosEDizQuantosMais()
+    {
+        QStringList nomes;
+        for (int i = 1; i <= 7; ++i) {
+            nomes.append(QStringLiteral("arquivo-%1.pdf").arg(i));
+        }
+        ConfirmacaoLixeira sete(nomes);
+        QCOMPARE(sete.titulo(), QStringLiteral("Mover 7 para a Lixeira?"));
+        QCOMPARE(sete.arquivos(), QStringLiteral("arquivo-1.pdf\narquivo-2.pdf\narquivo-3.pdf\narquivo-4.pdf\n"
+                                                 "arquivo-5.pdf\ne mais 2"));
+        ConfirmacaoLixeira cinco(nomes.mid(0, 5));
+        QCOMPARE(cinco.arquivos().count(QLatin1Char('\n')), 4);
+        QVERIFY(!cinco.arquivos().contains(QStringLiteral("e mais")));
+        ConfirmacaoLixeira um({QStringLiteral("relatório.pdf")});
+        QCOMPARE(um.titulo(), QStringLiteral("Mover 1 arquivo para a Lixeira?"));
+        QCOMPARE(um.arquivos(), QStringLiteral("relatório.pdf"));
+    }
+
     void erroVenceODiagnostico()
     {
         Downloads cenario;
@@ -216,7 +234,7 @@ private Q_SLOTS:
         QCOMPARE(t.janela->windowTitle(), QStringLiteral("Raio-X"));
     }
 
-    void trocarDeGrupoLimpaASelecaoMasBuscarNao()
+    void trocarDeGrupoLimpaASelecaoEBuscarEstreitaAoQueSeVe()
     {
         Downloads cenario;
         const std::string a1 = cenario.criar({.nome = "relatorio-1.pdf", .origem = kExemplo});
@@ -232,13 +250,17 @@ private Q_SLOTS:
         QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
         QCOMPARE(painel.selecao().selecionados(), ids({a1, a2}));
 
-        // Searching and rescanning keep the selection, even of a file the search hides.
+        // A search narrows the choice to what it leaves on screen; a rescan keeps it.
         QTest::keyClicks(&t.janela->busca(), QStringLiteral("relatorio-1"));
         QTRY_COMPARE(painel.subtitulo(), QStringLiteral("1 item"));
-        QCOMPARE(painel.selecao().selecionados(), ids({a1, a2}));
+        QCOMPARE(painel.selecao().selecionados(), ids({a1}));
         QTest::keyClick(t.janela.get(), Qt::Key_R, Qt::ControlModifier);
         QVERIFY(t.esperarVarreduras(2));
-        QCOMPARE(painel.selecao().selecionados(), ids({a1, a2}));
+        QCOMPARE(painel.selecao().selecionados(), ids({a1}));
+        // Postponing now postpones only what is seen.
+        QTest::mouseClick(&painel.findChild<BarraDeAcoes*>()->adiar(), Qt::LeftButton);
+        QVERIFY(t.modelo->decisao(a1) == Decisao::adiado);
+        QVERIFY(t.modelo->decisao(a2) == Decisao::novo);
 
         QVERIFY(clicarLinha(barra, kGrupoOutro));
         QVERIFY(painel.selecao().selecionados().empty());
@@ -276,7 +298,11 @@ private Q_SLOTS:
 
         QTest::keyClick(t.janela.get(), Qt::Key_Delete);
         QTRY_VERIFY(painel.confirmacao());
-        QCOMPARE(painel.confirmacao()->titulo(), QStringLiteral("Mover 3 para a Lixeira?"));
+        // Only what is listed is asked about, by name.
+        QCOMPARE(painel.confirmacao()->titulo(), QStringLiteral("Mover 2 para a Lixeira?"));
+        QStringList nomes = painel.confirmacao()->arquivos().split(QLatin1Char('\n'));
+        nomes.sort();
+        QCOMPARE(nomes, (QStringList {QStringLiteral("lixeira-fica.pdf"), QStringLiteral("lixeira-vai.pdf")}));
         QTest::mouseClick(painel.confirmacao()->mover(), Qt::LeftButton);
         // Marked resolved at once; the rescan that follows forgets them, gone from the folder.
         QVERIFY(t.modelo->decisao(fica) == Decisao::resolvido);

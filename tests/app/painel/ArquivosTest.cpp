@@ -84,7 +84,7 @@ class ArquivosTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void semSelecaoABarraFicaApagadaMasResponde()
+    void semSelecaoABarraFicaApagadaEALixeiraDesligada()
     {
         Downloads downloads;
         const auto modelo = quatroArquivos(downloads);
@@ -101,19 +101,23 @@ private Q_SLOTS:
         QCOMPARE(alternar->text(), QStringLiteral("Selecionar tudo"));
         QCOMPARE(b.barra->opacidade(), 0.6);
         QVERIFY(b.barra->graphicsEffect()->isEnabled());
-        for (const char* nome : {"selecionarTudo", "adiar", "resolver", "moverParaLixeira"}) {
+        for (const char* nome : {"selecionarTudo", "adiar", "resolver"}) {
             QVERIFY(b.janela.findChild<QPushButton*>(QString::fromLatin1(nome))->isEnabled());
         }
+        // Never "Mover 0 para a Lixeira?": with nothing chosen there is nothing to ask.
+        QVERIFY(!b.barra->moverParaLixeira().isEnabled());
         capturar(b.janela, QStringLiteral("arquivos-sem-selecao"));
 
-        // Still clickable: postponing and resolving nothing decide nothing, the Trash asks.
+        // Still clickable: postponing and resolving nothing decide nothing.
         QTest::mouseClick(&b.barra->adiar(), Qt::LeftButton);
         QTest::mouseClick(&b.barra->resolver(), Qt::LeftButton);
         QVERIFY(modelo->decisoes().empty());
-        QVERIFY(!b.selecao.confirmandoLixeira());
         QTest::mouseClick(&b.barra->moverParaLixeira(), Qt::LeftButton);
-        QVERIFY(b.selecao.confirmandoLixeira());
+        QVERIFY(!b.selecao.confirmandoLixeira());
         QCOMPARE(b.lista->model()->rowCount(), 4);
+        b.clicar(0);
+        QVERIFY(b.barra->moverParaLixeira().isEnabled());
+        b.selecao.setSelecionados({});
 
         // Nothing listed and nothing chosen: the counts are equal, so the toggle offers to clear.
         b.barra->setItens({});
@@ -290,7 +294,7 @@ private Q_SLOTS:
         capturar(b.janela, QStringLiteral("arquivos-nome-longo-estreito"));
     }
 
-    void ignorarPeloMenuDecideSoAquelaLinha()
+    void menuDeUmaLinhaDaSelecaoDecideTodaASelecao()
     {
         Downloads downloads;
         const auto modelo = quatroArquivos(downloads);
@@ -311,19 +315,24 @@ private Q_SLOTS:
         QCOMPARE(b.selecao.selecionados(), escolhidos);
         QCOMPARE(b.selecionadosNaLista(), escolhidos);
         const QList<QAction*> acoes = menu->actions();
-        QCOMPARE(acoes.size(), 5);
-        QCOMPARE(acoes[0]->text(), QStringLiteral("Mostrar no gerenciador de arquivos"));
-        QVERIFY(acoes[1]->isSeparator());
-        QCOMPARE(acoes[2]->text(), QStringLiteral("Adiar"));
-        QCOMPARE(acoes[3]->text(), QStringLiteral("Marcar como resolvido"));
-        QCOMPARE(acoes[4]->text(), QStringLiteral("Ignorar"));
+        QCOMPARE(acoes.size(), 6);
+        QCOMPARE(acoes[0]->text(), QStringLiteral("Abrir"));
+        QCOMPARE(acoes[1]->text(), QStringLiteral("Mostrar no gerenciador de arquivos"));
+        QVERIFY(acoes[2]->isSeparator());
+        QCOMPARE(acoes[3]->text(), QStringLiteral("Adiar"));
+        QCOMPARE(acoes[4]->text(), QStringLiteral("Marcar como resolvido"));
+        QCOMPARE(acoes[5]->text(), QStringLiteral("Ignorar"));
         QVERIFY(QTest::qWaitForWindowExposed(menu));
         capturar(*menu, QStringLiteral("arquivos-menu"));
-        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(acoes[4]).center());
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(acoes[5]).center());
         QTRY_VERIFY(!menuAberto());
 
+        // The clicked row was part of the selection: the whole selection is ignored.
+        for (const std::string& id : escolhidos) {
+            QVERIFY(modelo->decisao(id) == Decisao::ignorado);
+        }
         QVERIFY(modelo->decisao(alvo) == Decisao::ignorado);
-        QCOMPARE(modelo->decisoes().size(), std::size_t(1));
+        QCOMPARE(modelo->decisoes().size(), std::size_t(3));
         QCOMPARE(b.selecao.selecionados(), escolhidos);
         // A group still lists its ignored files.
         QCOMPARE(b.lista->model()->rowCount(), 4);
@@ -340,7 +349,7 @@ private Q_SLOTS:
                 .center());
         QTRY_VERIFY(!menuAberto());
         QVERIFY(modelo->decisao(fora) == Decisao::resolvido);
-        QCOMPARE(modelo->decisoes().size(), std::size_t(2));
+        QCOMPARE(modelo->decisoes().size(), std::size_t(4));
         // Resolved files leave the group's list; the selection is left as it was.
         QCOMPARE(b.lista->model()->rowCount(), 3);
         QCOMPARE(b.selecao.selecionados(), escolhidos);

@@ -98,7 +98,8 @@ private Q_SLOTS:
         QTRY_VERIFY(QApplication::activePopupWidget());
         auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
         QVERIFY(menu);
-        QAction* mostrar = menu->actions().value(0);
+        QAction* mostrar = menu->findChild<QAction*>(QStringLiteral("mostrarNoGerenciador"));
+        QVERIFY(mostrar);
         QCOMPARE(mostrar->text(), QStringLiteral("Mostrar no gerenciador de arquivos"));
         QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(mostrar).center());
 
@@ -112,6 +113,45 @@ private Q_SLOTS:
 
         sessao.unregisterService(kServico);
         sessao.unregisterObject(kCaminho);
+    }
+
+    void duploCliqueEnterEAbrirAbremOArquivoComOAplicativoPadrao()
+    {
+        Downloads downloads;
+        const std::string caminho = downloads.criar({.nome = "relatório final.pdf", .origem = "https://arquivos.exemplo.com/a"});
+        downloads.criar({.nome = "outro.pdf", .origem = "https://arquivos.exemplo.com/b"});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Bancada b(*modelo, Destino::grupo("host:arquivos.exemplo.com"));
+        QVERIFY(b.exposta());
+        const int linha = b.id(0) == caminho ? 0 : 1;
+        AbridorFalso abridor;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &abridor, "abrir");
+
+        const QRect retangulo = b.lista->visualRect(b.lista->model()->index(linha, 0));
+        // A double-click as the system delivers it: a click, then the second press.
+        QTest::mouseClick(b.lista->viewport(), Qt::LeftButton, {}, retangulo.center());
+        QTest::mouseDClick(b.lista->viewport(), Qt::LeftButton, {}, retangulo.center());
+        QTRY_COMPARE(abridor.abertos.size(), 1);
+
+        b.lista->setCurrentIndex(b.lista->model()->index(linha, 0));
+        QTest::keyClick(b.lista, Qt::Key_Return);
+        QTRY_COMPARE(abridor.abertos.size(), 2);
+
+        b.clicarComODireito(linha);
+        QTRY_VERIFY(QApplication::activePopupWidget());
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QAction* abrir = menu->findChild<QAction*>(QStringLiteral("abrir"));
+        QVERIFY(abrir);
+        QCOMPARE(abrir->text(), QStringLiteral("Abrir"));
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(abrir).center());
+        QTRY_COMPARE(abridor.abertos.size(), 3);
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+
+        for (const QUrl& aberto : abridor.abertos) {
+            QCOMPARE(aberto.toString(QUrl::FullyEncoded), uriDoArquivo(caminho));
+        }
+        QVERIFY(modelo->decisoes().empty()); // opening decides nothing
     }
 
     void semGerenciadorAbreAPasta()
