@@ -26,6 +26,7 @@ constexpr int kSimbolo = 16;
 constexpr qreal kRaio = 6;
 // However many chips a row has, its name keeps at least this share of the room.
 constexpr double kFracaoMinimaDoNome = 0.4;
+constexpr qreal kOpacidadeComEstado = 0.7;
 
 QFont fonteDoNome()
 {
@@ -72,9 +73,16 @@ DelegadoDeArquivos::Disposicao DelegadoDeArquivos::dispor(
         = static_cast<int>(std::ceil(QFontMetricsF(fonteDoNome()).horizontalAdvance(nome)));
 
     const QFontMetrics metricasDoSelo(chip::fonte());
+    std::vector<QString> rotulos;
+    if (const QString estado = indice.data(ModeloDeArquivos::PapelEstado).toString(); !estado.isEmpty()) {
+        rotulos.push_back(estado);
+    }
+    for (const QString& rotulo : indice.data(ModeloDeArquivos::PapelSelos).toStringList()) {
+        rotulos.push_back(rotulo);
+    }
     std::vector<QSize> selos;
     int larguraDosSelos = 0;
-    for (const QString& rotulo : indice.data(ModeloDeArquivos::PapelSelos).toStringList()) {
+    for (const QString& rotulo : rotulos) {
         selos.push_back(chip::tamanho(metricasDoSelo, rotulo));
         larguraDosSelos += kEspaco + selos.back().width();
     }
@@ -93,14 +101,27 @@ DelegadoDeArquivos::Disposicao DelegadoDeArquivos::dispor(
         = static_cast<int>(std::ceil(QFontMetricsF(fonteDoNome()).horizontalAdvance(d.nomeVisivel)));
     d.nome = QRect(inicioDoNome, area.top(), larguraDesenhada, area.height());
 
+    // As many chips as fit, and when some do not, a "+N" chip saying how many: a badge is
+    // never silently dropped (the tooltip lists them all).
     int x = d.nome.right() + 1;
-    for (const QSize& selo : selos) {
-        if (x + kEspaco + selo.width() > fimDisponivel) {
-            break; // this one and the rest do not fit
+    for (std::size_t i = 0; i < selos.size(); ++i) {
+        const std::size_t restantes = selos.size() - i - 1;
+        const int reserva = restantes == 0
+            ? 0
+            : kEspaco + chip::tamanho(metricasDoSelo, QStringLiteral("+") + QString::number(restantes)).width();
+        if (x + kEspaco + selos[i].width() + reserva > fimDisponivel) {
+            d.mais = QStringLiteral("+") + QString::number(selos.size() - i);
+            const QSize chipAMais = chip::tamanho(metricasDoSelo, d.mais);
+            if (x + kEspaco + chipAMais.width() <= fimDisponivel) {
+                d.selosAMais
+                    = QRect(x + kEspaco, meio - chipAMais.height() / 2, chipAMais.width(), chipAMais.height());
+            }
+            break;
         }
         x += kEspaco;
-        d.selos.emplace_back(x, meio - selo.height() / 2, selo.width(), selo.height());
-        x += selo.width();
+        d.selos.emplace_back(x, meio - selos[i].height() / 2, selos[i].width(), selos[i].height());
+        d.rotulos.push_back(rotulos[i]);
+        x += selos[i].width();
     }
     return d;
 }
@@ -133,11 +154,17 @@ void DelegadoDeArquivos::paint(
         pintor->drawPath(fundo);
     }
 
+    const bool comEstado = !indice.data(ModeloDeArquivos::PapelEstado).toString().isEmpty();
+    // A postponed or ignored row is dimmed, not faded out: its text keeps a contrast well
+    // above 4.5:1.
+    if (comEstado && !selecionada) {
+        pintor->setOpacity(kOpacidadeComEstado);
+    }
     const QColor texto = paleta.color(grupo, selecionada ? QPalette::HighlightedText : QPalette::Text);
     // The symbol in the secondary style: the icon itself, faded.
     pintor->save();
     if (!selecionada) {
-        pintor->setOpacity(aparencia::kOpacidadeSecundaria);
+        pintor->setOpacity(pintor->opacity() * aparencia::kOpacidadeSecundaria);
     }
     simbolo(indice.data(ModeloDeArquivos::PapelSimbolo).toString())
         .paint(pintor, d.simbolo, Qt::AlignCenter, selecionada ? QIcon::Selected : QIcon::Normal);
@@ -148,15 +175,21 @@ void DelegadoDeArquivos::paint(
     pintor->drawText(
         d.nome, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine | Qt::TextDontClip, d.nomeVisivel);
 
-    const QStringList rotulos = indice.data(ModeloDeArquivos::PapelSelos).toStringList();
     const QVariantList tons = indice.data(ModeloDeArquivos::PapelTons).toList();
+    const QColor neutra = selecionada ? texto : aparencia::corDoTom(Selo::Tom::neutro, paleta, QPalette::Text);
     pintor->setFont(chip::fonte());
     for (std::size_t i = 0; i < d.selos.size(); ++i) {
-        const auto tom = static_cast<Selo::Tom>(tons.at(static_cast<qsizetype>(i)).toInt());
-        // On the highlight every tone would fight the selection colour; the chips follow the
-        // selected text instead.
-        const QColor cor = selecionada ? texto : aparencia::corDoTom(tom, paleta, QPalette::Text);
-        chip::desenhar(*pintor, d.selos[i], rotulos.at(static_cast<qsizetype>(i)), cor);
+        // The state's chip is neutral; each badge has its tone. On the highlight every tone
+        // would fight the selection colour; the chips follow the selected text instead.
+        const std::size_t deSelo = comEstado ? i - 1 : i;
+        const QColor cor = (comEstado && i == 0) || selecionada
+            ? neutra
+            : aparencia::corDoTom(
+                static_cast<Selo::Tom>(tons.at(static_cast<qsizetype>(deSelo)).toInt()), paleta, QPalette::Text);
+        chip::desenhar(*pintor, d.selos[i], d.rotulos[i], cor);
+    }
+    if (!d.selosAMais.isNull()) {
+        chip::desenhar(*pintor, d.selosAMais, d.mais, neutra);
     }
 
     pintor->setFont(fonteDoTamanho());

@@ -22,7 +22,13 @@ public:
         QRect simbolo;
         QRect nome;
         QString nomeVisivel; // the name as drawn, possibly shortened
-        std::vector<QRect> selos; // one per chip shown; chips that do not fit are left out
+        // The chips shown: the state's first ("Adiado", "Ignorado") when there is one, then
+        // the badges in order, as many as fit.
+        std::vector<QString> rotulos;
+        std::vector<QRect> selos; // one per label above
+        // What did not fit: "+N", its chip, after the last one shown; empty when all fit.
+        QString mais;
+        QRect selosAMais;
         QRect tamanho;
     };
 

@@ -21,7 +21,7 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
     : QListView(parent)
     , modelo_(modelo)
     , selecao_(selecao)
-    , arquivos_(new ModeloDeArquivos(this))
+    , arquivos_(new ModeloDeArquivos(modelo, this))
     , delegado_(new DelegadoDeArquivos(this))
 {
     setObjectName(QStringLiteral("listaDeArquivos"));
@@ -42,6 +42,8 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
         &ListaDeArquivos::aoMudarSelecaoDaVista);
     connect(&selecao_, &Selecao::selecionadosChanged, this, &ListaDeArquivos::aplicarSelecao);
+    // Postponing or ignoring leaves a row in its group's list, showing its new state.
+    connect(&modelo_, &Modelo::decisoesChanged, arquivos_, &ModeloDeArquivos::estadosMudaram);
     connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& indice) {
         if (indice.isValid()) {
             abrirArquivo(arquivos_->item(indice.row()).id());

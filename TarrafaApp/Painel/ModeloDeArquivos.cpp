@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 
+#include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
 
@@ -9,8 +10,28 @@
 
 namespace tarrafa::app {
 
-ModeloDeArquivos::ModeloDeArquivos(QObject* parent)
+namespace {
+
+// The chip of a decision that leaves a file in its group's list.
+QString estadoDe(Decisao decisao)
+{
+    switch (decisao) {
+    case Decisao::adiado:
+        return QStringLiteral("Adiado");
+    case Decisao::ignorado:
+        return QStringLiteral("Ignorado");
+    case Decisao::novo:
+    case Decisao::resolvido:
+        break;
+    }
+    return {};
+}
+
+} // namespace
+
+ModeloDeArquivos::ModeloDeArquivos(const Modelo& modelo, QObject* parent)
     : QAbstractListModel(parent)
+    , modelo_(modelo)
 {
 }
 
@@ -28,10 +49,25 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
     switch (papel) {
     // A name is the server's choice: its controls are shown, never obeyed.
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:
         return QString::fromStdString(Escapes::paraJanela(it.nome()));
+    case Qt::ToolTipRole: {
+        // Everything the row may not have room for: the whole name, the state, every badge.
+        QStringList linhas {QString::fromStdString(Escapes::paraJanela(it.nome()))};
+        if (const QString estado = estadoDe(modelo_.decisao(it.id())); !estado.isEmpty()) {
+            linhas.append(estado);
+        }
+        for (const Selo& selo : it.selos()) {
+            linhas.append(QString::fromStdString(selo.rotulo()));
+        }
+        return linhas.join(QLatin1Char('\n'));
+    }
+    case PapelEstado:
+        return estadoDe(modelo_.decisao(it.id()));
     case Qt::AccessibleTextRole: {
         QStringList partes {QString::fromStdString(Escapes::paraJanela(it.nome()))};
+        if (const QString estado = estadoDe(modelo_.decisao(it.id())); !estado.isEmpty()) {
+            partes.append(estado);
+        }
         for (const Selo& selo : it.selos()) {
             partes.append(QString::fromStdString(selo.rotulo()));
         }
@@ -71,7 +107,16 @@ QHash<int, QByteArray> ModeloDeArquivos::roleNames() const
     nomes.insert(PapelTamanho, "tamanho");
     nomes.insert(PapelSelos, "selos");
     nomes.insert(PapelTons, "tons");
+    nomes.insert(PapelEstado, "estado");
     return nomes;
+}
+
+void ModeloDeArquivos::estadosMudaram()
+{
+    if (!itens_.empty()) {
+        Q_EMIT dataChanged(index(0), index(rowCount() - 1),
+            {PapelEstado, Qt::ToolTipRole, Qt::AccessibleTextRole});
+    }
 }
 
 bool ModeloDeArquivos::setItens(std::vector<ItemTriado> itens)

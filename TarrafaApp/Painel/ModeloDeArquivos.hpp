@@ -13,6 +13,8 @@
 
 namespace tarrafa::app {
 
+class Modelo;
+
 // The rows of the file list: one per item, in the order given. Texts are made when a row
 // is drawn, so a list of thousands costs nothing until it is scrolled through.
 class ModeloDeArquivos final : public QAbstractListModel {
@@ -30,9 +32,15 @@ public:
         PapelSelos,
         // Their tones (QVariantList of Selo::Tom as int), same order.
         PapelTons,
+        // "Adiado" or "Ignorado" for a postponed or ignored file still listed, else empty:
+        // the row is then drawn dimmed, with that chip first.
+        PapelEstado,
     };
 
-    explicit ModeloDeArquivos(QObject* parent = nullptr);
+    explicit ModeloDeArquivos(const Modelo& modelo, QObject* parent = nullptr);
+
+    // The decisions changed: every row is drawn again with its state.
+    void estadosMudaram();
 
     [[nodiscard]] int rowCount(const QModelIndex& pai = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& indice, int papel = Qt::DisplayRole) const override;
@@ -49,6 +57,7 @@ public:
     [[nodiscard]] std::optional<int> linhaDe(const std::string& id) const;
 
 private:
+    const Modelo& modelo_;
     std::vector<ItemTriado> itens_;
     std::unordered_map<std::string, int> linhas_;
 };

@@ -24,6 +24,8 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <filesystem>
+
 namespace tarrafa::app::teste {
 
 namespace {
@@ -241,18 +243,89 @@ private Q_SLOTS:
         const auto texto = [&](const std::string& nome, int papel) {
             return b.lista->model()->index(b.linhaDe(nome), 0).data(papel).toString();
         };
+        // The tooltip's first line is the name as the row shows it.
         for (const int papel : {int(Qt::DisplayRole), int(Qt::ToolTipRole)}) {
-            QCOMPARE(texto(enganoso, papel), QStringLiteral("invoice\\u202efdp.exe"));
-            QCOMPARE(texto(quebrado, papel), QStringLiteral("linha\\x0aquebrada.txt"));
+            const auto linha = [&](const std::string& nome) { return texto(nome, papel).split(QLatin1Char('\n')).first(); };
+            QCOMPARE(linha(enganoso), QStringLiteral("invoice\\u202efdp.exe"));
+            QCOMPARE(linha(quebrado), QStringLiteral("linha\\x0aquebrada.txt"));
             // A right-to-left name is whole, and isolated from whatever follows it.
-            QCOMPARE(texto(hebraico, papel),
-                QChar(0x2068) + QString::fromStdString(hebraico) + QChar(0x2069));
+            QCOMPARE(linha(hebraico), QChar(0x2068) + QString::fromStdString(hebraico) + QChar(0x2069));
         }
         QVERIFY(texto(enganoso, Qt::AccessibleTextRole).startsWith(QStringLiteral("invoice\\u202efdp.exe, ")));
         // What is drawn ends the way the file really ends.
         const QString desenhado = disposicao(b, b.linhaDe(enganoso)).nomeVisivel;
         QVERIFY2(desenhado.endsWith(QStringLiteral("fdp.exe")), qPrintable(desenhado));
         QVERIFY(!desenhado.contains(QChar(0x202e)));
+    }
+
+    void adiadosEIgnoradosFicamNaListaDoGrupoComSeuEstado()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const std::string adiado = b.id(0);
+        const std::string ignorado = b.id(1);
+        b.clicar(0);
+        QTest::mouseClick(&b.barra->adiar(), Qt::LeftButton);
+        modelo->decidir({ignorado}, Decisao::ignorado);
+
+        // Still listed, and the row says what became of it, its chip first.
+        QCOMPARE(b.lista->model()->rowCount(), 4);
+        const auto estado = [&](const std::string& id) {
+            return b.lista->model()->index(b.linhaDe(std::filesystem::path(id).filename().string()), 0)
+                .data(ModeloDeArquivos::PapelEstado).toString();
+        };
+        QTRY_COMPARE(estado(adiado), QStringLiteral("Adiado"));
+        QCOMPARE(estado(ignorado), QStringLiteral("Ignorado"));
+        QCOMPARE(estado(b.id(2)), QString());
+        QCOMPARE(disposicao(b, 0).rotulos.front(), QStringLiteral("Adiado"));
+        QCOMPARE(disposicao(b, 1).rotulos.front(), QStringLiteral("Ignorado"));
+        QVERIFY(disposicao(b, 2).rotulos.front() != QStringLiteral("Adiado"));
+        QVERIFY(b.lista->model()->index(0, 0).data(Qt::ToolTipRole).toString().contains(QStringLiteral("\nAdiado")));
+        capturar(b.janela, QStringLiteral("arquivos-adiado-e-ignorado"));
+
+        // Back in the inbox, the chip goes.
+        modelo->decidir({adiado}, Decisao::novo);
+        QTRY_COMPARE(estado(adiado), QString());
+    }
+
+    void selosQueNaoCabemViramMaisNEODicaListaTodos()
+    {
+        Downloads downloads;
+        const std::string nome = "proposta-comercial-revisada-para-o-cliente-versao-final (1).pdf";
+        const std::string id = downloads.criar({.nome = nome, .origem = kOrigem, .baixadoHaDias = 3});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        modelo->decidir({id}, Decisao::adiado); // its state is a chip too
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const QStringList selos = b.lista->model()->index(0, 0).data(ModeloDeArquivos::PapelSelos).toStringList();
+        QVERIFY2(selos.size() >= 2, qPrintable(selos.join(QLatin1Char(','))));
+        const std::size_t chips = static_cast<std::size_t>(selos.size()) + 1;
+        b.janela.resize(1000, 300);
+        QTRY_COMPARE(b.lista->viewport()->width(), 1000);
+        QCOMPARE(disposicao(b, 0).rotulos.size(), chips);
+        QVERIFY(disposicao(b, 0).mais.isEmpty());
+
+        // A row too narrow for them all: the chips that do not fit are counted, never dropped.
+        QStyleOptionViewItem opcao;
+        opcao.initFrom(b.lista->viewport());
+        opcao.rect = b.lista->visualRect(b.lista->model()->index(0, 0));
+        opcao.rect.setWidth(380);
+        const DelegadoDeArquivos::Disposicao d = b.lista->delegado().dispor(opcao, b.lista->model()->index(0, 0));
+        QVERIFY(d.rotulos.size() < chips);
+        QCOMPARE(d.rotulos.front(), QStringLiteral("Adiado"));
+        QCOMPARE(d.mais, QStringLiteral("+") + QString::number(chips - d.rotulos.size()));
+        QVERIFY(!d.selosAMais.isNull());
+        QVERIFY(d.selosAMais.right() < d.tamanho.left());
+        b.janela.resize(b.janela.minimumWidth(), 300);
+        capturar(b.janela, QStringLiteral("arquivos-selos-a-mais"));
+        const QString dica = b.lista->model()->index(0, 0).data(Qt::ToolTipRole).toString();
+        for (const QString& selo : selos) {
+            QVERIFY2(dica.contains(selo), qPrintable(dica));
+        }
     }
 
     void nomeMuitoLongoECortadoNoMeio()
