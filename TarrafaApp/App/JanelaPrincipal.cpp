@@ -122,6 +122,24 @@ void JanelaPrincipal::montarMenu()
     sair->setShortcut(QKeySequence::Quit);
     sair->setMenuRole(QAction::QuitRole);
     connect(sair, &QAction::triggered, this, &QWidget::close);
+
+    // Undo and redo every decision and move to the Trash of the session; the texts say what
+    // ("Desfazer 3 arquivos adiados").
+    QMenu* editar = menuBar()->addMenu(QStringLiteral("Editar"));
+    editar->setObjectName(QStringLiteral("menuEditar"));
+    QAction* desfazer = modelo_.pilhaDeDesfazer().createUndoAction(this, QStringLiteral("Desfazer"));
+    desfazer->setObjectName(QStringLiteral("acaoDesfazer"));
+    desfazer->setShortcut(QKeySequence::Undo);
+    desfazer->setShortcutContext(Qt::WindowShortcut);
+    editar->addAction(desfazer);
+    addAction(desfazer);
+    QAction* refazer = modelo_.pilhaDeDesfazer().createRedoAction(this, QStringLiteral("Refazer"));
+    refazer->setObjectName(QStringLiteral("acaoRefazer"));
+    // Both habits of the desktop: Ctrl+Shift+Z and Ctrl+Y.
+    refazer->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
+    refazer->setShortcutContext(Qt::WindowShortcut);
+    editar->addAction(refazer);
+    addAction(refazer);
 }
 
 void JanelaPrincipal::montarBarraDeFerramentas()

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
+#include "TarrafaApp/Modelo/Desfazer.hpp"
+
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/Escapes.hpp"
@@ -299,7 +301,40 @@ void Modelo::decidir(const std::vector<std::string>& ids, Decisao decisao)
 {
     // Acting again is the person's answer to an earlier refusal.
     setMensagem(std::nullopt);
-    registrar(ids, decisao);
+    if (ids.empty()) {
+        registrar(ids, decisao); // nothing to undo, but the file is still written
+        return;
+    }
+    // The command records the decisions as the stack pushes it.
+    auto* comando = new ComandoDeDecisao(*this, ids, decisao, anterioresDe(ids));
+    const QString texto = comando->text();
+    pilha_.push(comando);
+    Q_EMIT acaoFeita(texto);
+}
+
+std::unordered_map<std::string, std::optional<Decisao>> Modelo::anterioresDe(const std::vector<std::string>& ids) const
+{
+    std::unordered_map<std::string, std::optional<Decisao>> anteriores;
+    for (const std::string& id : ids) {
+        const auto achada = decisoes_.find(id);
+        anteriores.emplace(id, achada == decisoes_.end() ? std::nullopt : std::optional(achada->second));
+    }
+    return anteriores;
+}
+
+void Modelo::voltarDecisoes(const std::unordered_map<std::string, std::optional<Decisao>>& anteriores)
+{
+    for (const auto& [id, anterior] : anteriores) {
+        if (anterior) {
+            decisoes_.insert_or_assign(id, *anterior);
+            pendentes_.decidir(id, *anterior);
+        } else {
+            decisoes_.erase(id);
+            pendentes_.esquecer(id);
+        }
+    }
+    Q_EMIT decisoesChanged();
+    salvarDecisoes();
 }
 
 void Modelo::registrar(const std::vector<std::string>& ids, Decisao decisao)
@@ -315,7 +350,59 @@ void Modelo::registrar(const std::vector<std::string>& ids, Decisao decisao)
 void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 {
     setMensagem(std::nullopt);
+    std::vector<std::string> ids;
+    for (const ItemTriado& item : itens) {
+        ids.push_back(item.id());
+    }
+    const auto anteriores = anterioresDe(ids);
+    std::vector<ItemTriado> movidos = mover(itens);
+    if (!movidos.empty()) {
+        auto* comando = new ComandoDeLixeira(*this, std::move(movidos), anteriores);
+        const QString texto = comando->text();
+        pilha_.push(comando);
+        Q_EMIT acaoFeita(texto);
+    }
+    // Queued, so that whoever looks right after the call sees the folder as the move left it;
+    // the rescan leaves the message on screen.
+    QMetaObject::invokeMethod(
+        this, [this] { varrer(); }, Qt::QueuedConnection);
+}
+
+void Modelo::moverDeNovo(const std::vector<ItemTriado>& itens)
+{
+    setMensagem(std::nullopt);
+    (void)mover(itens);
+    varrer();
+}
+
+void Modelo::restaurarDaLixeira(
+    const std::vector<ItemTriado>& itens, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores)
+{
+    setMensagem(std::nullopt);
     QStringList recusas;
+    std::unordered_map<std::string, std::optional<Decisao>> devolvidos;
+    for (const ItemTriado& item : itens) {
+        // Never over what now has the name: the file stays in the Trash and the person is told.
+        if (const std::optional<Lixeira::Falha> falha = Lixeira::restaurar(item.id())) {
+            recusas.append(QStringLiteral("Não consegui restaurar ") + deUtf8(Escapes::paraJanela(item.nome()))
+                + QStringLiteral(": ") + deUtf8(*falha));
+            continue;
+        }
+        if (const auto anterior = anteriores.find(item.id()); anterior != anteriores.end()) {
+            devolvidos.insert(*anterior);
+        }
+    }
+    if (!recusas.isEmpty()) {
+        setMensagem(recusas.join(QLatin1Char('\n')));
+    }
+    voltarDecisoes(devolvidos);
+    varrer();
+}
+
+std::vector<ItemTriado> Modelo::mover(const std::vector<ItemTriado>& itens)
+{
+    QStringList recusas;
+    std::vector<ItemTriado> movidosItens;
     std::vector<std::string> movidos;
     for (const ItemTriado& item : itens) {
         // Only what the person saw: the path must still name the entry the scan read.
@@ -328,15 +415,13 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
             continue;
         }
         movidos.push_back(item.id());
+        movidosItens.push_back(item);
     }
     if (!recusas.isEmpty()) {
         setMensagem(recusas.join(QLatin1Char('\n')));
     }
     registrar(movidos, Decisao::resolvido);
-    // Queued, so that whoever looks right after the call sees the folder as the move left it;
-    // the rescan leaves the message on screen.
-    QMetaObject::invokeMethod(
-        this, [this] { varrer(); }, Qt::QueuedConnection);
+    return movidosItens;
 }
 
 void Modelo::podarDecisoes(const std::unordered_set<std::string>& existentes)

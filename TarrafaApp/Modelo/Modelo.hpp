@@ -12,6 +12,7 @@
 #include <QString>
 #include <QFutureWatcher>
 #include <QThreadPool>
+#include <QUndoStack>
 
 #include <cstdint>
 #include <functional>
@@ -98,6 +99,9 @@ public:
     // Blocks until every save asked for so far is done (or failed).
     void concluirGravacoes();
 
+    // Every decision and every move to the Trash of the session, to undo and redo in order.
+    [[nodiscard]] QUndoStack& pilhaDeDesfazer() noexcept { return pilha_; }
+
     // What one background scan hands back: the snapshots and their groups, or why the folder
     // could not be read.
     struct Varredura {
@@ -130,6 +134,8 @@ Q_SIGNALS:
     void selecaoChanged();
     // A scan's result (or its error) has just been applied.
     void varreduraTerminada();
+    // An action that can be undone was done: "3 arquivos adiados", "Movido para a Lixeira".
+    void acaoFeita(const QString& texto);
 
 private:
     // Calls funcao with each item listed at the destination, in order, under the search.
@@ -145,6 +151,18 @@ private:
     void setMensagem(std::optional<QString> mensagem);
     // Records the decisions and has them saved; leaves the message alone.
     void registrar(const std::vector<std::string>& ids, Decisao decisao);
+    // What undoing asks for: decisions as they were, files moved again, files back from the
+    // Trash. Each saves and, for the Trash, scans again.
+    friend class ComandoDeDecisao;
+    friend class ComandoDeLixeira;
+    void voltarDecisoes(const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
+    void moverDeNovo(const std::vector<ItemTriado>& itens);
+    void restaurarDaLixeira(
+        const std::vector<ItemTriado>& itens, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
+    // Moves what it can, says why for the rest; the ones moved, marked resolved.
+    std::vector<ItemTriado> mover(const std::vector<ItemTriado>& itens);
+    [[nodiscard]] std::unordered_map<std::string, std::optional<Decisao>> anterioresDe(
+        const std::vector<std::string>& ids) const;
 
     std::vector<GrupoOrigem> grupos_;
     std::vector<std::vector<std::string>> chavesDeBusca_; // parallel to grupos_
@@ -174,6 +192,8 @@ private:
     ArquivoDeDecisoes::Mudancas pendentes_;
     ArquivoDeDecisoes::Mudancas emVoo_;
     bool gravacaoPedida_ = false;
+
+    QUndoStack pilha_;
 };
 
 } // namespace tarrafa::app

@@ -5,6 +5,7 @@
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+#include "TarrafaApp/Painel/AvisoDeDesfazer.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Plural.hpp"
@@ -87,6 +88,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     , faixa_(new FaixaResumo(this))
     , divisor_(divisor(this, QStringLiteral("divisor")))
     , recado_(new Recado(modelo, this))
+    , avisoDeDesfazer_(new AvisoDeDesfazer(modelo, this))
     , pilha_(new QStackedWidget(this))
     , erro_(new ConteudoIndisponivel(QStringLiteral("exclamationmark.triangle"),
           QStringLiteral("Não deu para ler a pasta"), QString(), pilha_))
@@ -144,6 +146,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     pilhaVertical->addWidget(divisor_);
     pilhaVertical->addWidget(recado_);
     pilhaVertical->addWidget(pilha_, 1);
+    pilhaVertical->addWidget(avisoDeDesfazer_);
 
     indicador_->hide();
     indicador_->raise();

@@ -28,6 +28,7 @@ class ListaDeGrupos;
 class Modelo;
 class RaioXView;
 class Recado;
+class AvisoDeDesfazer;
 class Selecao;
 
 // What the panel shows under its summary strip, chosen by the first rule that applies.
@@ -107,6 +108,7 @@ private:
     FaixaResumo* faixa_;
     QFrame* divisor_;
     Recado* recado_;
+    AvisoDeDesfazer* avisoDeDesfazer_;
     QStackedWidget* pilha_;
     ConteudoIndisponivel* erro_;
     RaioXView* raioX_;

@@ -11,6 +11,7 @@
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
 #include "TarrafaApp/Painel/IndicadorDeProgresso.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
+#include "TarrafaApp/Painel/AvisoDeDesfazer.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 
@@ -201,6 +202,46 @@ private Q_SLOTS:
         ConfirmacaoLixeira um({QStringLiteral("relatório.pdf")});
         QCOMPARE(um.titulo(), QStringLiteral("Mover 1 arquivo para a Lixeira?"));
         QCOMPARE(um.arquivos(), QStringLiteral("relatório.pdf"));
+    }
+
+    void cadaAcaoMostraUmAvisoComDesfazerECtrlZDesfazTambem()
+    {
+        Downloads cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QVERIFY(!visivel(painel, "avisoDeDesfazer"));
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QTest::mouseClick(&painel.findChild<BarraDeAcoes*>()->adiar(), Qt::LeftButton);
+        QVERIFY(t.modelo->decisao(a) == Decisao::adiado);
+
+        QTRY_VERIFY(visivel(painel, "avisoDeDesfazer"));
+        auto* aviso = painel.findChild<AvisoDeDesfazer*>(QStringLiteral("avisoDeDesfazer"));
+        QCOMPARE(aviso->texto(), QStringLiteral("2 arquivos adiados"));
+        QCOMPARE(aviso->desfazer().text(), QStringLiteral("Desfazer"));
+        capturar(*t.janela, QStringLiteral("janela-aviso-de-desfazer"));
+        QTest::mouseClick(&aviso->desfazer(), Qt::LeftButton);
+        QVERIFY(t.modelo->decisao(a) == Decisao::novo);
+        QVERIFY(t.modelo->decisao(b) == Decisao::novo);
+        QVERIFY(!aviso->isVisible());
+
+        // The menu's "Desfazer" (Ctrl+Z) undoes the last action too, and says which.
+        t.modelo->decidir({b}, Decisao::ignorado);
+        auto* desfazer = t.janela->findChild<QAction*>(QStringLiteral("acaoDesfazer"));
+        QVERIFY(desfazer);
+        QCOMPARE(desfazer->text(), QStringLiteral("Desfazer 1 arquivo ignorado"));
+        QTest::keyClick(t.janela.get(), Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(t.modelo->decisao(b) == Decisao::novo);
+        // And again, one level further back, the redo brings it forward.
+        QTest::keyClick(t.janela.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(t.modelo->decisao(b) == Decisao::ignorado);
+        QTest::keyClick(t.janela.get(), Qt::Key_Z, Qt::ControlModifier);
+        QTest::keyClick(t.janela.get(), Qt::Key_Y, Qt::ControlModifier);
+        QVERIFY(t.modelo->decisao(b) == Decisao::ignorado);
     }
 
     void erroVenceODiagnostico()

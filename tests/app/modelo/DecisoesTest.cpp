@@ -9,6 +9,7 @@
 #include <QJsonObject>
 #include <QSignalSpy>
 #include <QTest>
+#include <QUndoStack>
 
 #include <algorithm>
 #include <filesystem>
@@ -421,6 +422,42 @@ private Q_SLOTS:
             modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
         }
         QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("a.pdf")) + "\":\"adiado\"}");
+    }
+
+    void cadaDecisaoSeDesfazEmOrdemEmVariosNiveis()
+    {
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        const std::string a = emDownloads("a.pdf");
+        const std::string b = emDownloads("b.pdf");
+        QSignalSpy acoes(modelo.get(), &Modelo::acaoFeita);
+        modelo->decidir({a, b}, Decisao::adiado);
+        modelo->decidir({a}, Decisao::ignorado);
+        modelo->decidir({b}, Decisao::novo);
+        QCOMPARE(acoes.count(), 3);
+        QCOMPARE(acoes.at(0).at(0).toString(), QStringLiteral("2 arquivos adiados"));
+        QCOMPARE(acoes.at(1).at(0).toString(), QStringLiteral("1 arquivo ignorado"));
+        QCOMPARE(acoes.at(2).at(0).toString(), QStringLiteral("1 arquivo devolvido à caixa de entrada"));
+        QUndoStack& pilha = modelo->pilhaDeDesfazer();
+        QCOMPARE(pilha.count(), 3);
+
+        pilha.undo();
+        QVERIFY(modelo->decisao(b) == Decisao::adiado);
+        pilha.undo();
+        QVERIFY(modelo->decisao(a) == Decisao::adiado);
+        pilha.undo();
+        QVERIFY(modelo->decisao(a) == Decisao::novo);
+        QVERIFY(modelo->decisao(b) == Decisao::novo);
+        QVERIFY(modelo->decisoes().empty()); // as before: no decision at all
+        modelo->concluirGravacoes();
+        QCOMPARE(arquivoDeDecisoes(), std::string("{}"));
+
+        pilha.redo();
+        QVERIFY(modelo->decisao(a) == Decisao::adiado);
+        QVERIFY(modelo->decisao(b) == Decisao::adiado);
+        // Deciding nothing is nothing to undo.
+        modelo->decidir({}, Decisao::resolvido);
+        QCOMPARE(pilha.index(), 1);
     }
 };
 

@@ -324,6 +324,58 @@ private Q_SLOTS:
         QVERIFY(modelo->itensTodos().empty());
         QVERIFY(modelo->decisoes().empty());
     }
+
+    void desfazerAMudancaParaALixeiraTrazOArquivoDeVoltaEDesfazerDeNovoOMove()
+    {
+        escrever(emDownloads("a.pdf"), "conteudo de a");
+        escrever(emDownloads("b.pdf"), "conteudo de b");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        QSignalSpy acoes(modelo.get(), &Modelo::acaoFeita);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        modelo->moverParaLixeira(itensPorNome(*modelo, {"a.pdf", "b.pdf"}));
+        QCOMPARE(acoes.count(), 1);
+        QCOMPARE(acoes.at(0).at(0).toString(), QStringLiteral("2 arquivos movidos para a Lixeira"));
+        QVERIFY(esperar(fins, 1));
+        QVERIFY(!existe(emDownloads("a.pdf")));
+        QCOMPARE(modelo->pilhaDeDesfazer().undoText(), QStringLiteral("2 arquivos movidos para a Lixeira"));
+
+        modelo->pilhaDeDesfazer().undo();
+        QCOMPARE(ler(emDownloads("a.pdf")), std::string("conteudo de a"));
+        QCOMPARE(ler(emDownloads("b.pdf")), std::string("conteudo de b"));
+        QCOMPARE(nomesEm(Casa::lixeira() + "/files"), std::vector<std::string> {});
+        QCOMPARE(nomesEm(Casa::lixeira() + "/info"), std::vector<std::string> {});
+        // Each is back with the decision it had: a.pdf postponed, b.pdf new.
+        QVERIFY(modelo->decisao(emDownloads("a.pdf")) == Decisao::adiado);
+        QVERIFY(modelo->decisao(emDownloads("b.pdf")) == Decisao::novo);
+        QVERIFY(esperar(fins, 2));
+        QCOMPARE(nomes(modelo->itensTodos()).size(), std::size_t(2));
+
+        modelo->pilhaDeDesfazer().redo();
+        QVERIFY(!existe(emDownloads("a.pdf")));
+        QCOMPARE(ler(arquivoNaLixeira("b.pdf")), std::string("conteudo de b"));
+        QVERIFY(modelo->decisao(emDownloads("b.pdf")) == Decisao::resolvido);
+        QVERIFY(esperar(fins, 3));
+    }
+
+    void desfazerComOutroArquivoNoLugarNaoSubstituiNadaEDiz()
+    {
+        escrever(emDownloads("a.pdf"), "original");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        modelo->moverParaLixeira(itensPorNome(*modelo, {"a.pdf"}));
+        QVERIFY(esperar(fins, 1));
+        escrever(emDownloads("a.pdf"), "baixado de novo");
+
+        modelo->pilhaDeDesfazer().undo();
+        QCOMPARE(ler(emDownloads("a.pdf")), std::string("baixado de novo"));
+        QCOMPARE(ler(arquivoNaLixeira("a.pdf")), std::string("original"));
+        QCOMPARE(modelo->mensagem(),
+            std::optional<QString>(QStringLiteral(
+                "Não consegui restaurar a.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído.")));
+    }
 };
 
 TARRAFA_REGISTRAR_TESTE(LixeiraTest)
