@@ -39,6 +39,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     , adiar_(botao(QStringLiteral("Adiar"), "adiar", this))
     , resolver_(botao(QStringLiteral("Resolver"), "resolver", this))
     , lixeira_(botao(QStringLiteral("Mover para a Lixeira"), "moverParaLixeira", this))
+    , devolver_(botao(QStringLiteral("Devolver à caixa de entrada"), "devolver", this))
     , opacidade_(new QGraphicsOpacityEffect(this))
 {
     setObjectName(QStringLiteral("barraDeAcoes"));
@@ -52,6 +53,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     linha->addWidget(alternar_, 0, Qt::AlignVCenter);
     linha->addWidget(contagem_, 0, Qt::AlignVCenter);
     linha->addStretch(1);
+    linha->addWidget(devolver_, 0, Qt::AlignVCenter);
     linha->addWidget(adiar_, 0, Qt::AlignVCenter);
     linha->addWidget(resolver_, 0, Qt::AlignVCenter);
     linha->addWidget(lixeira_, 0, Qt::AlignVCenter);
@@ -61,6 +63,8 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     connect(alternar_, &QPushButton::clicked, this, &BarraDeAcoes::alternar);
     connect(adiar_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::adiado); });
     connect(resolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::resolvido); });
+    connect(devolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::novo); });
+    connect(&modelo_, &Modelo::selecaoChanged, this, &BarraDeAcoes::atualizar);
     // The panel asks before anything moves, even with nothing chosen.
     connect(lixeira_, &QPushButton::clicked, this, [this] { selecao_.setConfirmandoLixeira(true); });
     connect(&selecao_, &Selecao::selecionadosChanged, this, &BarraDeAcoes::atualizar);
@@ -103,6 +107,8 @@ void BarraDeAcoes::atualizar()
     opacidade_->setEnabled(escolhidos == 0);
     // Never "Mover 0": with nothing chosen there is nothing to confirm.
     lixeira_->setEnabled(escolhidos > 0);
+    const Destino::Caso caso = modelo_.selecao().caso();
+    devolver_->setVisible(caso == Destino::Caso::adiados || caso == Destino::Caso::resolvidos);
     setEnabled(!modelo_.carregando());
 }
 

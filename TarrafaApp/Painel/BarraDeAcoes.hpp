@@ -35,6 +35,8 @@ public:
     [[nodiscard]] QPushButton& adiar() const noexcept { return *adiar_; }
     [[nodiscard]] QPushButton& resolver() const noexcept { return *resolver_; }
     [[nodiscard]] QPushButton& moverParaLixeira() const noexcept { return *lixeira_; }
+    // Only in "Adiados" and "Resolvidos": the chosen files go back to the inbox.
+    [[nodiscard]] QPushButton& devolver() const noexcept { return *devolver_; }
     // 0.6 while nothing is chosen, 1 otherwise.
     [[nodiscard]] qreal opacidade() const;
 
@@ -57,6 +59,7 @@ private:
     QPushButton* adiar_;
     QPushButton* resolver_;
     QPushButton* lixeira_;
+    QPushButton* devolver_;
     QGraphicsOpacityEffect* opacidade_;
     std::vector<std::string> ids_; // of the listed items, in order
 };

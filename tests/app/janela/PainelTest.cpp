@@ -244,6 +244,36 @@ private Q_SLOTS:
         QVERIFY(t.modelo->decisao(b) == Decisao::ignorado);
     }
 
+    void devolverAdiadosEResolvidosACaixaDeEntrada()
+    {
+        Downloads cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        auto* barra = painel.findChild<BarraDeAcoes*>();
+        t.modelo->decidir({a}, Decisao::adiado);
+        t.modelo->decidir({b}, Decisao::resolvido);
+
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QVERIFY(!barra->devolver().isVisible());
+
+        for (const auto& [destino, id] : {std::pair {Destino::adiados(), a}, std::pair {Destino::resolvidos(), b}}) {
+            QVERIFY(clicarLinha(t.janela->barraLateral(), destino));
+            QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+            QTRY_VERIFY(barra->devolver().isVisible());
+            QCOMPARE(barra->devolver().text(), QStringLiteral("Devolver à caixa de entrada"));
+            QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+            QTest::mouseClick(&barra->devolver(), Qt::LeftButton);
+            QVERIFY(t.modelo->decisao(id) == Decisao::novo);
+            QTRY_COMPARE(painel.findChild<AvisoDeDesfazer*>()->texto(),
+                QStringLiteral("1 arquivo devolvido à caixa de entrada"));
+        }
+        QCOMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
+    }
+
     void erroVenceODiagnostico()
     {
         Downloads cenario;
