@@ -61,7 +61,11 @@ void DelegadoDaBarraLateral::paint(
 
     if (ehCabecalho(indice)) {
         pintor->setFont(fonteDoCabecalho(opcao.font));
-        pintor->setPen(aparencia::secundaria(paleta));
+        // The header row is not selectable, so its option says "disabled": its text takes the
+        // active colours all the same, or it would fade to 1.3:1 against the sidebar.
+        QPalette ativa = paleta;
+        ativa.setCurrentColorGroup(grupo);
+        pintor->setPen(aparencia::secundaria(ativa));
         const QRect texto = opcao.rect.adjusted(kMargemDaLinha + kRecuo, 0, -kMargemDaLinha - kRecuo, -4);
         pintor->drawText(texto, Qt::AlignLeft | Qt::AlignBottom | Qt::TextSingleLine,
             pintor->fontMetrics().elidedText(indice.data().toString(), Qt::ElideRight, texto.width()));

@@ -106,7 +106,8 @@ void JanelaPrincipal::pintarDivisao()
 
 void JanelaPrincipal::montarMenu()
 {
-    QMenu* arquivo = menuBar()->addMenu(QStringLiteral("Arquivo"));
+    // Reachable from the keyboard: Alt+A, Alt+E, and F10 for the first menu.
+    QMenu* arquivo = menuBar()->addMenu(QStringLiteral("&Arquivo"));
     arquivo->setObjectName(QStringLiteral("menuArquivo"));
     // Never disabled, not even during a scan: a second scan may start over the first.
     QAction* varrer = arquivo->addAction(QStringLiteral("Varrer de novo"));
@@ -125,7 +126,7 @@ void JanelaPrincipal::montarMenu()
 
     // Undo and redo every decision and move to the Trash of the session; the texts say what
     // ("Desfazer 3 arquivos adiados").
-    QMenu* editar = menuBar()->addMenu(QStringLiteral("Editar"));
+    QMenu* editar = menuBar()->addMenu(QStringLiteral("&Editar"));
     editar->setObjectName(QStringLiteral("menuEditar"));
     QAction* desfazer = modelo_.pilhaDeDesfazer().createUndoAction(this, QStringLiteral("Desfazer"));
     desfazer->setObjectName(QStringLiteral("acaoDesfazer"));
@@ -140,6 +141,16 @@ void JanelaPrincipal::montarMenu()
     refazer->setShortcutContext(Qt::WindowShortcut);
     editar->addAction(refazer);
     addAction(refazer);
+
+    auto* abrirMenu = new QAction(QStringLiteral("Abrir o menu"), this);
+    abrirMenu->setObjectName(QStringLiteral("acaoAbrirMenu"));
+    abrirMenu->setShortcut(QKeySequence(Qt::Key_F10));
+    abrirMenu->setShortcutContext(Qt::WindowShortcut);
+    connect(abrirMenu, &QAction::triggered, this, [this, arquivo] {
+        menuBar()->setFocus(Qt::ShortcutFocusReason);
+        menuBar()->setActiveAction(arquivo->menuAction());
+    });
+    addAction(abrirMenu);
 }
 
 void JanelaPrincipal::montarBarraDeFerramentas()

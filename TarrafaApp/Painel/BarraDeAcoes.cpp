@@ -139,8 +139,10 @@ void BarraDeAcoes::aplicarCores()
     paleta.setColor(QPalette::Disabled, QPalette::ButtonText, aparencia::comOpacidade(vermelho, 0.45));
     lixeira_->setPalette(paleta);
 
+    // The count is in the text's own colour: the bar is already dimmed while nothing is
+    // chosen, and a secondary colour under that would fall below 4.5:1.
     QPalette paletaDaContagem = contagem_->palette();
-    paletaDaContagem.setColor(QPalette::WindowText, aparencia::secundaria(palette()));
+    paletaDaContagem.setColor(QPalette::WindowText, palette().color(QPalette::WindowText));
     contagem_->setPalette(paletaDaContagem);
 }
 

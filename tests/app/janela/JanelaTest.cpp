@@ -12,9 +12,15 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QSplitter>
+#include <QImage>
+#include <QLabel>
+#include <QApplication>
 #include <QTest>
 #include <QToolButton>
 
+#include <algorithm>
+#include <cmath>
+#include <map>
 namespace tarrafa::app::teste {
 
 namespace {
@@ -24,11 +30,57 @@ const std::string kExemplo = "https://arquivos.exemplo.com.br/pagina";
 QMenu* menuArquivo(JanelaPrincipal& janela)
 {
     for (QAction* acao : janela.menuBar()->actions()) {
-        if (acao->menu() && acao->text() == QStringLiteral("Arquivo")) {
+        if (acao->menu() && acao->text() == QStringLiteral("&Arquivo")) {
             return acao->menu();
         }
     }
     return nullptr;
+}
+
+// WCAG's relative luminance of an opaque colour.
+double luminancia(QColor cor)
+{
+    const auto canal = [](double c) { return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); };
+    return 0.2126 * canal(cor.redF()) + 0.7152 * canal(cor.greenF()) + 0.0722 * canal(cor.blueF());
+}
+
+// The contrast of text drawn in a region of a screenshot: its ground is the commonest colour
+// there, its ink the colour farthest from it in luminance (the strokes' full colour).
+double contrasteDoTexto(const QImage& imagem, const QRect& regiao)
+{
+    std::map<QRgb, int> contagem;
+    for (int y = regiao.top(); y <= regiao.bottom(); ++y) {
+        for (int x = regiao.left(); x <= regiao.right(); ++x) {
+            ++contagem[imagem.pixel(x, y)];
+        }
+    }
+    const QRgb fundo = std::max_element(contagem.begin(), contagem.end(), [](const auto& a, const auto& b) {
+        return a.second < b.second;
+    })->first;
+    const double lFundo = luminancia(QColor(fundo));
+    double melhor = 1;
+    for (const auto& [cor, vezes] : contagem) {
+        const double l = luminancia(QColor(cor));
+        melhor = std::max(melhor, (std::max(l, lFundo) + 0.05) / (std::min(l, lFundo) + 0.05));
+    }
+    return melhor;
+}
+
+QPalette paletaEscura()
+{
+    QPalette escura;
+    escura.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
+    escura.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+    escura.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    escura.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
+    escura.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3a));
+    escura.setColor(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
+    escura.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
+    escura.setColor(QPalette::HighlightedText, Qt::white);
+    for (const auto papel : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        escura.setColor(QPalette::Disabled, papel, QColor(0x80, 0x80, 0x80));
+    }
+    return escura;
 }
 
 } // namespace
@@ -145,6 +197,57 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QVERIFY(cartoes->isVisible());
         QCOMPARE(t.modelo->itens(Destino::entrada()).size(), std::size_t(2));
+    }
+
+    void menusPeloTecladoEContrasteDeTextosSecundariosNasPaletasClaraEEscura()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const QPalette original = QApplication::palette();
+        for (const bool escura : {false, true}) {
+            if (escura) {
+                QApplication::setPalette(paletaEscura());
+            }
+            JanelaDeTeste t(cenario);
+            QVERIFY(t.abrir());
+            QCoreApplication::processEvents();
+            // A dark palette gives a dark window.
+            QCOMPARE(t.janela->palette().color(QPalette::Window).lightnessF() < 0.5, escura);
+
+            // "Origens" above the groups, and "nenhum selecionado" over a group's list.
+            BarraLateral& barra = t.janela->barraLateral();
+            QModelIndex cabecalho;
+            for (int linha = 0; linha < barra.model()->rowCount(); ++linha) {
+                if (barra.model()->index(linha, 0).data().toString() == QStringLiteral("Origens")) {
+                    cabecalho = barra.model()->index(linha, 0);
+                }
+            }
+            QVERIFY(cabecalho.isValid());
+            QVERIFY(clicarLinha(barra, Destino::grupo("host:arquivos.exemplo.com.br")));
+            auto* contagem = t.janela->findChild<QLabel*>(QStringLiteral("contagemSelecionados"));
+            QTRY_VERIFY(contagem && contagem->isVisible());
+            const QImage tela = t.janela->grab().toImage();
+            const QRect noCabecalho(barra.viewport()->mapTo(t.janela.get(), barra.visualRect(cabecalho).topLeft()),
+                barra.visualRect(cabecalho).size());
+            const QRect naContagem(contagem->mapTo(t.janela.get(), QPoint(0, 0)), contagem->size());
+            const double noSidebar = contrasteDoTexto(tela, noCabecalho);
+            const double naBarra = contrasteDoTexto(tela, naContagem);
+            QVERIFY2(noSidebar >= 4.5, qPrintable(QStringLiteral("Origens: %1:1").arg(noSidebar)));
+            QVERIFY2(naBarra >= 4.5, qPrintable(QStringLiteral("nenhum selecionado: %1:1").arg(naBarra)));
+            capturar(*t.janela, escura ? QStringLiteral("janela-escura") : QStringLiteral("janela-clara"));
+
+            // The menus from the keyboard: mnemonics, and F10 opens the first.
+            QStringList titulos;
+            for (QAction* acao : t.janela->menuBar()->actions()) {
+                titulos << acao->text();
+            }
+            QCOMPARE(titulos, (QStringList {QStringLiteral("&Arquivo"), QStringLiteral("&Editar")}));
+            QTest::keyClick(t.janela.get(), Qt::Key_F10);
+            QTRY_VERIFY(t.janela->menuBar()->activeAction() != nullptr);
+            QCOMPARE(t.janela->menuBar()->activeAction()->text(), QStringLiteral("&Arquivo"));
+            QTest::keyClick(t.janela->menuBar(), Qt::Key_Escape);
+        }
+        QApplication::setPalette(original);
     }
 
     void menuArquivoVarreDeNovoComCtrlRSempreHabilitado()
