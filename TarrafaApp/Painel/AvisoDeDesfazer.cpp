@@ -44,6 +44,9 @@ AvisoDeDesfazer::AvisoDeDesfazer(Modelo& modelo, QWidget* parent)
         hide();
         modelo_.pilhaDeDesfazer().undo();
     });
+    // Undone or redone from the menu, the action the notice speaks of is no longer the last:
+    // the notice goes (a new action's notice comes right after its push).
+    connect(&modelo_.pilhaDeDesfazer(), &QUndoStack::indexChanged, this, &QWidget::hide);
     connect(&modelo_, &Modelo::acaoFeita, this, &AvisoDeDesfazer::mostrar);
     hide();
 }

@@ -18,10 +18,13 @@
 #include <QDir>
 #include <QFile>
 #include <QPainter>
+#include <QPalette>
+#include <QUndoStack>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace tarrafa::app;
@@ -229,6 +232,49 @@ int main(int argc, char* argv[])
 
     mostrar(Destino::adiados());
     ok = salvar(t.janela->grab(), saida, "adiados.png") && ok;
+
+    // The group that holds postponed files lists them, dimmed, with their state.
+    for (const tarrafa::GrupoOrigem& grupo : t.modelo->grupos()) {
+        const auto& itens = grupo.itens();
+        if (std::any_of(itens.begin(), itens.end(),
+                [&](const tarrafa::ItemTriado& item) { return t.modelo->decisao(item.id()) == tarrafa::Decisao::adiado; })) {
+            mostrar(Destino::grupo(grupo.origem().chave()));
+            ok = salvar(t.janela->grab(), saida, "grupo-com-adiados.png") && ok;
+            // And the notice after an action, which offers to undo it.
+            std::vector<std::string> novos;
+            for (const tarrafa::ItemTriado& item : itens) {
+                if (t.modelo->decisao(item.id()) == tarrafa::Decisao::novo && novos.size() < 2) {
+                    novos.push_back(item.id());
+                }
+            }
+            t.modelo->decidir(novos, tarrafa::Decisao::adiado);
+            QCoreApplication::sendPostedEvents();
+            QCoreApplication::processEvents();
+            ok = salvar(t.janela->grab(), saida, "aviso-de-desfazer.png") && ok;
+            t.modelo->pilhaDeDesfazer().undo();
+            break;
+        }
+    }
+
+    // The same inbox in a dark palette.
+    {
+        const QPalette clara = QApplication::palette();
+        QPalette escura;
+        escura.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
+        escura.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+        escura.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+        escura.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
+        escura.setColor(QPalette::PlaceholderText, QColor(0xa0, 0xa0, 0xa0));
+        escura.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3a));
+        escura.setColor(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
+        escura.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
+        escura.setColor(QPalette::HighlightedText, Qt::white);
+        QApplication::setPalette(escura);
+        mostrar(Destino::entrada());
+        ok = salvar(t.janela->grab(), saida, "escura.png") && ok;
+        QApplication::setPalette(clara);
+        QCoreApplication::processEvents();
+    }
 
     mostrar(Destino::raioX());
     ok = salvar(t.janela->grab(), saida, "raio-x.png") && ok;

@@ -234,8 +234,10 @@ private Q_SLOTS:
         auto* desfazer = t.janela->findChild<QAction*>(QStringLiteral("acaoDesfazer"));
         QVERIFY(desfazer);
         QCOMPARE(desfazer->text(), QStringLiteral("Desfazer 1 arquivo ignorado"));
+        QTRY_VERIFY(aviso->isVisible());
         QTest::keyClick(t.janela.get(), Qt::Key_Z, Qt::ControlModifier);
         QVERIFY(t.modelo->decisao(b) == Decisao::novo);
+        QVERIFY(!aviso->isVisible()); // what it offered to undo is undone
         // And again, one level further back, the redo brings it forward.
         QTest::keyClick(t.janela.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
         QVERIFY(t.modelo->decisao(b) == Decisao::ignorado);
