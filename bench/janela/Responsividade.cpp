@@ -14,6 +14,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -223,5 +224,37 @@ int main(int argc, char* argv[])
     mostrar("  \"re\"", segunda);
     mostrar("  \"rel\"", terceira);
     mostrar("  apagar (\"rel\" -> \"re\")", apagar);
+
+    // "Adiar" on every row a broad search lists (nearly the whole folder), from the click to
+    // the painted list; then Ctrl+Z, the same way.
+    busca.setText(QStringLiteral("."));
+    EsperaPintura(arquivos).esperar();
+    auto* adiar = janela.findChild<QPushButton*>(QStringLiteral("adiar"));
+    if (adiar == nullptr) {
+        qFatal("no Adiar button");
+    }
+    std::vector<double> adiando;
+    std::vector<double> desfazendo;
+    std::size_t linhas = 0;
+    for (int i = 0; i < repeticoes; ++i) {
+        arquivos->setFocus();
+        QTest::keyClick(arquivos, Qt::Key_A, Qt::ControlModifier);
+        linhas = modelo.itens(modelo.selecao()).size();
+        QElapsedTimer tempo;
+        tempo.start();
+        QTest::mouseClick(adiar, Qt::LeftButton);
+        QCoreApplication::sendPostedEvents();
+        EsperaPintura(janela.findChild<QWidget*>(QStringLiteral("painel"))).esperar();
+        adiando.push_back(ms(tempo));
+        tempo.start();
+        QTest::keyClick(&janela, Qt::Key_Z, Qt::ControlModifier);
+        QCoreApplication::sendPostedEvents();
+        EsperaPintura(arquivos).esperar();
+        desfazendo.push_back(ms(tempo));
+    }
+    std::printf("\"Adiar\" em %zu linhas selecionadas até a tela pintada, mediana de %d:\n", linhas, repeticoes);
+    mostrar("  Adiar", adiando);
+    mostrar("  Ctrl+Z", desfazendo);
+    modelo.concluirGravacoes();
     return 0;
 }
