@@ -175,6 +175,13 @@ template <typename Funcao> void Modelo::paraCadaItem(const Destino& destino, Fun
         break;
     case Destino::Caso::resolvidos:
         visitarTodos([](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
+        // And what went to the Trash from here, once a scan no longer finds it in the folder.
+        for (const ItemTriado& item : naLixeira_) {
+            if (!identidades_.contains(item.id())
+                && (!buscando || Texto::chaveDeBusca(item.nome()).find(procurado) != std::string::npos)) {
+                funcao(item);
+            }
+        }
         break;
     case Destino::Caso::grupo: {
         // The whole group, not only its undecided items: postponed and ignored ones stay in
@@ -368,6 +375,45 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
         this, [this] { varrer(); }, Qt::QueuedConnection);
 }
 
+bool Modelo::estaNaLixeira(const std::string& id) const
+{
+    return std::any_of(naLixeira_.begin(), naLixeira_.end(), [&](const ItemTriado& item) { return item.id() == id; });
+}
+
+void Modelo::esquecerDaLixeira(const std::string& id)
+{
+    std::erase_if(naLixeira_, [&](const ItemTriado& item) { return item.id() == id; });
+}
+
+void Modelo::restaurar(const std::vector<std::string>& ids)
+{
+    setMensagem(std::nullopt);
+    QStringList recusas;
+    std::unordered_map<std::string, std::optional<Decisao>> devolvidos;
+    for (const std::string& id : ids) {
+        const auto item = std::find_if(
+            naLixeira_.begin(), naLixeira_.end(), [&](const ItemTriado& i) { return i.id() == id; });
+        if (item == naLixeira_.end()) {
+            continue;
+        }
+        if (const std::optional<Lixeira::Falha> falha = Lixeira::restaurar(id)) {
+            recusas.append(QStringLiteral("Não consegui restaurar ") + deUtf8(Escapes::paraJanela(item->nome()))
+                + QStringLiteral(": ") + deUtf8(*falha));
+            continue;
+        }
+        naLixeira_.erase(item);
+        devolvidos.emplace(id, std::nullopt); // back in the inbox
+    }
+    if (!recusas.isEmpty()) {
+        setMensagem(recusas.join(QLatin1Char('\n')));
+    }
+    if (!devolvidos.empty()) {
+        voltarDecisoes(devolvidos);
+        Q_EMIT lixeiraChanged();
+        varrer();
+    }
+}
+
 void Modelo::moverDeNovo(const std::vector<ItemTriado>& itens)
 {
     setMensagem(std::nullopt);
@@ -388,10 +434,12 @@ void Modelo::restaurarDaLixeira(
                 + QStringLiteral(": ") + deUtf8(*falha));
             continue;
         }
+        esquecerDaLixeira(item.id());
         if (const auto anterior = anteriores.find(item.id()); anterior != anteriores.end()) {
             devolvidos.insert(*anterior);
         }
     }
+    Q_EMIT lixeiraChanged();
     if (!recusas.isEmpty()) {
         setMensagem(recusas.join(QLatin1Char('\n')));
     }
@@ -416,6 +464,11 @@ std::vector<ItemTriado> Modelo::mover(const std::vector<ItemTriado>& itens)
         }
         movidos.push_back(item.id());
         movidosItens.push_back(item);
+        esquecerDaLixeira(item.id());
+        naLixeira_.push_back(item);
+    }
+    if (!movidos.empty()) {
+        Q_EMIT lixeiraChanged();
     }
     if (!recusas.isEmpty()) {
         setMensagem(recusas.join(QLatin1Char('\n')));

@@ -99,6 +99,13 @@ public:
     // Blocks until every save asked for so far is done (or failed).
     void concluirGravacoes();
 
+    // Whether this window moved the file to the Trash during the session (and it has not come
+    // back): "Resolvidos" lists such files, which the folder no longer holds.
+    [[nodiscard]] bool estaNaLixeira(const std::string& id) const;
+    // Brings files this window moved to the Trash back where they were, and back into the
+    // inbox; a file whose name is taken stays in the Trash and the message says so.
+    void restaurar(const std::vector<std::string>& ids);
+
     // Every decision and every move to the Trash of the session, to undo and redo in order.
     [[nodiscard]] QUndoStack& pilhaDeDesfazer() noexcept { return pilha_; }
 
@@ -136,6 +143,8 @@ Q_SIGNALS:
     void varreduraTerminada();
     // An action that can be undone was done: "3 arquivos adiados", "Movido para a Lixeira".
     void acaoFeita(const QString& texto);
+    // Files went to the Trash or came back from it.
+    void lixeiraChanged();
 
 private:
     // Calls funcao with each item listed at the destination, in order, under the search.
@@ -194,6 +203,9 @@ private:
     bool gravacaoPedida_ = false;
 
     QUndoStack pilha_;
+    // What this window moved to the Trash in the session and is still there, oldest first.
+    std::vector<ItemTriado> naLixeira_;
+    void esquecerDaLixeira(const std::string& id);
 };
 
 } // namespace tarrafa::app

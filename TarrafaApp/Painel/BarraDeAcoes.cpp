@@ -40,6 +40,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     , resolver_(botao(QStringLiteral("Resolver"), "resolver", this))
     , lixeira_(botao(QStringLiteral("Mover para a Lixeira"), "moverParaLixeira", this))
     , devolver_(botao(QStringLiteral("Devolver à caixa de entrada"), "devolver", this))
+    , restaurar_(botao(QStringLiteral("Restaurar"), "restaurar", this))
     , opacidade_(new QGraphicsOpacityEffect(this))
 {
     setObjectName(QStringLiteral("barraDeAcoes"));
@@ -53,6 +54,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     linha->addWidget(alternar_, 0, Qt::AlignVCenter);
     linha->addWidget(contagem_, 0, Qt::AlignVCenter);
     linha->addStretch(1);
+    linha->addWidget(restaurar_, 0, Qt::AlignVCenter);
     linha->addWidget(devolver_, 0, Qt::AlignVCenter);
     linha->addWidget(adiar_, 0, Qt::AlignVCenter);
     linha->addWidget(resolver_, 0, Qt::AlignVCenter);
@@ -64,6 +66,13 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     connect(adiar_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::adiado); });
     connect(resolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::resolvido); });
     connect(devolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::novo); });
+    connect(restaurar_, &QPushButton::clicked, this, [this] {
+        const std::set<std::string>& escolhidos = selecao_.selecionados();
+        const std::vector<std::string> ids(escolhidos.begin(), escolhidos.end());
+        selecao_.setSelecionados({});
+        modelo_.restaurar(ids);
+    });
+    connect(&modelo_, &Modelo::lixeiraChanged, this, &BarraDeAcoes::atualizar);
     connect(&modelo_, &Modelo::selecaoChanged, this, &BarraDeAcoes::atualizar);
     // The panel asks before anything moves, even with nothing chosen.
     connect(lixeira_, &QPushButton::clicked, this, [this] { selecao_.setConfirmandoLixeira(true); });
@@ -109,6 +118,11 @@ void BarraDeAcoes::atualizar()
     lixeira_->setEnabled(escolhidos > 0);
     const Destino::Caso caso = modelo_.selecao().caso();
     devolver_->setVisible(caso == Destino::Caso::adiados || caso == Destino::Caso::resolvidos);
+    restaurar_->setVisible(caso == Destino::Caso::resolvidos);
+    const std::set<std::string>& escolhidosAgora = selecao_.selecionados();
+    restaurar_->setEnabled(std::any_of(escolhidosAgora.begin(), escolhidosAgora.end(), [this](const std::string& id) {
+        return modelo_.estaNaLixeira(id);
+    }));
     setEnabled(!modelo_.carregando());
 }
 

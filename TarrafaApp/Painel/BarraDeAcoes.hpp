@@ -37,6 +37,8 @@ public:
     [[nodiscard]] QPushButton& moverParaLixeira() const noexcept { return *lixeira_; }
     // Only in "Adiados" and "Resolvidos": the chosen files go back to the inbox.
     [[nodiscard]] QPushButton& devolver() const noexcept { return *devolver_; }
+    // Only in "Resolvidos": the chosen files this window moved to the Trash come back.
+    [[nodiscard]] QPushButton& restaurar() const noexcept { return *restaurar_; }
     // 0.6 while nothing is chosen, 1 otherwise.
     [[nodiscard]] qreal opacidade() const;
 
@@ -60,6 +62,7 @@ private:
     QPushButton* resolver_;
     QPushButton* lixeira_;
     QPushButton* devolver_;
+    QPushButton* restaurar_;
     QGraphicsOpacityEffect* opacidade_;
     std::vector<std::string> ids_; // of the listed items, in order
 };

@@ -12,7 +12,7 @@ namespace tarrafa::app {
 
 namespace {
 
-// The chip of a decision that leaves a file in its group's list.
+// The chip of a decision that leaves a file in a list.
 QString estadoDe(Decisao decisao)
 {
     switch (decisao) {
@@ -28,6 +28,12 @@ QString estadoDe(Decisao decisao)
 }
 
 } // namespace
+
+QString ModeloDeArquivos::estadoDe(const std::string& id) const
+{
+    // A file this window moved to the Trash says so first: its decision is gone with it.
+    return modelo_.estaNaLixeira(id) ? QStringLiteral("Na Lixeira") : tarrafa::app::estadoDe(modelo_.decisao(id));
+}
 
 ModeloDeArquivos::ModeloDeArquivos(const Modelo& modelo, QObject* parent)
     : QAbstractListModel(parent)
@@ -53,7 +59,7 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
     case Qt::ToolTipRole: {
         // Everything the row may not have room for: the whole name, the state, every badge.
         QStringList linhas {QString::fromStdString(Escapes::paraJanela(it.nome()))};
-        if (const QString estado = estadoDe(modelo_.decisao(it.id())); !estado.isEmpty()) {
+        if (const QString estado = estadoDe(it.id()); !estado.isEmpty()) {
             linhas.append(estado);
         }
         for (const Selo& selo : it.selos()) {
@@ -62,10 +68,10 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
         return linhas.join(QLatin1Char('\n'));
     }
     case PapelEstado:
-        return estadoDe(modelo_.decisao(it.id()));
+        return estadoDe(it.id());
     case Qt::AccessibleTextRole: {
         QStringList partes {QString::fromStdString(Escapes::paraJanela(it.nome()))};
-        if (const QString estado = estadoDe(modelo_.decisao(it.id())); !estado.isEmpty()) {
+        if (const QString estado = estadoDe(it.id()); !estado.isEmpty()) {
             partes.append(estado);
         }
         for (const Selo& selo : it.selos()) {

@@ -32,7 +32,8 @@ public:
         PapelSelos,
         // Their tones (QVariantList of Selo::Tom as int), same order.
         PapelTons,
-        // "Adiado" or "Ignorado" for a postponed or ignored file still listed, else empty:
+        // "Adiado" or "Ignorado" for a postponed or ignored file still listed, "Na Lixeira"
+        // for one this window moved to the Trash, else empty:
         // the row is then drawn dimmed, with that chip first.
         PapelEstado,
     };
@@ -57,6 +58,8 @@ public:
     [[nodiscard]] std::optional<int> linhaDe(const std::string& id) const;
 
 private:
+    [[nodiscard]] QString estadoDe(const std::string& id) const;
+
     const Modelo& modelo_;
     std::vector<ItemTriado> itens_;
     std::unordered_map<std::string, int> linhas_;

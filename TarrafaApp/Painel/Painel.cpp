@@ -153,7 +153,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
 
     connect(&modelo_, &Modelo::selecaoChanged, this, &Painel::aoMudarDestino);
     for (auto sinal : {&Modelo::gruposChanged, &Modelo::raioXChanged, &Modelo::carregandoChanged,
-             &Modelo::erroChanged, &Modelo::buscaChanged, &Modelo::decisoesChanged}) {
+             &Modelo::erroChanged, &Modelo::buscaChanged, &Modelo::decisoesChanged, &Modelo::lixeiraChanged}) {
         connect(&modelo_, sinal, this, &Painel::agendar);
     }
     connect(selecao_, &Selecao::confirmandoLixeiraChanged, this, &Painel::aoPedirConfirmacao);

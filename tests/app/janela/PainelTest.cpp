@@ -13,6 +13,9 @@
 #include "TarrafaApp/Painel/Painel.hpp"
 #include "TarrafaApp/Painel/AvisoDeDesfazer.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
+#include "TarrafaCore/Lixeira.hpp"
+#include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
+#include "TarrafaApp/Painel/ListaDeArquivos.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 
 #include <QAbstractButton>
@@ -22,6 +25,7 @@
 #include <QTest>
 
 #include <fstream>
+#include <iterator>
 
 #include <algorithm>
 #include <filesystem>
@@ -56,6 +60,12 @@ bool naLixeira(const std::string& nome)
 {
     const std::vector<std::string> nomes = Downloads::naLixeira();
     return std::find(nomes.begin(), nomes.end(), nome) != nomes.end();
+}
+
+std::string lerTudo(const std::string& caminho)
+{
+    std::ifstream entrada(caminho, std::ios::binary);
+    return {std::istreambuf_iterator<char>(entrada), std::istreambuf_iterator<char>()};
 }
 
 } // namespace
@@ -274,6 +284,50 @@ private Q_SLOTS:
                 QStringLiteral("1 arquivo devolvido à caixa de entrada"));
         }
         QCOMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
+    }
+
+    void resolvidosListaOQueFoiParaALixeiraERestaurarTrazDeVolta()
+    {
+        Downloads cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        auto* barra = painel.findChild<BarraDeAcoes*>();
+        const std::string conteudoDeA = lerTudo(a);
+        std::vector<ItemTriado> itens = t.modelo->itens(Destino::entrada());
+        t.modelo->moverParaLixeira(itens);
+        QVERIFY(t.esperarVarreduras(2));
+        QVERIFY(!std::filesystem::exists(a));
+
+        // Gone from the folder, still in "Resolvidos", marked as in the Trash.
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::resolvidos()));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QCOMPARE(t.modelo->itens(Destino::resolvidos()).size(), std::size_t(2));
+        auto* lista = painel.findChild<ListaDeArquivos*>();
+        QCOMPARE(lista->model()->index(0, 0).data(ModeloDeArquivos::PapelEstado).toString(), QStringLiteral("Na Lixeira"));
+        QVERIFY(barra->restaurar().isVisible());
+        QVERIFY(!barra->restaurar().isEnabled()); // nothing chosen yet
+        capturar(*t.janela, QStringLiteral("janela-resolvidos-na-lixeira"));
+
+        // b.pdf's name was taken meanwhile: a.pdf comes back, b.pdf stays and the window says why.
+        std::ofstream(b, std::ios::binary) << "outro b";
+        QTest::keyClick(t.janela.get(), Qt::Key_A, Qt::ControlModifier);
+        QVERIFY(barra->restaurar().isEnabled());
+        QTest::mouseClick(&barra->restaurar(), Qt::LeftButton);
+        QCOMPARE(lerTudo(a), conteudoDeA);
+        QCOMPARE(lerTudo(b), std::string("outro b"));
+        QVERIFY(!Lixeira::procurar(a).has_value()); // its record is gone from the Trash
+        QVERIFY(Lixeira::procurar(b).has_value());
+        QCOMPARE(t.modelo->mensagem(),
+            std::optional<QString>(QStringLiteral(
+                "Não consegui restaurar b.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído.")));
+        QVERIFY(t.modelo->decisao(a) == Decisao::novo);
+        QVERIFY(t.modelo->estaNaLixeira(b));
+        QVERIFY(!t.modelo->estaNaLixeira(a));
+        QVERIFY(t.esperarVarreduras(3));
+        QTRY_COMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
     }
 
     void erroVenceODiagnostico()
