@@ -86,6 +86,16 @@ void DelegadoDaBarraLateral::paint(
         caminho.addRoundedRect(fundo, kRaio, kRaio);
         pintor->fillPath(caminho, realce);
     }
+    // The row with the keyboard focus is ringed, selected or not: the arrows must show where
+    // they are.
+    if (opcao.state & QStyle::State_HasFocus) {
+        QPainterPath anel;
+        anel.addRoundedRect(fundo.adjusted(1, 1, -1, -1), kRaio, kRaio);
+        const QColor cor = selecionada ? paleta.color(grupo, QPalette::HighlightedText)
+                                       : paleta.color(grupo, QPalette::Highlight);
+        pintor->setPen(QPen(cor, 2));
+        pintor->drawPath(anel);
+    }
     const QPalette::ColorRole papelDoTexto = selecionada ? QPalette::HighlightedText : QPalette::WindowText;
     const QColor corDoTexto = paleta.color(grupo, papelDoTexto);
 

@@ -60,7 +60,8 @@ JanelaPrincipal::JanelaPrincipal(Modelo& modelo, QWidget* parent)
     barraLateral_->setMaximumWidth(kBarraLateralMaxima);
     divisao_->setObjectName(QStringLiteral("divisao"));
     divisao_->setChildrenCollapsible(false);
-    divisao_->setHandleWidth(1);
+    // Wide enough to be found with the mouse; the line drawn in it stays thin.
+    divisao_->setHandleWidth(6);
     divisao_->addWidget(barraLateral_);
     divisao_->addWidget(painel_);
     divisao_->setStretchFactor(0, 0);

@@ -123,6 +123,9 @@ private Q_SLOTS:
         QTest::mouseRelease(alca, Qt::LeftButton, {}, meio - QPoint(300, 0));
         QTRY_COMPARE(barra.width(), 210);
 
+        // The handle is wide enough to be grabbed.
+        QVERIFY(divisao->handleWidth() >= 5);
+
         // A wider window widens the panel, not the sidebar.
         t.janela->resize(t.janela->width() + 200, t.janela->height());
         QTRY_COMPARE(barra.width(), 210);
@@ -248,6 +251,39 @@ private Q_SLOTS:
             QTest::keyClick(t.janela->menuBar(), Qt::Key_Escape);
         }
         QApplication::setPalette(original);
+    }
+
+    void focoDoTecladoNaBarraLateralAparece()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        BarraLateral& barra = t.janela->barraLateral();
+        const QColor realce = barra.palette().color(QPalette::Active, QPalette::Highlight);
+        // Adiados: not selected. Count the highlight-coloured pixels of its row.
+        const QModelIndex adiados = linhaDe(barra, Destino::adiados());
+        QVERIFY(adiados.isValid());
+        const auto pixelsDeRealce = [&] {
+            const QImage imagem = barra.viewport()->grab(barra.visualRect(adiados)).toImage();
+            int quantos = 0;
+            for (int y = 0; y < imagem.height(); ++y) {
+                for (int x = 0; x < imagem.width(); ++x) {
+                    const QColor cor = imagem.pixelColor(x, y);
+                    quantos += std::abs(cor.red() - realce.red()) + std::abs(cor.green() - realce.green())
+                            + std::abs(cor.blue() - realce.blue()) < 40;
+                }
+            }
+            return quantos;
+        };
+        barra.clearFocus();
+        QCoreApplication::processEvents();
+        const int semFoco = pixelsDeRealce();
+        barra.setFocus(Qt::TabFocusReason);
+        barra.selectionModel()->setCurrentIndex(adiados, QItemSelectionModel::NoUpdate);
+        QTRY_VERIFY(barra.hasFocus());
+        const int comFoco = pixelsDeRealce();
+        QVERIFY2(comFoco > semFoco + 50, qPrintable(QStringLiteral("%1 vs %2").arg(comFoco).arg(semFoco)));
     }
 
     void menuArquivoVarreDeNovoComCtrlRSempreHabilitado()
