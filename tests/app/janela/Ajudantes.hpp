@@ -11,6 +11,7 @@
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
 #include <QModelIndex>
+#include <QPalette>
 #include <QSignalSpy>
 
 #include <memory>
@@ -35,6 +36,8 @@ struct JanelaDeTeste {
 };
 
 [[nodiscard]] QModelIndex linhaDe(BarraLateral& barra, const Destino& destino);
+// A dark palette as a dark desktop theme gives one: light text on dark grounds.
+[[nodiscard]] QPalette paletaEscura();
 [[nodiscard]] std::optional<int> contagemDe(BarraLateral& barra, const Destino& destino);
 // Clicks the row of a destination, as a person would; false when no row shows it.
 [[nodiscard]] bool clicarLinha(BarraLateral& barra, const Destino& destino);

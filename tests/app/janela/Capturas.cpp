@@ -259,17 +259,7 @@ int main(int argc, char* argv[])
     // The same inbox in a dark palette.
     {
         const QPalette clara = QApplication::palette();
-        QPalette escura;
-        escura.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
-        escura.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
-        escura.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
-        escura.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
-        escura.setColor(QPalette::PlaceholderText, QColor(0xa0, 0xa0, 0xa0));
-        escura.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3a));
-        escura.setColor(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
-        escura.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
-        escura.setColor(QPalette::HighlightedText, Qt::white);
-        QApplication::setPalette(escura);
+        QApplication::setPalette(paletaEscura());
         mostrar(Destino::entrada());
         ok = salvar(t.janela->grab(), saida, "escura.png") && ok;
         QApplication::setPalette(clara);
