@@ -40,31 +40,6 @@ ArquivoDeDecisoes::Marca marcaDe(const struct stat& st) noexcept
         static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1'000'000'000 + st.st_mtim.tv_nsec};
 }
 
-// The whole of an open regular file; none (errno set) when a read fails.
-std::optional<std::string> lerTudo(int fd, std::int64_t tamanho)
-{
-    std::string bytes;
-    bytes.reserve(static_cast<std::size_t>(tamanho));
-    char bloco[65536];
-    for (;;) {
-        const ssize_t lidos = ::read(fd, bloco, sizeof bloco);
-        if (lidos < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return std::nullopt;
-        }
-        if (lidos == 0) {
-            return bytes;
-        }
-        if (bytes.size() + static_cast<std::size_t>(lidos) > static_cast<std::size_t>(ArquivoDeDecisoes::kTamanhoMaximo)) {
-            errno = EFBIG;
-            return std::nullopt;
-        }
-        bytes.append(bloco, static_cast<std::size_t>(lidos));
-    }
-}
-
 // Every byte, or false with errno set; a short write that makes no progress is an error
 // (a full disk, a file size limit with SIGXFSZ ignored).
 bool escreverTudo(int fd, std::string_view bytes)
@@ -183,7 +158,8 @@ Atual lerAtual(int pasta, const std::string& nome)
         atual.ilegivel = true;
         return atual;
     }
-    const std::optional<std::string> bytes = lerTudo(fd.get(), st.st_size);
+    const std::optional<std::string> bytes
+        = lerTudo(fd.get(), static_cast<std::size_t>(ArquivoDeDecisoes::kTamanhoMaximo));
     if (!bytes) {
         if (errno == EFBIG) {
             atual.ilegivel = true;

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
@@ -63,6 +66,31 @@ inline Descritor abrirSemTocarAcesso(int base, const char* caminho, int flags) n
 inline Descritor abrirParaLer(int base, const char* caminho) noexcept
 {
     return abrirSemTocarAcesso(base, caminho, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+}
+
+// Everything left in an open file, up to a limit; none with errno set when a read fails, or
+// with EFBIG when the file holds more than the limit (it is then not what it claims to be).
+inline std::optional<std::string> lerTudo(int fd, std::size_t limite)
+{
+    std::string bytes;
+    char bloco[65536];
+    for (;;) {
+        const ssize_t lidos = ::read(fd, bloco, sizeof bloco);
+        if (lidos < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return std::nullopt;
+        }
+        if (lidos == 0) {
+            return bytes;
+        }
+        if (bytes.size() + static_cast<std::size_t>(lidos) > limite) {
+            errno = EFBIG;
+            return std::nullopt;
+        }
+        bytes.append(bloco, static_cast<std::size_t>(lidos));
+    }
 }
 
 } // namespace tarrafa

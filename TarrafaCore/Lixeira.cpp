@@ -94,24 +94,10 @@ std::optional<std::string> lerPequeno(const std::string& caminho)
 {
     const Descritor fd = abrirParaLer(AT_FDCWD, caminho.c_str());
     struct stat info {};
-    if (!fd.valido() || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)
-        || static_cast<std::size_t>(info.st_size) > kTamanhoMaximoDoRegistro) {
+    if (!fd.valido() || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return std::nullopt;
     }
-    std::string conteudo(static_cast<std::size_t>(info.st_size), '\0');
-    std::size_t lidos = 0;
-    while (lidos < conteudo.size()) {
-        const ssize_t n = ::read(fd.get(), conteudo.data() + lidos, conteudo.size() - lidos);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            break;
-        }
-        lidos += static_cast<std::size_t>(n);
-    }
-    conteudo.resize(lidos);
-    return conteudo;
+    return lerTudo(fd.get(), kTamanhoMaximoDoRegistro);
 }
 
 struct Registro {

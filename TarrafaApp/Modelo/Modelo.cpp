@@ -377,40 +377,32 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 
 bool Modelo::estaNaLixeira(const std::string& id) const
 {
-    return std::any_of(naLixeira_.begin(), naLixeira_.end(), [&](const ItemTriado& item) { return item.id() == id; });
+    return idsNaLixeira_.contains(id);
 }
 
-void Modelo::esquecerDaLixeira(const std::string& id)
+void Modelo::tirarDaLixeira(const std::unordered_set<std::string>& ids)
 {
-    std::erase_if(naLixeira_, [&](const ItemTriado& item) { return item.id() == id; });
+    // One pass for the whole batch: a move of thousands of files must not be quadratic.
+    std::erase_if(naLixeira_, [&](const ItemTriado& item) { return ids.contains(item.id()); });
+    for (const std::string& id : ids) {
+        idsNaLixeira_.erase(id);
+    }
 }
 
 void Modelo::restaurar(const std::vector<std::string>& ids)
 {
-    setMensagem(std::nullopt);
-    QStringList recusas;
-    std::unordered_map<std::string, std::optional<Decisao>> devolvidos;
-    for (const std::string& id : ids) {
-        const auto item = std::find_if(
-            naLixeira_.begin(), naLixeira_.end(), [&](const ItemTriado& i) { return i.id() == id; });
-        if (item == naLixeira_.end()) {
-            continue;
+    // Only what this window put there; back in the inbox, not to a decision from before.
+    const std::unordered_set<std::string> pedidos(ids.begin(), ids.end());
+    std::vector<ItemTriado> itens;
+    std::unordered_map<std::string, std::optional<Decisao>> paraAEntrada;
+    for (const ItemTriado& item : naLixeira_) {
+        if (pedidos.contains(item.id())) {
+            itens.push_back(item);
+            paraAEntrada.emplace(item.id(), std::nullopt);
         }
-        if (const std::optional<Lixeira::Falha> falha = Lixeira::restaurar(id)) {
-            recusas.append(QStringLiteral("Não consegui restaurar ") + deUtf8(Escapes::paraJanela(item->nome()))
-                + QStringLiteral(": ") + deUtf8(*falha));
-            continue;
-        }
-        naLixeira_.erase(item);
-        devolvidos.emplace(id, std::nullopt); // back in the inbox
     }
-    if (!recusas.isEmpty()) {
-        setMensagem(recusas.join(QLatin1Char('\n')));
-    }
-    if (!devolvidos.empty()) {
-        voltarDecisoes(devolvidos);
-        Q_EMIT lixeiraChanged();
-        varrer();
+    if (!itens.empty()) {
+        restaurarDaLixeira(itens, paraAEntrada);
     }
 }
 
@@ -427,6 +419,7 @@ void Modelo::restaurarDaLixeira(
     setMensagem(std::nullopt);
     QStringList recusas;
     std::unordered_map<std::string, std::optional<Decisao>> devolvidos;
+    std::unordered_set<std::string> trazidos;
     for (const ItemTriado& item : itens) {
         // Never over what now has the name: the file stays in the Trash and the person is told.
         if (const std::optional<Lixeira::Falha> falha = Lixeira::restaurar(item.id())) {
@@ -434,11 +427,12 @@ void Modelo::restaurarDaLixeira(
                 + QStringLiteral(": ") + deUtf8(*falha));
             continue;
         }
-        esquecerDaLixeira(item.id());
+        trazidos.insert(item.id());
         if (const auto anterior = anteriores.find(item.id()); anterior != anteriores.end()) {
             devolvidos.insert(*anterior);
         }
     }
+    tirarDaLixeira(trazidos);
     Q_EMIT lixeiraChanged();
     if (!recusas.isEmpty()) {
         setMensagem(recusas.join(QLatin1Char('\n')));
@@ -464,10 +458,12 @@ std::vector<ItemTriado> Modelo::mover(const std::vector<ItemTriado>& itens)
         }
         movidos.push_back(item.id());
         movidosItens.push_back(item);
-        esquecerDaLixeira(item.id());
-        naLixeira_.push_back(item);
     }
     if (!movidos.empty()) {
+        // Moved again after coming back: listed once, as the newest.
+        tirarDaLixeira(std::unordered_set<std::string>(movidos.begin(), movidos.end()));
+        naLixeira_.insert(naLixeira_.end(), movidosItens.begin(), movidosItens.end());
+        idsNaLixeira_.insert(movidos.begin(), movidos.end());
         Q_EMIT lixeiraChanged();
     }
     if (!recusas.isEmpty()) {

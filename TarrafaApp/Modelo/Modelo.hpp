@@ -205,7 +205,8 @@ private:
     QUndoStack pilha_;
     // What this window moved to the Trash in the session and is still there, oldest first.
     std::vector<ItemTriado> naLixeira_;
-    void esquecerDaLixeira(const std::string& id);
+    std::unordered_set<std::string> idsNaLixeira_; // the same files, to ask about one at a time
+    void tirarDaLixeira(const std::unordered_set<std::string>& ids);
 };
 
 } // namespace tarrafa::app

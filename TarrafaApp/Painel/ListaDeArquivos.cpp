@@ -42,8 +42,22 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
         &ListaDeArquivos::aoMudarSelecaoDaVista);
     connect(&selecao_, &Selecao::selecionadosChanged, this, &ListaDeArquivos::aplicarSelecao);
-    // Postponing or ignoring leaves a row in its group's list, showing its new state.
-    connect(&modelo_, &Modelo::decisoesChanged, arquivos_, &ModeloDeArquivos::estadosMudaram);
+    // Postponing or ignoring leaves a row in its group's list, showing its new state. The model
+    // announces each file's decision on its own: the rows are told once, on the next turn.
+    const auto redesenharEstados = [this] {
+        if (!estadosAgendados_) {
+            estadosAgendados_ = true;
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    estadosAgendados_ = false;
+                    arquivos_->estadosMudaram();
+                },
+                Qt::QueuedConnection);
+        }
+    };
+    connect(&modelo_, &Modelo::decisoesChanged, this, redesenharEstados);
+    connect(&modelo_, &Modelo::lixeiraChanged, this, redesenharEstados);
     connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& indice) {
         if (indice.isValid()) {
             abrirArquivo(arquivos_->item(indice.row()).id());

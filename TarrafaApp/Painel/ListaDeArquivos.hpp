@@ -53,6 +53,7 @@ private:
     Modelo& modelo_;
     Selecao& selecao_;
     ModeloDeArquivos* arquivos_;
+    bool estadosAgendados_ = false; // the rows' states will be drawn again on the next turn
     DelegadoDeArquivos* delegado_;
     bool aplicando_ = false; // the view is being set from Selecao: do not write it back
     bool escrevendo_ = false; // Selecao is being set from the view: do not apply it back
