@@ -304,12 +304,21 @@ void Modelo::aplicar(Varredura resultado)
     Q_EMIT varreduraTerminada();
 }
 
-void Modelo::decidir(const std::vector<std::string>& ids, Decisao decisao)
+void Modelo::decidir(const std::vector<std::string>& pedidos, Decisao decisao)
 {
     // Acting again is the person's answer to an earlier refusal.
     setMensagem(std::nullopt);
+    if (pedidos.empty()) {
+        registrar(pedidos, decisao); // nothing to undo, but the file is still written
+        return;
+    }
+    // A file in the Trash is no longer in the folder: the only thing to do with it is to
+    // bring it back, so a decision would describe nothing.
+    std::vector<std::string> ids;
+    ids.reserve(pedidos.size());
+    std::copy_if(pedidos.begin(), pedidos.end(), std::back_inserter(ids),
+        [this](const std::string& id) { return !estaNaLixeira(id); });
     if (ids.empty()) {
-        registrar(ids, decisao); // nothing to undo, but the file is still written
         return;
     }
     // The command records the decisions as the stack pushes it.
@@ -357,12 +366,20 @@ void Modelo::registrar(const std::vector<std::string>& ids, Decisao decisao)
 void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
 {
     setMensagem(std::nullopt);
+    // What is already in the Trash cannot go there again.
+    std::vector<ItemTriado> naPasta;
     std::vector<std::string> ids;
     for (const ItemTriado& item : itens) {
-        ids.push_back(item.id());
+        if (!estaNaLixeira(item.id())) {
+            naPasta.push_back(item);
+            ids.push_back(item.id());
+        }
+    }
+    if (naPasta.empty() && !itens.empty()) {
+        return;
     }
     const auto anteriores = anterioresDe(ids);
-    std::vector<ItemTriado> movidos = mover(itens);
+    std::vector<ItemTriado> movidos = mover(naPasta);
     if (!movidos.empty()) {
         auto* comando = new ComandoDeLixeira(*this, std::move(movidos), anteriores);
         const QString texto = comando->text();

@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include <algorithm>
 #include <set>
 
 namespace tarrafa::app {
@@ -114,15 +115,21 @@ void BarraDeAcoes::atualizar()
     opacidade_->setOpacity(escolhidos == 0 ? kOpacidadeSemSelecao : 1.0);
     // At full opacity the effect would only cost an off-screen pass.
     opacidade_->setEnabled(escolhidos == 0);
-    // Never "Mover 0": with nothing chosen there is nothing to confirm.
-    lixeira_->setEnabled(escolhidos > 0);
+    // A file in the Trash can only be restored; the other actions need one still in the folder
+    // (with nothing chosen they stay clickable and decide nothing). Never "Mover 0": with
+    // nothing chosen there is nothing to confirm.
+    const std::set<std::string>& escolhidosAgora = selecao_.selecionados();
+    const auto naLixeira = static_cast<std::size_t>(std::count_if(escolhidosAgora.begin(), escolhidosAgora.end(),
+        [this](const std::string& id) { return modelo_.estaNaLixeira(id); }));
+    const bool soNaLixeira = escolhidos > 0 && naLixeira == escolhidos;
+    for (QPushButton* acao : {adiar_, resolver_, devolver_}) {
+        acao->setEnabled(!soNaLixeira);
+    }
+    lixeira_->setEnabled(escolhidos > naLixeira);
     const Destino::Caso caso = modelo_.selecao().caso();
     devolver_->setVisible(caso == Destino::Caso::adiados || caso == Destino::Caso::resolvidos);
     restaurar_->setVisible(caso == Destino::Caso::resolvidos);
-    const std::set<std::string>& escolhidosAgora = selecao_.selecionados();
-    restaurar_->setEnabled(std::any_of(escolhidosAgora.begin(), escolhidosAgora.end(), [this](const std::string& id) {
-        return modelo_.estaNaLixeira(id);
-    }));
+    restaurar_->setEnabled(naLixeira > 0);
     setEnabled(!modelo_.carregando());
 }
 

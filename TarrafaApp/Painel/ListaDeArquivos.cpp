@@ -60,9 +60,18 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
     connect(&modelo_, &Modelo::lixeiraChanged, this, redesenharEstados);
     connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& indice) {
         if (indice.isValid()) {
-            abrirArquivo(arquivos_->item(indice.row()).id());
+            abrirSeEstiverNaPasta(arquivos_->item(indice.row()).id());
         }
     });
+}
+
+void ListaDeArquivos::abrirSeEstiverNaPasta(const std::string& id) const
+{
+    // A row marked "Na Lixeira" names a path with nothing at it now; opening it would only
+    // bring the desktop's own "file not found".
+    if (!modelo_.estaNaLixeira(id)) {
+        abrirArquivo(id);
+    }
 }
 
 const std::vector<ItemTriado>& ListaDeArquivos::itens() const noexcept
@@ -174,6 +183,18 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     auto* menu = new QMenu(this);
     menu->setObjectName(QStringLiteral("menuDaLinha"));
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    if (modelo_.estaNaLixeira(id)) {
+        // Nothing of it is in the folder to open, show or decide: it can only come back.
+        std::erase_if(ids, [this](const std::string& escolhido) { return !modelo_.estaNaLixeira(escolhido); });
+        QAction* restaurar = menu->addAction(QStringLiteral("Restaurar"));
+        restaurar->setObjectName(QStringLiteral("restaurarUm"));
+        connect(restaurar, &QAction::triggered, this, [this, ids] {
+            selecao_.setSelecionados({});
+            modelo_.restaurar(ids);
+        });
+        return menu;
+    }
+    std::erase_if(ids, [this](const std::string& escolhido) { return modelo_.estaNaLixeira(escolhido); });
     QAction* abrir = menu->addAction(QStringLiteral("Abrir"));
     abrir->setObjectName(QStringLiteral("abrir"));
     connect(abrir, &QAction::triggered, this, [id] { abrirArquivo(id); });
@@ -196,7 +217,7 @@ void ListaDeArquivos::keyPressEvent(QKeyEvent* evento)
 {
     // Enter opens the file with the keyboard focus, as a double-click does.
     if ((evento->key() == Qt::Key_Return || evento->key() == Qt::Key_Enter) && currentIndex().isValid()) {
-        abrirArquivo(arquivos_->item(currentIndex().row()).id());
+        abrirSeEstiverNaPasta(arquivos_->item(currentIndex().row()).id());
         evento->accept();
         return;
     }

@@ -46,6 +46,7 @@ protected:
         const QModelIndex& indice, const QEvent* evento = nullptr) const override;
 
 private:
+    void abrirSeEstiverNaPasta(const std::string& id) const;
     void aoMudarSelecaoDaVista();
     void aplicarSelecao();
 

@@ -360,7 +360,8 @@ std::vector<ItemTriado> Painel::escolhidosNaLista() const
     const std::set<std::string>& escolhidos = selecao_->selecionados();
     std::vector<ItemTriado> listados;
     for (const ItemTriado& item : modelo_.itens(modelo_.selecao())) {
-        if (escolhidos.contains(item.id())) {
+        // A row marked "Na Lixeira" is already there.
+        if (escolhidos.contains(item.id()) && !modelo_.estaNaLixeira(item.id())) {
             listados.push_back(item);
         }
     }

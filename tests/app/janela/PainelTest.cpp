@@ -21,6 +21,9 @@
 #include <QAbstractButton>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QContextMenuEvent>
+#include <QApplication>
 #include <QPushButton>
 #include <QTest>
 
@@ -328,6 +331,74 @@ private Q_SLOTS:
         QVERIFY(!t.modelo->estaNaLixeira(a));
         QVERIFY(t.esperarVarreduras(3));
         QTRY_COMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
+    }
+
+    void linhaNaLixeiraSoPodeSerRestaurada()
+    {
+        Downloads cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        auto* barra = painel.findChild<BarraDeAcoes*>();
+        t.modelo->decidir({b}, Decisao::resolvido);
+        t.modelo->moverParaLixeira({t.modelo->itens(Destino::entrada()).front()});
+        QVERIFY(t.esperarVarreduras(2));
+        QVERIFY(t.modelo->estaNaLixeira(a));
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::resolvidos()));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        auto* lista = painel.findChild<ListaDeArquivos*>();
+        QTRY_COMPARE(lista->model()->rowCount(), 2);
+        int linhaDeA = -1;
+        for (int linha = 0; linha < 2; ++linha) {
+            if (lista->itens()[static_cast<std::size_t>(linha)].id() == a) {
+                linhaDeA = linha;
+            }
+        }
+        QVERIFY(linhaDeA >= 0);
+
+        // Only the file in the Trash is chosen: nothing but "Restaurar" can act on it.
+        const QPoint ponto = lista->visualRect(lista->model()->index(linhaDeA, 0)).center();
+        QTest::mouseClick(lista->viewport(), Qt::LeftButton, {}, ponto);
+        QTRY_COMPARE(painel.findChild<Selecao*>()->selecionados(), std::set<std::string>({a}));
+        QVERIFY(barra->restaurar().isEnabled());
+        for (QPushButton* botao : {&barra->adiar(), &barra->resolver(), &barra->devolver(), &barra->moverParaLixeira()}) {
+            QVERIFY2(!botao->isEnabled(), qPrintable(botao->objectName()));
+        }
+        QTest::keyClick(lista, Qt::Key_Delete);
+        QVERIFY(!painel.confirmacao());
+        // Asked straight, the model refuses too: a decision on it would describe nothing.
+        t.modelo->decidir({a}, Decisao::adiado);
+        QVERIFY(t.modelo->decisao(a) != Decisao::adiado);
+
+        QTest::mouseClick(lista->viewport(), Qt::RightButton, {}, ponto);
+        QContextMenuEvent pedido(QContextMenuEvent::Mouse, ponto, lista->viewport()->mapToGlobal(ponto));
+        QApplication::sendEvent(lista->viewport(), &pedido);
+        QTRY_VERIFY(qobject_cast<QMenu*>(QApplication::activePopupWidget()));
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QCOMPARE(menu->actions().size(), 1);
+        QCOMPARE(menu->actions().front()->text(), QStringLiteral("Restaurar"));
+        menu->actions().front()->trigger();
+        menu->close();
+        QTRY_VERIFY(std::filesystem::exists(a));
+        QVERIFY(!t.modelo->estaNaLixeira(a));
+
+        // With both chosen, the decision reaches the one still in the folder.
+        QVERIFY(t.esperarVarreduras(3));
+        t.modelo->decidir({a}, Decisao::resolvido);
+        t.modelo->moverParaLixeira({t.modelo->itens(Destino::resolvidos()).front()});
+        QVERIFY(t.esperarVarreduras(4));
+        QTest::mouseClick(&barra->alternarSelecao(), Qt::LeftButton);
+        QTRY_COMPARE(painel.findChild<Selecao*>()->selecionados().size(), std::size_t(2));
+        const std::string naPasta = t.modelo->estaNaLixeira(a) ? b : a;
+        const std::string naLixeira = naPasta == a ? b : a;
+        const auto registradas = t.modelo->decisoes();
+        QVERIFY(barra->devolver().isEnabled());
+        QTest::mouseClick(&barra->devolver(), Qt::LeftButton);
+        QVERIFY(t.modelo->estaNaLixeira(naLixeira));
+        QVERIFY(t.modelo->decisao(naPasta) == Decisao::novo);
+        QCOMPARE(t.modelo->decisoes().contains(naLixeira), registradas.contains(naLixeira));
     }
 
     void erroVenceODiagnostico()
