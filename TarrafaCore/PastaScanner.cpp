@@ -502,6 +502,11 @@ std::string PastaScanner::idDe(const std::string& pasta, const std::string& nome
     return juntar(caminhoCompleto(pasta), nome);
 }
 
+std::string PastaScanner::caminhoAbsoluto(const std::string& pasta)
+{
+    return caminhoCompleto(pasta);
+}
+
 Date PastaScanner::dataDeCriacao(std::optional<Date> nascimento, std::optional<Date> modificacao) noexcept
 {
     return nascimento.value_or(modificacao.value_or(Date::passadoDistante()));

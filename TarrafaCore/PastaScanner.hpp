@@ -41,6 +41,8 @@ public:
     // The id a scan of the folder gives its entry of that name: the folder's path made
     // absolute (links not resolved, trailing slashes dropped), then the name.
     [[nodiscard]] static std::string idDe(const std::string& pasta, const std::string& nome);
+    // The folder's path as ids begin: absolute (links not resolved), trailing slashes dropped.
+    [[nodiscard]] static std::string caminhoAbsoluto(const std::string& pasta);
 
     // Allocated size of everything visible below a folder, links never followed;
     // 0 when the folder cannot be read.

@@ -1,0 +1,519 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCore/Vigia.hpp"
+
+#include "TarrafaCore/Descritor.hpp"
+#include "TarrafaCore/PastaScanner.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <unordered_map>
+#include <utility>
+
+namespace tarrafa {
+
+namespace {
+
+using Relogio = std::chrono::steady_clock;
+
+// The top level: entries coming and going, written, renamed, their attributes changed, and
+// the folder itself going away. IN_OPEN tells a file just created and being written (held
+// back until it closes) from one made whole at once (a hard link, a link to a finished
+// temporary file), which is handed over with the next batch.
+constexpr std::uint32_t kMascaraTopo = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE
+    | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_OPEN | IN_ONLYDIR;
+// Below the top level only what changes a folder's size matters.
+constexpr std::uint32_t kMascaraAbaixo
+    = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE | IN_ONLYDIR | IN_DONT_FOLLOW;
+// Where the folder would appear again once it is gone.
+constexpr std::uint32_t kMascaraPai = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR;
+// A history database's folder: SQLite writes the database in place and keeps it open, so
+// writes (and its journal coming and going) are what tell.
+constexpr std::uint32_t kMascaraHistorico
+    = IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_ONLYDIR;
+
+// Watches are a per-user kernel resource shared with every other program: a Downloads folder
+// holding a huge tree keeps its top level and the first folders watched, and the rest is
+// sized again only by a full scan.
+std::size_t limiteDeVigias()
+{
+    std::size_t maximo = 8192;
+    if (Descritor f = abrirParaLer(AT_FDCWD, "/proc/sys/fs/inotify/max_user_watches"); f.valido()) {
+        if (std::optional<std::string> texto = lerTudo(f.get(), 64)) {
+            maximo = static_cast<std::size_t>(std::strtoull(texto->c_str(), nullptr, 10));
+        }
+    }
+    return std::max<std::size_t>(64, maximo / 4);
+}
+
+std::string pai(const std::string& caminho)
+{
+    const std::string::size_type barra = caminho.rfind('/');
+    return barra == 0 || barra == std::string::npos ? std::string("/") : caminho.substr(0, barra);
+}
+
+std::string base(const std::string& caminho)
+{
+    const std::string::size_type barra = caminho.rfind('/');
+    return barra == std::string::npos ? caminho : caminho.substr(barra + 1);
+}
+
+std::string juntar(const std::string& pasta, const std::string& nome)
+{
+    return pasta == "/" ? "/" + nome : pasta + "/" + nome;
+}
+
+bool ehOculto(const std::string& nome)
+{
+    return nome.empty() || nome.front() == '.';
+}
+
+// The sub-folders of a folder, hidden ones left out (their contents are not counted in any
+// size). Opened without touching the access time and never through a link.
+std::vector<std::string> subpastas(const std::string& caminho)
+{
+    std::vector<std::string> nomes;
+    Descritor fd = abrirSemTocarAcesso(AT_FDCWD, caminho.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (!fd.valido()) {
+        return nomes;
+    }
+    const int pastaFd = fd.get();
+    DIR* dir = ::fdopendir(fd.get());
+    if (dir == nullptr) {
+        return nomes;
+    }
+    (void)fd.soltar();
+    while (const dirent* e = ::readdir(dir)) {
+        const std::string nome(e->d_name);
+        if (ehOculto(nome)) {
+            continue;
+        }
+        bool pasta = e->d_type == DT_DIR;
+        if (e->d_type == DT_UNKNOWN) {
+            struct stat info {};
+            pasta = ::fstatat(pastaFd, e->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
+        }
+        if (pasta) {
+            nomes.push_back(nome);
+        }
+    }
+    ::closedir(dir);
+    return nomes;
+}
+
+} // namespace
+
+struct Vigia::Estado {
+    std::string raiz;
+    Opcoes opcoes;
+    AoMudar aoMudar;
+    Descritor inotify;
+    Descritor acordar; // an eventfd: a stop or injected events
+    std::size_t limite = limiteDeVigias();
+
+    // Touched only by the watcher's thread once it runs (the constructor sets them up first).
+    int wdPasta = -1;
+    int wdPai = -1;
+    struct Abaixo {
+        std::string topo; // the top-level folder whose size it changes
+        std::string caminho;
+    };
+    std::unordered_map<int, Abaixo> abaixo;
+    std::unordered_map<int, std::set<std::string>> historicos; // folder watch -> names that count
+
+    LoteDeEventos lote;
+    std::set<std::string> criados; // created, not yet seen opened
+    std::set<std::string> abertos; // created and being written
+    Relogio::time_point primeiro {};
+    Relogio::time_point ultimo {};
+
+    mutable std::mutex mutex;
+    std::vector<std::vector<std::byte>> injetados;
+    bool parar = false;
+    std::size_t quantasPastas = 0;
+
+    std::jthread fio;
+
+    void vigiarPasta();
+    void vigiarPai();
+    void vigiarArvore(const std::string& caminho, const std::string& topo);
+    void esquecerArvore(const std::string& caminho);
+    void esquecerTudoAbaixo();
+    void vigiarHistoricos();
+    void processar(const inotify_event& evento);
+    void processarBytes(const std::byte* dados, std::size_t tamanho);
+    void marcar();
+    void entregar();
+    void rodar();
+    void contar();
+};
+
+void Vigia::Estado::contar()
+{
+    const std::lock_guard trava(mutex);
+    quantasPastas = abaixo.size() + (wdPasta >= 0 ? 1 : 0);
+}
+
+void Vigia::Estado::vigiarPasta()
+{
+    // The folder the person named may be a link (a Downloads folder moved elsewhere): that one
+    // link is followed, as the scan does.
+    wdPasta = ::inotify_add_watch(inotify.get(), raiz.c_str(), kMascaraTopo);
+    if (wdPasta < 0) {
+        vigiarPai();
+        return;
+    }
+    if (wdPai >= 0) {
+        ::inotify_rm_watch(inotify.get(), wdPai);
+        wdPai = -1;
+    }
+    for (const std::string& nome : subpastas(raiz)) {
+        vigiarArvore(juntar(raiz, nome), nome);
+    }
+}
+
+void Vigia::Estado::vigiarPai()
+{
+    if (wdPai >= 0) {
+        return;
+    }
+    wdPai = ::inotify_add_watch(inotify.get(), pai(raiz).c_str(), kMascaraPai);
+    // Set up after the folder was found missing: it may have come back in between.
+    struct stat info {};
+    if (wdPai >= 0 && ::stat(raiz.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        vigiarPasta();
+    }
+}
+
+void Vigia::Estado::vigiarArvore(const std::string& caminho, const std::string& topo)
+{
+    // Depth-first with an explicit stack; each folder is watched before it is listed, so that
+    // nothing created meanwhile goes unseen.
+    std::vector<std::string> pilha {caminho};
+    while (!pilha.empty() && abaixo.size() < limite) {
+        std::string atual = std::move(pilha.back());
+        pilha.pop_back();
+        const int wd = ::inotify_add_watch(inotify.get(), atual.c_str(), kMascaraAbaixo);
+        if (wd < 0) {
+            if (errno == ENOSPC) {
+                break; // the user's watches are used up: the rest waits for a full scan
+            }
+            continue;
+        }
+        for (const std::string& nome : subpastas(atual)) {
+            pilha.push_back(juntar(atual, nome));
+        }
+        abaixo.insert_or_assign(wd, Abaixo {topo, std::move(atual)});
+    }
+}
+
+void Vigia::Estado::esquecerArvore(const std::string& caminho)
+{
+    const std::string prefixo = caminho + "/";
+    for (auto it = abaixo.begin(); it != abaixo.end();) {
+        if (it->second.caminho == caminho || it->second.caminho.starts_with(prefixo)) {
+            ::inotify_rm_watch(inotify.get(), it->first);
+            it = abaixo.erase(it);
+        } else {
+            ++it;
+        }
+    }
+}
+
+void Vigia::Estado::esquecerTudoAbaixo()
+{
+    for (const auto& [wd, _] : abaixo) {
+        ::inotify_rm_watch(inotify.get(), wd);
+    }
+    abaixo.clear();
+}
+
+void Vigia::Estado::vigiarHistoricos()
+{
+    for (const std::string& banco : opcoes.historicos) {
+        const int wd = ::inotify_add_watch(inotify.get(), pai(banco).c_str(), kMascaraHistorico);
+        if (wd < 0) {
+            continue;
+        }
+        const std::string nome = base(banco);
+        historicos[wd].insert({nome, nome + "-journal", nome + "-wal"});
+    }
+}
+
+void Vigia::Estado::marcar()
+{
+    const Relogio::time_point agora = Relogio::now();
+    if (lote.vazio() && criados.empty()) {
+        primeiro = agora;
+    }
+    ultimo = agora;
+}
+
+void Vigia::Estado::processar(const inotify_event& evento)
+{
+    const std::uint32_t m = evento.mask;
+    const std::string nome = evento.len > 0 ? std::string(evento.name) : std::string();
+
+    if ((m & IN_Q_OVERFLOW) != 0) {
+        marcar();
+        lote.tudo = true;
+        return;
+    }
+
+    if (evento.wd == wdPasta && wdPasta >= 0) {
+        if ((m & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+            // Whatever stands at the path now (if anything) is another folder.
+            marcar();
+            lote.tudo = true;
+            if ((m & IN_IGNORED) == 0) {
+                ::inotify_rm_watch(inotify.get(), wdPasta);
+            }
+            wdPasta = -1;
+            esquecerTudoAbaixo();
+            criados.clear();
+            abertos.clear();
+            vigiarPai();
+            contar();
+            return;
+        }
+        if (nome.empty()) {
+            return; // the folder itself opened (a scan listing it)
+        }
+        if (nome == ".hidden") {
+            if ((m & IN_OPEN) == 0) {
+                marcar();
+                lote.tudo = true; // any entry may have been shown or hidden
+            }
+            return;
+        }
+        if (ehOculto(nome)) {
+            return;
+        }
+        const bool pasta = (m & IN_ISDIR) != 0;
+        if ((m & IN_OPEN) != 0) {
+            if (!pasta && criados.erase(nome) > 0) {
+                abertos.insert(nome); // being written: wait for it to close
+            }
+            return;
+        }
+        marcar();
+        if ((m & IN_CREATE) != 0 && !pasta) {
+            criados.insert(nome);
+            abertos.erase(nome);
+            return;
+        }
+        if ((m & IN_ATTRIB) != 0 && abertos.contains(nome)) {
+            return; // still being written; its close will tell
+        }
+        criados.erase(nome);
+        abertos.erase(nome);
+        lote.nomes.insert(nome);
+        if (pasta && (m & (IN_DELETE | IN_MOVED_FROM)) != 0) {
+            esquecerArvore(juntar(raiz, nome));
+        }
+        if (pasta && (m & (IN_CREATE | IN_MOVED_TO)) != 0) {
+            vigiarArvore(juntar(raiz, nome), nome);
+        }
+        contar();
+        return;
+    }
+
+    if (evento.wd == wdPai && wdPai >= 0) {
+        if ((m & IN_IGNORED) != 0) {
+            wdPai = -1;
+            return;
+        }
+        if (nome == base(raiz) && (m & IN_ISDIR) != 0) {
+            marcar();
+            lote.tudo = true;
+            vigiarPasta();
+            contar();
+        }
+        return;
+    }
+
+    if (const auto achado = abaixo.find(evento.wd); achado != abaixo.end()) {
+        if ((m & IN_IGNORED) != 0) {
+            abaixo.erase(achado);
+            contar();
+            return;
+        }
+        const Abaixo onde = achado->second;
+        marcar();
+        lote.nomes.insert(onde.topo);
+        if ((m & IN_ISDIR) != 0 && !ehOculto(nome)) {
+            if ((m & IN_MOVED_FROM) != 0) {
+                esquecerArvore(juntar(onde.caminho, nome));
+            } else if ((m & (IN_CREATE | IN_MOVED_TO)) != 0) {
+                vigiarArvore(juntar(onde.caminho, nome), onde.topo);
+            }
+            contar();
+        }
+        return;
+    }
+
+    if (const auto achado = historicos.find(evento.wd); achado != historicos.end()) {
+        if ((m & IN_IGNORED) != 0) {
+            historicos.erase(achado);
+        } else if (achado->second.contains(nome)) {
+            marcar();
+            lote.historicos = true;
+        }
+    }
+}
+
+void Vigia::Estado::processarBytes(const std::byte* dados, std::size_t tamanho)
+{
+    std::size_t i = 0;
+    while (i + sizeof(inotify_event) <= tamanho) {
+        inotify_event cabecalho {};
+        std::memcpy(&cabecalho, dados + i, sizeof cabecalho);
+        const std::size_t total = sizeof(inotify_event) + cabecalho.len;
+        if (i + total > tamanho) {
+            break;
+        }
+        // The name, NUL-padded by the kernel; copied out so the record is aligned.
+        alignas(inotify_event) std::byte copia[sizeof(inotify_event) + NAME_MAX + 2] {};
+        const std::size_t caber = std::min<std::size_t>(cabecalho.len, NAME_MAX + 1);
+        std::memcpy(copia, dados + i, sizeof(inotify_event) + caber);
+        auto* evento = reinterpret_cast<inotify_event*>(copia);
+        evento->len = static_cast<std::uint32_t>(caber); // the zeroed copy ends the name
+        processar(*evento);
+        i += total;
+    }
+}
+
+void Vigia::Estado::entregar()
+{
+    // Created and never opened (a hard link, a finished temporary file given a name): whole
+    // already.
+    for (const std::string& nome : criados) {
+        lote.nomes.insert(nome);
+    }
+    criados.clear();
+    if (lote.vazio()) {
+        return;
+    }
+    LoteDeEventos pronto = std::exchange(lote, LoteDeEventos {});
+    aoMudar(std::move(pronto));
+}
+
+void Vigia::Estado::rodar()
+{
+    alignas(inotify_event) std::byte buffer[64 * 1024];
+    for (;;) {
+        int espera = -1; // nothing pending: sleep until the kernel has something
+        if (!lote.vazio() || !criados.empty()) {
+            const Relogio::time_point prazo = std::min(ultimo + opcoes.calma, primeiro + opcoes.esperaMaxima);
+            const auto falta = std::chrono::ceil<std::chrono::milliseconds>(prazo - Relogio::now());
+            espera = static_cast<int>(std::max<std::chrono::milliseconds::rep>(0, falta.count()));
+        }
+        pollfd fds[2] = {{inotify.get(), POLLIN, 0}, {acordar.get(), POLLIN, 0}};
+        const int prontos = ::poll(fds, 2, espera);
+        if (prontos < 0 && errno != EINTR) {
+            return;
+        }
+        if (prontos == 0) {
+            entregar();
+            continue;
+        }
+        if ((fds[1].revents & POLLIN) != 0) {
+            std::uint64_t valor = 0;
+            (void)::read(acordar.get(), &valor, sizeof valor);
+            std::vector<std::vector<std::byte>> recebidos;
+            {
+                const std::lock_guard trava(mutex);
+                if (parar) {
+                    return;
+                }
+                recebidos.swap(injetados);
+            }
+            for (const std::vector<std::byte>& bytes : recebidos) {
+                processarBytes(bytes.data(), bytes.size());
+            }
+        }
+        if ((fds[0].revents & POLLIN) != 0) {
+            for (;;) {
+                const ssize_t lidos = ::read(inotify.get(), buffer, sizeof buffer);
+                if (lidos <= 0) {
+                    break; // EAGAIN: all read
+                }
+                processarBytes(buffer, static_cast<std::size_t>(lidos));
+            }
+        }
+    }
+}
+
+Vigia::Vigia(std::string pasta, Opcoes opcoes, AoMudar aoMudar)
+    : estado_(std::make_unique<Estado>())
+{
+    Estado& e = *estado_;
+    e.raiz = PastaScanner::caminhoAbsoluto(pasta);
+    e.opcoes = std::move(opcoes);
+    e.aoMudar = std::move(aoMudar);
+    e.inotify = Descritor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!e.inotify.valido()) {
+        throw std::system_error(errno, std::generic_category(), "inotify");
+    }
+    e.acordar = Descritor(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
+    if (!e.acordar.valido()) {
+        throw std::system_error(errno, std::generic_category(), "eventfd");
+    }
+    e.vigiarPasta();
+    e.vigiarHistoricos();
+    e.contar();
+    e.fio = std::jthread([&e] { e.rodar(); });
+}
+
+Vigia::~Vigia()
+{
+    {
+        const std::lock_guard trava(estado_->mutex);
+        estado_->parar = true;
+    }
+    const std::uint64_t um = 1;
+    (void)::write(estado_->acordar.get(), &um, sizeof um);
+    estado_->fio.join();
+}
+
+void Vigia::injetar(std::span<const std::byte> eventos)
+{
+    {
+        const std::lock_guard trava(estado_->mutex);
+        estado_->injetados.emplace_back(eventos.begin(), eventos.end());
+    }
+    const std::uint64_t um = 1;
+    (void)::write(estado_->acordar.get(), &um, sizeof um);
+}
+
+std::size_t Vigia::pastasVigiadas() const
+{
+    const std::lock_guard trava(estado_->mutex);
+    return estado_->quantasPastas;
+}
+
+std::vector<std::byte> Vigia::evento(int wd, std::uint32_t mascara, const std::string& nome)
+{
+    // As the kernel writes it: the name NUL-terminated and padded to a multiple of 16.
+    const std::size_t len = nome.empty() ? 0 : ((nome.size() + 1 + 15) / 16) * 16;
+    inotify_event cabecalho {};
+    cabecalho.wd = wd;
+    cabecalho.mask = mascara;
+    cabecalho.len = static_cast<std::uint32_t>(len);
+    std::vector<std::byte> bytes(sizeof cabecalho + len, std::byte {0});
+    std::memcpy(bytes.data(), &cabecalho, sizeof cabecalho);
+    std::memcpy(bytes.data() + sizeof cabecalho, nome.data(), nome.size());
+    return bytes;
+}
+
+} // namespace tarrafa

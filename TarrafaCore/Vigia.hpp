@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace tarrafa {
+
+// What changed in a watched folder during one quiet spell, as the kernel told it.
+struct LoteDeEventos {
+    // Top-level entries named by events: created, written, renamed in or out, removed, their
+    // attributes changed, or (for a folder) anything below it. Hidden names never appear.
+    std::set<std::string> nomes;
+    // A browser's history database was written.
+    bool historicos = false;
+    // The events cannot say what changed (the kernel's queue overflowed, the folder itself was
+    // moved, removed or created again, ".hidden" changed, a watch could not be set): only
+    // reading the whole folder again tells.
+    bool tudo = false;
+
+    [[nodiscard]] bool vazio() const noexcept { return nomes.empty() && !historicos && !tudo; }
+};
+
+// Watches a folder with inotify, on a thread of its own, and hands over what changed once the
+// events stop for a moment. The top level is watched for entries coming, going, written and
+// changed; every folder below it for anything that changes its size; the browsers' history
+// databases for writes. Nothing is ever opened for reading, and nothing is changed.
+//
+// A file created and still open for writing is held back until it is closed: a download that
+// writes for minutes costs nothing until it ends. When nothing happens the thread sleeps in
+// the kernel: no timers, no polling.
+class Vigia final {
+public:
+    struct Opcoes {
+        // How long the events must pause before a batch is handed over, and the longest a
+        // batch may wait while events keep coming.
+        std::chrono::milliseconds calma {250};
+        std::chrono::milliseconds esperaMaxima {2000};
+        // History databases to watch (each one's folder is watched for writes to it and to its
+        // journal or write-ahead log).
+        std::vector<std::string> historicos;
+    };
+    using AoMudar = std::function<void(LoteDeEventos)>;
+
+    // Starts watching at once; aoMudar is called on the watcher's thread, one batch at a
+    // time. Throws std::system_error when inotify itself is not available.
+    Vigia(std::string pasta, Opcoes opcoes, AoMudar aoMudar);
+    // Stops the thread; a batch being handed over is finished first.
+    ~Vigia();
+
+    Vigia(const Vigia&) = delete;
+    Vigia& operator=(const Vigia&) = delete;
+
+    // Raw inotify records, handled as if the kernel had sent them: the only way to bring
+    // about what an unprivileged test cannot (a queue overflow).
+    void injetar(std::span<const std::byte> eventos);
+
+    // How many folders are watched now (the folder itself and those below it); for tests.
+    [[nodiscard]] std::size_t pastasVigiadas() const;
+
+    // Raw record of an event, as inotify writes it, for injetar().
+    [[nodiscard]] static std::vector<std::byte> evento(int wd, std::uint32_t mascara, const std::string& nome = {});
+
+private:
+    struct Estado;
+    std::unique_ptr<Estado> estado_;
+};
+
+} // namespace tarrafa

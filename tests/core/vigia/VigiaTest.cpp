@@ -1,0 +1,431 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Apoio.hpp"
+
+#include "TarrafaCore/Vigia.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <dirent.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <thread>
+#include <unistd.h>
+
+namespace tarrafa {
+namespace {
+
+using namespace std::chrono_literals;
+using teste::PastaTemporaria;
+
+// Every batch the watcher hands over, in order, for the test to wait on.
+class Lotes {
+public:
+    Vigia::AoMudar receptor()
+    {
+        return [this](LoteDeEventos lote) {
+            const std::lock_guard trava(mutex_);
+            lotes_.push_back(std::move(lote));
+            cv_.notify_all();
+        };
+    }
+
+    // The next batch, or none if it does not come in time.
+    std::optional<LoteDeEventos> proximo(std::chrono::milliseconds prazo = 5s)
+    {
+        std::unique_lock trava(mutex_);
+        if (!cv_.wait_for(trava, prazo, [this] { return !lotes_.empty(); })) {
+            return std::nullopt;
+        }
+        LoteDeEventos lote = std::move(lotes_.front());
+        lotes_.pop_front();
+        return lote;
+    }
+
+    std::size_t quantos()
+    {
+        const std::lock_guard trava(mutex_);
+        return lotes_.size();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    std::deque<LoteDeEventos> lotes_;
+};
+
+Vigia::Opcoes rapidas(std::vector<std::string> historicos = {})
+{
+    Vigia::Opcoes opcoes;
+    opcoes.calma = 100ms;
+    opcoes.esperaMaxima = 2s;
+    opcoes.historicos = std::move(historicos);
+    return opcoes;
+}
+
+std::set<std::string> nomes(std::initializer_list<const char*> lista)
+{
+    return {lista.begin(), lista.end()};
+}
+
+TEST(Vigia, ArquivoEscritoDevagarSoApareceDepoisDeFechado)
+{
+    PastaTemporaria pasta;
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+
+    const int fd = ::open((pasta / "relatorio.pdf").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_GE(fd, 0);
+    // Writes spread over more than three quiet spells: nothing is handed over meanwhile.
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(::write(fd, "dados", 5), 5);
+        std::this_thread::sleep_for(150ms);
+    }
+    EXPECT_EQ(lotes.quantos(), 0U);
+    ::close(fd);
+
+    const std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"relatorio.pdf"}));
+    EXPECT_FALSE(lote->tudo);
+    EXPECT_FALSE(lotes.proximo(400ms)) << "one update, not two";
+}
+
+TEST(Vigia, MilArquivosDeUmaVezSaoUmLote)
+{
+    PastaTemporaria pasta;
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    std::set<std::string> criados;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string nome = "foto-" + std::to_string(i) + ".jpg";
+        teste::escrever(pasta / nome, "jpg");
+        criados.insert(nome);
+    }
+    const std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, criados);
+    EXPECT_FALSE(lotes.proximo(400ms));
+}
+
+TEST(Vigia, DownloadRenomeadoAoTerminarNomeiaOsDois)
+{
+    PastaTemporaria pasta;
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    teste::escrever(pasta / "manual.pdf.crdownload", "parte");
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"manual.pdf.crdownload"}));
+
+    std::filesystem::rename(pasta / "manual.pdf.crdownload", pasta / "manual.pdf");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"manual.pdf", "manual.pdf.crdownload"}));
+}
+
+TEST(Vigia, ArquivoApagadoEAtributoMudado)
+{
+    PastaTemporaria pasta;
+    teste::escrever(pasta / "velho.zip", "z");
+    teste::escrever(pasta / "outro.txt", "t");
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    std::filesystem::remove(pasta / "velho.zip");
+    ::chmod((pasta / "outro.txt").c_str(), 0600);
+    const std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"outro.txt", "velho.zip"}));
+}
+
+TEST(Vigia, LinkFisicoCriadoInteiroNaoEsperaFechar)
+{
+    PastaTemporaria pasta;
+    PastaTemporaria fora;
+    teste::escrever(fora / "pronto.iso", "iso");
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    // Whole the moment it has a name: no one opens it, so nothing will close it.
+    if (::link((fora / "pronto.iso").c_str(), (pasta / "pronto.iso").c_str()) != 0) {
+        GTEST_SKIP() << "temporary folders on different file systems";
+    }
+    const std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"pronto.iso"}));
+}
+
+TEST(Vigia, SubpastaQueCresceNomeiaSoASubpastaDoTopo)
+{
+    PastaTemporaria pasta;
+    teste::escrever(pasta / "Projeto/fontes/antigo/a.c", "a");
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    EXPECT_EQ(vigia.pastasVigiadas(), 4U); // the folder, Projeto, fontes, antigo
+
+    teste::escrever(pasta / "Projeto/fontes/antigo/b.c", "bb");
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Projeto"}));
+
+    // A folder made below after the start is watched too, and so is what is made inside it.
+    std::filesystem::create_directories(pasta / "Projeto/novo/fundo");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Projeto"}));
+    teste::escrever(pasta / "Projeto/novo/fundo/c.c", "c");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Projeto"}));
+
+    // A folder created at the top is an entry, and its growth names it.
+    std::filesystem::create_directory(pasta / "Fotos");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Fotos"}));
+    teste::escrever(pasta / "Fotos/1.jpg", "1");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Fotos"}));
+}
+
+TEST(Vigia, PastaRemovidaERecriadaPedeTudoEContinuaVigiando)
+{
+    PastaTemporaria casa;
+    const std::string downloads = casa / "Downloads";
+    teste::escrever(downloads + "/a.pdf", "a");
+    Lotes lotes;
+    Vigia vigia(downloads, rapidas(), lotes.receptor());
+
+    std::filesystem::remove_all(downloads);
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->tudo);
+    EXPECT_EQ(vigia.pastasVigiadas(), 0U);
+
+    std::filesystem::create_directory(downloads);
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->tudo);
+
+    teste::escrever(downloads + "/b.pdf", "b");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"b.pdf"}));
+}
+
+TEST(Vigia, PastaQueAindaNaoExisteEhVigiadaQuandoAparece)
+{
+    PastaTemporaria casa;
+    const std::string downloads = casa / "Downloads";
+    Lotes lotes;
+    Vigia vigia(downloads, rapidas(), lotes.receptor());
+    EXPECT_EQ(vigia.pastasVigiadas(), 0U);
+    std::filesystem::create_directory(downloads);
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->tudo);
+    EXPECT_EQ(vigia.pastasVigiadas(), 1U);
+}
+
+TEST(Vigia, EstouroDaFilaPedeTudo)
+{
+    PastaTemporaria pasta;
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    vigia.injetar(Vigia::evento(-1, IN_Q_OVERFLOW));
+    const std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->tudo);
+    EXPECT_TRUE(lote->nomes.empty());
+}
+
+TEST(Vigia, OcultosNaoContamMasODotHiddenPedeTudo)
+{
+    PastaTemporaria pasta;
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    teste::escrever(pasta / ".oculto", "x");
+    teste::escrever(pasta / "visivel.txt", "v");
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"visivel.txt"}));
+    EXPECT_FALSE(lote->tudo);
+
+    teste::escrever(pasta / ".hidden", "visivel.txt\n");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->tudo);
+}
+
+TEST(Vigia, HistoricoEscritoAvisa)
+{
+    PastaTemporaria pasta;
+    PastaTemporaria perfil;
+    teste::escrever(perfil / "History", "sqlite");
+    teste::escrever(perfil / "Cookies", "c");
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), rapidas({perfil / "History"}), lotes.receptor());
+
+    // Another file of the profile is no news.
+    teste::escrever(perfil / "Cookies", "cc");
+    EXPECT_FALSE(lotes.proximo(400ms));
+
+    // The database is kept open and written in place; its journal comes and goes.
+    const int fd = ::open((perfil / "History").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::write(fd, "linha", 5), 5);
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ::close(fd);
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->historicos);
+    EXPECT_TRUE(lote->nomes.empty());
+    (void)lotes.proximo(400ms); // the close, if it came apart from the write
+
+    teste::escrever(perfil / "History-journal", "j");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->historicos);
+}
+
+struct Estado {
+    struct statx info {};
+    std::map<std::string, std::string> atributos;
+};
+
+Estado lerEstado(const std::string& caminho)
+{
+    Estado e;
+    EXPECT_EQ(::statx(AT_FDCWD, caminho.c_str(), AT_SYMLINK_NOFOLLOW, STATX_ALL, &e.info), 0);
+    char lista[4096];
+    const ssize_t n = ::llistxattr(caminho.c_str(), lista, sizeof lista);
+    for (ssize_t i = 0; i < n;) {
+        const std::string nome(lista + i);
+        char valor[4096];
+        const ssize_t v = ::lgetxattr(caminho.c_str(), nome.c_str(), valor, sizeof valor);
+        e.atributos[nome] = std::string(valor, v > 0 ? static_cast<std::size_t>(v) : 0);
+        i += static_cast<ssize_t>(nome.size()) + 1;
+    }
+    return e;
+}
+
+void esperarIgual(const Estado& a, const Estado& b, const std::string& onde)
+{
+    const auto tempo = [](const statx_timestamp& t) { return std::make_pair(t.tv_sec, t.tv_nsec); };
+    EXPECT_EQ(tempo(a.info.stx_atime), tempo(b.info.stx_atime)) << onde;
+    EXPECT_EQ(tempo(a.info.stx_mtime), tempo(b.info.stx_mtime)) << onde;
+    EXPECT_EQ(tempo(a.info.stx_ctime), tempo(b.info.stx_ctime)) << onde;
+    EXPECT_EQ(tempo(a.info.stx_btime), tempo(b.info.stx_btime)) << onde;
+    EXPECT_EQ(a.info.stx_size, b.info.stx_size) << onde;
+    EXPECT_EQ(a.info.stx_mode, b.info.stx_mode) << onde;
+    EXPECT_EQ(a.info.stx_ino, b.info.stx_ino) << onde;
+    EXPECT_EQ(a.atributos, b.atributos) << onde;
+}
+
+std::vector<std::string> tudoEm(const std::string& raiz)
+{
+    std::vector<std::string> caminhos {raiz};
+    for (const auto& e : std::filesystem::recursive_directory_iterator(raiz)) {
+        caminhos.push_back(e.path().string());
+    }
+    std::sort(caminhos.begin(), caminhos.end());
+    return caminhos;
+}
+
+TEST(Vigia, VigiarNaoMudaNadaNaPasta)
+{
+    PastaTemporaria pasta;
+    teste::escrever(pasta / "a.pdf", "conteudo");
+    teste::escrever(pasta / "Projeto/b.txt", "b");
+    teste::escrever(pasta / "Projeto/sub/c.txt", "c");
+    teste::escrever(pasta / ".hidden", "x\n");
+    if (teste::aceitaAtributos(pasta.caminho())) {
+        teste::definirAtributo(pasta / "a.pdf", "user.xdg.origin.url", "https://exemplo.org/a.pdf");
+    }
+    const std::vector<std::string> caminhos = tudoEm(pasta.caminho());
+    // Access times two days old: with relatime any read would move them.
+    const auto antigo = static_cast<time_t>(::time(nullptr) - 2 * 86400);
+    for (const std::string& c : caminhos) {
+        timespec tempos[2] {{antigo, 0}, {UTIME_OMIT, UTIME_OMIT}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, c.c_str(), tempos, AT_SYMLINK_NOFOLLOW), 0);
+    }
+    std::map<std::string, Estado> antes;
+    for (const std::string& c : caminhos) {
+        antes[c] = lerEstado(c);
+    }
+    {
+        Lotes lotes;
+        Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+        EXPECT_EQ(vigia.pastasVigiadas(), 3U);
+        vigia.injetar(Vigia::evento(-1, IN_Q_OVERFLOW));
+        ASSERT_TRUE(lotes.proximo());
+    }
+    for (const std::string& c : caminhos) {
+        esperarIgual(antes[c], lerEstado(c), c);
+    }
+    EXPECT_EQ(tudoEm(pasta.caminho()), caminhos); // listed last: listing moves access times
+}
+
+// Voluntary and involuntary context switches of one thread of this process.
+std::optional<long> trocasDeContexto(pid_t tid)
+{
+    std::ifstream status("/proc/self/task/" + std::to_string(tid) + "/status");
+    std::string linha;
+    long total = 0;
+    bool achou = false;
+    while (std::getline(status, linha)) {
+        if (linha.starts_with("voluntary_ctxt_switches:") || linha.starts_with("nonvoluntary_ctxt_switches:")) {
+            total += std::stol(linha.substr(linha.find(':') + 1));
+            achou = true;
+        }
+    }
+    return achou ? std::optional(total) : std::nullopt;
+}
+
+std::set<pid_t> fiosDoProcesso()
+{
+    std::set<pid_t> fios;
+    for (const auto& e : std::filesystem::directory_iterator("/proc/self/task")) {
+        fios.insert(static_cast<pid_t>(std::stol(e.path().filename().string())));
+    }
+    return fios;
+}
+
+TEST(Vigia, ParadaNaoAcordaNunca)
+{
+    PastaTemporaria pasta;
+    teste::escrever(pasta / "Projeto/b.txt", "b");
+    Lotes lotes;
+    const std::set<pid_t> antes = fiosDoProcesso();
+    Vigia vigia(pasta.caminho(), rapidas(), lotes.receptor());
+    std::set<pid_t> novos;
+    for (const pid_t tid : fiosDoProcesso()) {
+        if (!antes.contains(tid)) {
+            novos.insert(tid);
+        }
+    }
+    ASSERT_EQ(novos.size(), 1U);
+    const pid_t fio = *novos.begin();
+
+    // Once a batch is handed over the thread goes back to sleep in the kernel for good.
+    teste::escrever(pasta / "a.pdf", "a");
+    ASSERT_TRUE(lotes.proximo());
+    std::this_thread::sleep_for(50ms);
+    const std::optional<long> inicio = trocasDeContexto(fio);
+    ASSERT_TRUE(inicio);
+    std::this_thread::sleep_for(1500ms);
+    EXPECT_EQ(trocasDeContexto(fio), inicio);
+    EXPECT_EQ(lotes.quantos(), 0U);
+}
+
+} // namespace
+} // namespace tarrafa
