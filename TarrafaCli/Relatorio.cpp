@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCli/Relatorio.hpp"
+#include "TarrafaCli/JsonDoItem.hpp"
 
 #include "TarrafaCore/Escapes.hpp"
 
@@ -47,7 +48,9 @@ Json origem(const Origem& o)
     return Json {{"chave", texto(o.chave())}, {"rotulo", texto(o.rotulo())}, {"endereco", talvez(o.endereco())}};
 }
 
-Json item(const ItemTriado& i)
+} // namespace
+
+nlohmann::ordered_json jsonDoItem(const ItemTriado& i)
 {
     const FileSnapshot& s = i.snapshot();
     Json origens = Json::array();
@@ -74,8 +77,6 @@ Json item(const ItemTriado& i)
         {"selos", std::move(selos)},
     };
 }
-
-} // namespace
 
 Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
     Date agora)
@@ -130,7 +131,7 @@ std::string Relatorio::comoJson() const
     for (const GrupoOrigem& g : grupos_) {
         Json itens = Json::array();
         for (const ItemTriado& i : g.itens()) {
-            itens.push_back(item(i));
+            itens.push_back(jsonDoItem(i));
         }
         grupos.push_back(Json {
             {"origem", origem(g.origem())},

@@ -3,6 +3,7 @@
 #include "TarrafaCli/Decidir.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCli/Relatorio.hpp"
+#include "TarrafaCli/Vigiar.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/BancoCopiado.hpp"
@@ -24,6 +25,7 @@ constexpr std::string_view kUso
     = "Uso: tarrafa-cli [--json] [PASTA]\n"
       "     tarrafa-cli adiar|resolver|ignorar|esquecer ARQUIVO...\n"
       "     tarrafa-cli lixeira|restaurar ARQUIVO...\n"
+      "     tarrafa-cli vigiar [--json] [PASTA]\n"
       "Mostra a caixa de entrada da pasta (por padrão, a sua pasta Downloads)\n"
       "agrupada por origem, e o Raio-X da pasta. Nada é alterado.\n"
       "Com adiar, resolver ou ignorar, anota essa decisão para cada ARQUIVO da pasta\n"
@@ -31,6 +33,8 @@ constexpr std::string_view kUso
       "lixeira move cada ARQUIVO para a Lixeira (e o anota como resolvido); restaurar\n"
       "traz de volta da Lixeira o ARQUIVO que estava na pasta, sem nunca substituir outro.\n"
       "ARQUIVO é um nome da pasta Downloads ou um caminho até ele.\n"
+      "vigiar escreve uma linha a cada mudança na pasta (chegou, mudou, saiu, origem,\n"
+      "baixando) até ser interrompido; com --json, uma linha JSON por mudança.\n"
       "  --json   escreve um objeto JSON em vez do texto\n";
 
 void escrever(std::FILE* destino, std::string_view texto)
@@ -226,10 +230,11 @@ int main(int argc, char** argv)
     if (const std::optional<int> status = subcomando(argc, argv)) {
         return *status;
     }
+    const bool vigiar = argc > 1 && std::string_view(argv[1]) == "vigiar";
     bool json = false;
     std::optional<std::string> pasta;
     bool semMaisOpcoes = false;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = vigiar ? 2 : 1; i < argc; ++i) {
         const std::string_view argumento = argv[i];
         if (!semMaisOpcoes && argumento == "--json") {
             json = true;
@@ -250,6 +255,9 @@ int main(int argc, char** argv)
     // A folder named on the command line is scanned as asked.
     if (!pasta && downloadsDesligada()) {
         return 1;
+    }
+    if (vigiar) {
+        return tarrafa::cli::Vigiar::executar(pasta ? *pasta : tarrafa::PastasDoUsuario::downloads(), json);
     }
     try {
         const tarrafa::cli::Relatorio relatorio

@@ -33,7 +33,53 @@ bool temBarramentoDeSessao()
     return ::stat((std::string(runtime) + "/bus").c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
+// The local file system without gvfs offers no "metadata" namespace.
+bool temMetadados(GFile* pasta)
+{
+    bool tem = false;
+    if (GFileAttributeInfoList* espacos = g_file_query_writable_namespaces(pasta, nullptr, nullptr)) {
+        tem = g_file_attribute_info_list_lookup(espacos, "metadata") != nullptr;
+        g_file_attribute_info_list_unref(espacos);
+    }
+    return tem;
+}
+
+std::optional<std::string> enderecoEm(GFileInfo* info)
+{
+    if (g_file_info_get_attribute_type(info, kAtributo) != G_FILE_ATTRIBUTE_TYPE_STRING) {
+        return std::nullopt;
+    }
+    const char* valor = g_file_info_get_attribute_string(info, kAtributo);
+    if (valor == nullptr || *valor == '\0' || !g_utf8_validate(valor, -1, nullptr)) {
+        return std::nullopt;
+    }
+    return std::string(valor);
+}
+
 } // namespace
+
+MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta, const std::vector<std::string>& nomes)
+{
+    if (!temBarramentoDeSessao()) {
+        return;
+    }
+    GFile* arquivo = g_file_new_for_path(pasta.c_str());
+    disponivel_ = temMetadados(arquivo);
+    if (disponivel_) {
+        for (const std::string& nome : nomes) {
+            GFile* filho = g_file_get_child(arquivo, nome.c_str());
+            if (GFileInfo* info
+                = g_file_query_info(filho, kAtributo, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
+                if (std::optional<std::string> endereco = enderecoEm(info)) {
+                    enderecos_.emplace(nome, std::move(*endereco));
+                }
+                g_object_unref(info);
+            }
+            g_object_unref(filho);
+        }
+    }
+    g_object_unref(arquivo);
+}
 
 MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta)
 {
@@ -41,22 +87,16 @@ MetadadosDoGnome::MetadadosDoGnome(const std::string& pasta)
         return;
     }
     GFile* arquivo = g_file_new_for_path(pasta.c_str());
-    // The local file system without gvfs offers no "metadata" namespace.
-    if (GFileAttributeInfoList* espacos = g_file_query_writable_namespaces(arquivo, nullptr, nullptr)) {
-        disponivel_ = g_file_attribute_info_list_lookup(espacos, "metadata") != nullptr;
-        g_file_attribute_info_list_unref(espacos);
-    }
+    disponivel_ = temMetadados(arquivo);
     if (disponivel_) {
         const std::string atributos = std::string("standard::name,") + kAtributo;
         if (GFileEnumerator* lista = g_file_enumerate_children(
                 arquivo, atributos.c_str(), G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr)) {
             while (GFileInfo* info = g_file_enumerator_next_file(lista, nullptr, nullptr)) {
                 const char* nome = g_file_info_get_name(info);
-                if (nome != nullptr
-                    && g_file_info_get_attribute_type(info, kAtributo) == G_FILE_ATTRIBUTE_TYPE_STRING) {
-                    const char* valor = g_file_info_get_attribute_string(info, kAtributo);
-                    if (valor != nullptr && *valor != '\0' && g_utf8_validate(valor, -1, nullptr)) {
-                        enderecos_.emplace(nome, valor);
+                if (nome != nullptr) {
+                    if (std::optional<std::string> endereco = enderecoEm(info)) {
+                        enderecos_.emplace(nome, std::move(*endereco));
                     }
                 }
                 g_object_unref(info);
@@ -76,6 +116,10 @@ std::optional<std::string> MetadadosDoGnome::enderecoDeDownload(const std::strin
 #else
 
 MetadadosDoGnome::MetadadosDoGnome(const std::string& /*pasta*/)
+{
+}
+
+MetadadosDoGnome::MetadadosDoGnome(const std::string& /*pasta*/, const std::vector<std::string>& /*nomes*/)
 {
 }
 

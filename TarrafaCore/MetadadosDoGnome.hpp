@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 #include <unordered_map>
 
 namespace tarrafa {
@@ -20,6 +21,9 @@ public:
     // Reads the addresses noted for the entries of this folder (the folder itself not
     // included, links not followed).
     explicit MetadadosDoGnome(const std::string& pasta);
+    // Only the named entries of the folder, asked one by one: for a handful of names that is
+    // cheaper than listing a large folder.
+    MetadadosDoGnome(const std::string& pasta, const std::vector<std::string>& nomes);
 
     // Whether the folder has a metadata store at all.
     [[nodiscard]] bool disponivel() const noexcept { return disponivel_; }

@@ -275,24 +275,7 @@ std::int64_t somarPasta(Descritor raiz, const std::stop_token& parar)
 }
 
 
-// What one visible entry of the scanned folder says of itself, before the browsers' histories
-// are consulted.
-struct Lida {
-    std::string id;
-    std::string nome;
-    bool ehPasta = false;
-    bool ehRegular = false;
-    std::int64_t tamanho = 0;
-    Date criadoEm = Date::passadoDistante();
-    std::optional<Date> nascimento;
-    std::optional<Date> modificacao;
-    std::optional<Date> baixadoEm;
-    std::vector<std::string> origens;
-    bool ehScreenshot = false;
-    std::optional<std::string> agente;
-    std::optional<Date> ultimoUso;
-    Identidade identidade;
-};
+using Lida = PastaScanner::Leitura;
 
 // One visible entry of the scanned folder; none when it vanished after the listing or
 // cannot be read.
@@ -373,67 +356,38 @@ auto aoLado(Funcao funcao) -> std::future<decltype(funcao())>
     }
 }
 
-} // namespace
+// Up to this many names, GNOME's store is asked about each; beyond, the folder is listed
+// through it once.
+constexpr std::size_t kPerguntasAoGnome = 32;
 
-std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
+// The named visible entries of the open folder, read in batches by a few threads side by
+// side: a scan is almost all system calls (statx and the attributes for each entry, a stat for
+// every file below each folder), which run in parallel in the kernel. Each batch writes only
+// its own slots; the index is only read.
+std::vector<Lida> lerVarias(int fd, const std::string& raiz, const std::vector<std::string>& nomes,
+    const std::stop_token& parar)
 {
-    return varrerComIdentidades(pasta).snapshots;
-}
-
-PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pasta) const
-{
-    const std::string raiz = caminhoCompleto(pasta);
-    Descritor fd = abrirPasta(AT_FDCWD, raiz.c_str(), Links::seguir);
-    if (!fd.valido()) {
-        throw std::system_error(errno, std::generic_category(), raiz);
-    }
-    // Kept open for the entries' statx calls; the listing consumes its own duplicate.
-    Descritor paraListar(::fcntl(fd.get(), F_DUPFD_CLOEXEC, 0));
-    if (!paraListar.valido()) {
-        throw std::system_error(errno, std::generic_category(), raiz);
-    }
-    std::vector<Entrada> entradas;
-    if (!lerNomes(std::move(paraListar), entradas)) {
-        throw std::system_error(errno == 0 ? EIO : errno, std::generic_category(), raiz);
-    }
-
-    std::unordered_set<std::string> ocultos;
-    if (temOcultosListado(entradas)) {
-        ocultos = lerOcultos(fd.get());
-    }
-    // Read once per scan and dropped with it.
-    std::future<HistoricoDeNavegadores> historicoFuturo = aoLado([this] { return HistoricoDeNavegadores::carregar(parar_); });
-    std::future<MetadadosDoGnome> gnomeFuturo = aoLado([&raiz] { return MetadadosDoGnome(raiz); });
+    std::future<MetadadosDoGnome> gnomeFuturo = aoLado([&raiz, &nomes] {
+        return nomes.size() > kPerguntasAoGnome ? MetadadosDoGnome(raiz) : MetadadosDoGnome(raiz, nomes);
+    });
     const Spotlight::Indice indice = Spotlight::Indice::carregar();
 
-    std::vector<const Entrada*> visiveis;
-    visiveis.reserve(entradas.size());
-    for (const Entrada& entrada : entradas) {
-        if (ehVisivel(entrada.nome, ocultos)) {
-            visiveis.push_back(&entrada);
-        }
-    }
-
-    // Entries are read in batches by a few threads side by side: a scan is almost all
-    // system calls (statx and the attributes for each entry, a stat for every file below
-    // each folder), which run in parallel in the kernel. Each batch writes only its own
-    // slots; the index is only read.
-    std::vector<std::optional<Lida>> lidas(visiveis.size());
+    std::vector<std::optional<Lida>> lidas(nomes.size());
     std::atomic<std::size_t> proximoLote {0};
     const auto ler = [&] {
         for (;;) {
             const std::size_t inicio = proximoLote.fetch_add(kLote);
-            if (inicio >= visiveis.size() || parar_.stop_requested()) {
+            if (inicio >= nomes.size() || parar.stop_requested()) {
                 return;
             }
-            const std::size_t fim = std::min(visiveis.size(), inicio + kLote);
+            const std::size_t fim = std::min(nomes.size(), inicio + kLote);
             for (std::size_t i = inicio; i < fim; ++i) {
-                lidas[i] = lerEntrada(fd.get(), raiz, visiveis[i]->nome, indice, parar_);
+                lidas[i] = lerEntrada(fd, raiz, nomes[i], indice, parar);
             }
         }
     };
     std::vector<std::jthread> ajudantes;
-    const std::size_t lotes = (visiveis.size() + kLote - 1) / kLote;
+    const std::size_t lotes = (nomes.size() + kLote - 1) / kLote;
     const std::size_t quantos = std::min({static_cast<std::size_t>(std::max(1U, std::thread::hardware_concurrency())),
                                           kMaximoDeAjudantes + 1, lotes});
     for (std::size_t k = 1; k < quantos; ++k) {
@@ -449,52 +403,157 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
     // GNOME's metadata store comes after the file's own attributes and before the browsers'
     // histories; it speaks for files, not folders.
     const MetadadosDoGnome gnome = gnomeFuturo.get();
-    if (gnome.disponivel()) {
-        for (std::optional<Lida>& lida : lidas) {
-            if (lida && lida->origens.empty() && !lida->ehPasta) {
-                if (std::optional<std::string> endereco = gnome.enderecoDeDownload(lida->nome)) {
-                    lida->origens.push_back(std::move(*endereco));
-                }
+    std::vector<Lida> resultado;
+    resultado.reserve(lidas.size());
+    for (std::optional<Lida>& lida : lidas) {
+        if (!lida) {
+            continue;
+        }
+        if (gnome.disponivel() && lida->origens.empty() && !lida->ehPasta) {
+            if (std::optional<std::string> endereco = gnome.enderecoDeDownload(lida->nome)) {
+                lida->origens.push_back(std::move(*endereco));
             }
         }
+        resultado.push_back(std::move(*lida));
     }
+    return resultado;
+}
 
-    // Which browser record is which file: only regular files were downloaded.
+// The folder, open, and its visible names; throws when it cannot be listed.
+struct Listagem {
+    std::string raiz;
+    Descritor fd; // kept open for the entries' statx calls
+    std::vector<std::string> nomes;
+};
+
+Listagem abrirEListar(const std::string& pasta)
+{
+    Listagem l;
+    l.raiz = caminhoCompleto(pasta);
+    l.fd = abrirPasta(AT_FDCWD, l.raiz.c_str(), Links::seguir);
+    if (!l.fd.valido()) {
+        throw std::system_error(errno, std::generic_category(), l.raiz);
+    }
+    // The listing consumes its own duplicate.
+    Descritor paraListar(::fcntl(l.fd.get(), F_DUPFD_CLOEXEC, 0));
+    if (!paraListar.valido()) {
+        throw std::system_error(errno, std::generic_category(), l.raiz);
+    }
+    std::vector<Entrada> entradas;
+    if (!lerNomes(std::move(paraListar), entradas)) {
+        throw std::system_error(errno == 0 ? EIO : errno, std::generic_category(), l.raiz);
+    }
+    std::unordered_set<std::string> ocultos;
+    if (temOcultosListado(entradas)) {
+        ocultos = lerOcultos(l.fd.get());
+    }
+    l.nomes.reserve(entradas.size());
+    for (Entrada& entrada : entradas) {
+        if (ehVisivel(entrada.nome, ocultos)) {
+            l.nomes.push_back(std::move(entrada.nome));
+        }
+    }
+    return l;
+}
+
+} // namespace
+
+std::vector<FileSnapshot> PastaScanner::varrer(const std::string& pasta) const
+{
+    return varrerComIdentidades(pasta).snapshots;
+}
+
+PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pasta) const
+{
+    Listagem listagem = abrirEListar(pasta);
+    const std::string& raiz = listagem.raiz;
+    // Read once per scan and dropped with it, beside the entries.
+    std::future<HistoricoDeNavegadores> historicoFuturo = aoLado([this] { return HistoricoDeNavegadores::carregar(parar_); });
+    std::vector<Lida> lidas = lerVarias(listagem.fd.get(), raiz, listagem.nomes, parar_);
+
     const HistoricoDeNavegadores historico = historicoFuturo.get();
     if (parar_.stop_requested()) {
         // Whatever was read is incomplete: nobody may take it for the folder.
         throw std::system_error(ECANCELED, std::generic_category(), raiz);
     }
-    std::vector<CasamentoDeDownloads::Arquivo> arquivos;
-    std::vector<std::size_t> deQual;
-    for (std::size_t i = 0; i < lidas.size(); ++i) {
-        if (lidas[i] && lidas[i]->ehRegular) {
-            arquivos.push_back({lidas[i]->nome, lidas[i]->tamanho, lidas[i]->nascimento, lidas[i]->modificacao,
-                                lidas[i]->origens.empty()});
-            deQual.push_back(i);
-        }
+    std::vector<Lida*> todas;
+    todas.reserve(lidas.size());
+    for (Lida& lida : lidas) {
+        todas.push_back(&lida);
     }
-    const std::vector<const RegistroDeDownload*> registros
-        = CasamentoDeDownloads::casar(CasamentoDeDownloads::resolver(raiz), arquivos, historico.registros());
-    for (std::size_t k = 0; k < registros.size(); ++k) {
-        if (registros[k] != nullptr) {
-            completar(*lidas[deQual[k]], *registros[k]);
-        }
-    }
+    completarComHistorico(raiz, todas, historico.registros());
 
     Resultado resultado;
-    std::vector<FileSnapshot>& snapshots = resultado.snapshots;
-    snapshots.reserve(lidas.size());
+    resultado.snapshots.reserve(lidas.size());
     resultado.identidades.reserve(lidas.size());
-    for (std::optional<Lida>& lida : lidas) {
-        if (lida) {
-            resultado.identidades.push_back(lida->identidade);
-            snapshots.emplace_back(std::move(lida->id), Texto::utf8Valido(lida->nome), lida->ehPasta, lida->tamanho,
-                                   lida->baixadoEm, lida->criadoEm, lida->ultimoUso, std::move(lida->origens),
-                                   lida->ehScreenshot, std::move(lida->agente));
-        }
+    for (Lida& lida : lidas) {
+        resultado.identidades.push_back(lida.identidade);
+        resultado.snapshots.push_back(snapshotDe(std::move(lida)));
     }
     return resultado;
+}
+
+std::vector<std::string> PastaScanner::listar(const std::string& pasta) const
+{
+    return abrirEListar(pasta).nomes;
+}
+
+std::vector<PastaScanner::Leitura> PastaScanner::ler(const std::string& pasta, const std::vector<std::string>& nomes) const
+{
+    const std::string raiz = caminhoCompleto(pasta);
+    Descritor fd = abrirPasta(AT_FDCWD, raiz.c_str(), Links::seguir);
+    if (!fd.valido()) {
+        return {}; // the folder is gone: so is every entry named
+    }
+    // Names hidden by ".hidden" are left out as a scan leaves them.
+    std::unordered_set<std::string> ocultos = lerOcultos(fd.get());
+    std::vector<std::string> visiveis;
+    visiveis.reserve(nomes.size());
+    for (const std::string& nome : nomes) {
+        if (ehVisivel(nome, ocultos) && nome.find('/') == std::string::npos) {
+            visiveis.push_back(nome);
+        }
+    }
+    std::vector<Leitura> lidas = lerVarias(fd.get(), raiz, visiveis, parar_);
+    if (parar_.stop_requested()) {
+        throw std::system_error(ECANCELED, std::generic_category(), raiz);
+    }
+    return lidas;
+}
+
+void PastaScanner::completarComHistorico(
+    const std::string& pasta, std::vector<Leitura*>& leituras, const std::vector<RegistroDeDownload>& registros)
+{
+    if (registros.empty()) {
+        return;
+    }
+    // Which browser record is which file: only regular files were downloaded.
+    std::vector<CasamentoDeDownloads::Arquivo> arquivos;
+    std::vector<Leitura*> deQual;
+    for (Leitura* lida : leituras) {
+        if (lida->ehRegular) {
+            arquivos.push_back({lida->nome, lida->tamanho, lida->nascimento, lida->modificacao, lida->origens.empty()});
+            deQual.push_back(lida);
+        }
+    }
+    const std::vector<const RegistroDeDownload*> achados
+        = CasamentoDeDownloads::casar(CasamentoDeDownloads::resolver(caminhoCompleto(pasta)), arquivos, registros);
+    for (std::size_t k = 0; k < achados.size(); ++k) {
+        if (achados[k] != nullptr) {
+            completar(*deQual[k], *achados[k]);
+        }
+    }
+}
+
+void PastaScanner::completarCom(Leitura& leitura, const RegistroDeDownload& registro)
+{
+    completar(leitura, registro);
+}
+
+FileSnapshot PastaScanner::snapshotDe(Leitura lida)
+{
+    return FileSnapshot(std::move(lida.id), Texto::utf8Valido(lida.nome), lida.ehPasta, lida.tamanho, lida.baixadoEm,
+        lida.criadoEm, lida.ultimoUso, std::move(lida.origens), lida.ehScreenshot, std::move(lida.agente));
 }
 
 std::string PastaScanner::idDe(const std::string& pasta, const std::string& nome)

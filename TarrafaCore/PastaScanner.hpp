@@ -2,6 +2,7 @@
 #pragma once
 
 #include "TarrafaCore/FileSnapshot.hpp"
+#include "TarrafaCore/HistoricoDeNavegadores.hpp"
 #include "TarrafaCore/Identidade.hpp"
 
 #include <cstdint>
@@ -37,6 +38,39 @@ public:
         std::vector<Identidade> identidades;
     };
     [[nodiscard]] Resultado varrerComIdentidades(const std::string& pasta) const;
+
+    // What one visible entry says of itself (its own attributes and GNOME's metadata store),
+    // before the browsers' histories are consulted.
+    struct Leitura {
+        std::string id;
+        std::string nome;
+        bool ehPasta = false;
+        bool ehRegular = false;
+        std::int64_t tamanho = 0;
+        Date criadoEm = Date::passadoDistante();
+        std::optional<Date> nascimento;
+        std::optional<Date> modificacao;
+        std::optional<Date> baixadoEm;
+        std::vector<std::string> origens;
+        bool ehScreenshot = false;
+        std::optional<std::string> agente;
+        std::optional<Date> ultimoUso;
+        Identidade identidade;
+    };
+    // The visible names of the folder, in the order the directory gives them. Throws as
+    // varrer() does when the folder cannot be listed.
+    [[nodiscard]] std::vector<std::string> listar(const std::string& pasta) const;
+    // Reads the named entries of the folder only, in the order given; a name that is hidden,
+    // gone or unreadable is left out. A top-level folder is sized again. Throws ECANCELED as
+    // varrer() does.
+    [[nodiscard]] std::vector<Leitura> ler(const std::string& pasta, const std::vector<std::string>& nomes) const;
+    // Fills what the entries' own attributes left empty from the browsers' records that
+    // describe them (matched among all the given entries).
+    static void completarComHistorico(
+        const std::string& pasta, std::vector<Leitura*>& leituras, const std::vector<RegistroDeDownload>& registros);
+    // One record's contribution: it fills only what the entry's own attributes left empty.
+    static void completarCom(Leitura& leitura, const RegistroDeDownload& registro);
+    [[nodiscard]] static FileSnapshot snapshotDe(Leitura leitura);
 
     // The id a scan of the folder gives its entry of that name: the folder's path made
     // absolute (links not resolved, trailing slashes dropped), then the name.

@@ -35,7 +35,7 @@ Origem origemDe(const FileSnapshot& snapshot)
 // installer, series. Gathered in a reused buffer and returned at their exact size: a
 // folder's worth of items is held at once.
 std::vector<Selo> selosDe(const FileSnapshot& snapshot, const std::vector<std::string>& appsInstalados,
-    const std::unordered_map<std::string, int>& series, std::vector<Selo>& selos)
+    int mesmaSerie, std::vector<Selo>& selos)
 {
     selos.clear();
     if (snapshot.nuncaReaberto()) {
@@ -60,8 +60,8 @@ std::vector<Selo> selosDe(const FileSnapshot& snapshot, const std::vector<std::s
                                                                             : Selo::instaladorNuncaUsado());
     }
 
-    if (const auto it = series.find(nome); it != series.end() && it->second > 1) {
-        selos.push_back(Selo::pareceRelacionado(it->second - 1));
+    if (mesmaSerie > 1) {
+        selos.push_back(Selo::pareceRelacionado(mesmaSerie - 1));
     }
     return {selos.begin(), selos.end()};
 }
@@ -71,6 +71,32 @@ bool ehInstalador(const std::vector<Selo>& selos)
     return std::ranges::any_of(selos, [](const Selo& selo) {
         return selo.caso() == Selo::Caso::instaladorUsado || selo.caso() == Selo::Caso::instaladorNuncaUsado;
     });
+}
+
+const std::string& chaveDoGrupo(const std::vector<Selo>& selos, const Origem& origem)
+{
+    static const std::string kInstaladores(Origem::kChaveInstaladores);
+    return ehInstalador(selos) ? kInstaladores : origem.chave();
+}
+
+// Largest first, with no second key; the group without origin always goes last.
+void ordenarGrupos(std::vector<GrupoOrigem>& grupos)
+{
+    std::ranges::stable_sort(grupos, [](const GrupoOrigem& a, const GrupoOrigem& b) {
+        if (a.id() == Origem::kChaveSemOrigem) {
+            return false;
+        }
+        if (b.id() == Origem::kChaveSemOrigem) {
+            return true;
+        }
+        return a.total() > b.total();
+    });
+}
+
+Origem origemDoGrupo(const std::string& chave, const Origem& doPrimeiro)
+{
+    return chave == Origem::kChaveInstaladores ? Origem(std::string(Origem::kChaveInstaladores), "Instaladores", std::nullopt)
+                                               : doPrimeiro;
 }
 
 } // namespace
@@ -117,15 +143,53 @@ int GrupoOrigem::nomesOpacos() const noexcept
 
 TriageEngine::TriageEngine(std::set<std::string> appsInstalados)
     : appsInstalados_(std::move(appsInstalados))
+    , appsNormalizados_(InstallerMatcher::normalizarInstalados(appsInstalados_))
 {
+}
+
+ItemTriado TriageEngine::triarUm(const FileSnapshot& snapshot, int mesmaSerie) const
+{
+    std::vector<Selo> rascunho;
+    std::vector<Selo> selos = selosDe(snapshot, appsNormalizados_, mesmaSerie, rascunho);
+    return ItemTriado(snapshot, origemDe(snapshot), std::move(selos));
+}
+
+std::vector<GrupoOrigem> TriageEngine::agrupar(const std::vector<ItemTriado>& itens)
+{
+    std::vector<std::string> chaves;
+    std::vector<std::vector<std::size_t>> membros;
+    std::unordered_map<std::string, std::size_t> indice;
+    for (std::size_t i = 0; i < itens.size(); ++i) {
+        const std::string& chave = chaveDoGrupo(itens[i].selos(), itens[i].origem());
+        const auto [it, nova] = indice.try_emplace(chave, chaves.size());
+        if (nova) {
+            chaves.push_back(chave);
+            membros.emplace_back();
+        }
+        membros[it->second].push_back(i);
+    }
+    std::vector<GrupoOrigem> grupos;
+    grupos.reserve(chaves.size());
+    for (std::size_t g = 0; g < chaves.size(); ++g) {
+        std::vector<std::size_t>& posicoes = membros[g];
+        Origem origem = origemDoGrupo(chaves[g], itens[posicoes.front()].origem());
+        std::ranges::stable_sort(posicoes, [&itens](std::size_t a, std::size_t b) {
+            return itens[a].snapshot().chegouEm() > itens[b].snapshot().chegouEm();
+        });
+        std::vector<ItemTriado> doGrupo;
+        doGrupo.reserve(posicoes.size());
+        for (const std::size_t i : posicoes) {
+            doGrupo.push_back(itens[i]);
+        }
+        grupos.emplace_back(std::move(origem), std::move(doGrupo));
+    }
+    ordenarGrupos(grupos);
+    return grupos;
 }
 
 std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& snapshots) const
 {
-    static const std::string kInstaladores(Origem::kChaveInstaladores);
     const std::unordered_map<std::string, int> series = SeriesDetector::candidatos(snapshots);
-    // Normalised once here rather than once per installer in the folder.
-    const std::vector<std::string> appsNormalizados = InstallerMatcher::normalizarInstalados(appsInstalados_);
 
     // Origin and badges per snapshot, then the snapshots of each group key, as positions in
     // the input. Keys are kept in order of first appearance, so that groups of equal size
@@ -143,9 +207,10 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
     rascunho.reserve(5); // one badge from each step at most
     for (std::size_t i = 0; i < snapshots.size(); ++i) {
         chegadas.push_back(snapshots[i].chegouEm());
-        selos.push_back(selosDe(snapshots[i], appsNormalizados, series, rascunho));
+        const auto serie = series.find(snapshots[i].nome());
+        selos.push_back(selosDe(snapshots[i], appsNormalizados_, serie == series.end() ? 1 : serie->second, rascunho));
         origens.push_back(origemDe(snapshots[i]));
-        const std::string& chave = ehInstalador(selos.back()) ? kInstaladores : origens.back().chave();
+        const std::string& chave = chaveDoGrupo(selos.back(), origens.back());
         const auto [it, nova] = indice.try_emplace(chave, chaves.size());
         if (nova) {
             chaves.push_back(chave);
@@ -160,8 +225,7 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
         std::vector<std::size_t>& posicoes = membros[g];
         // A group's origin is its first item's in scan order (items of one key may, in
         // principle, differ in label or address).
-        Origem origem = chaves[g] == kInstaladores ? Origem(kInstaladores, "Instaladores", std::nullopt)
-                                                   : origens[posicoes.front()];
+        Origem origem = origemDoGrupo(chaves[g], origens[posicoes.front()]);
         // Newest first; equal arrival dates keep scan order. Positions are sorted rather
         // than items, which are heavy to move.
         std::ranges::stable_sort(
@@ -174,16 +238,7 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
         grupos.emplace_back(std::move(origem), std::move(itens));
     }
 
-    // Largest first, with no second key; the group without origin always goes last.
-    std::ranges::stable_sort(grupos, [](const GrupoOrigem& a, const GrupoOrigem& b) {
-        if (a.id() == Origem::kChaveSemOrigem) {
-            return false;
-        }
-        if (b.id() == Origem::kChaveSemOrigem) {
-            return true;
-        }
-        return a.total() > b.total();
-    });
+    ordenarGrupos(grupos);
     return grupos;
 }
 

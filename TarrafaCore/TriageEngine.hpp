@@ -87,8 +87,16 @@ public:
     // the input.
     [[nodiscard]] std::vector<GrupoOrigem> triar(const std::vector<FileSnapshot>& snapshots) const;
 
+    // One snapshot's item, given how many snapshots of the folder (itself included) share its
+    // series key: what triar() gives it in that folder.
+    [[nodiscard]] ItemTriado triarUm(const FileSnapshot& snapshot, int mesmaSerie) const;
+    // Items already triaged, in scan order, gathered into groups as triar() gathers them.
+    [[nodiscard]] static std::vector<GrupoOrigem> agrupar(const std::vector<ItemTriado>& itens);
+
 private:
     std::set<std::string> appsInstalados_;
+    // Normalised once, not once per installer in the folder.
+    std::vector<std::string> appsNormalizados_;
 };
 
 } // namespace tarrafa

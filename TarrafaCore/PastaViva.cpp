@@ -1,0 +1,385 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaCore/PastaViva.hpp"
+
+#include "TarrafaCore/CasamentoDeDownloads.hpp"
+#include "TarrafaCore/EmAndamento.hpp"
+#include "TarrafaCore/SeriesDetector.hpp"
+
+#include <algorithm>
+#include <future>
+#include <system_error>
+#include <unordered_set>
+#include <utility>
+
+namespace tarrafa {
+
+namespace {
+
+using Leitura = PastaScanner::Leitura;
+
+// Whether two readings describe the same entry as far as anyone looking can tell.
+bool mesmaEntrada(const Leitura& a, const Leitura& b)
+{
+    return a.identidade == b.identidade && a.tamanho == b.tamanho && a.ehPasta == b.ehPasta
+        && a.baixadoEm == b.baixadoEm && a.criadoEm == b.criadoEm && a.ultimoUso == b.ultimoUso
+        && a.origens == b.origens && a.ehScreenshot == b.ehScreenshot && a.agente == b.agente;
+}
+
+} // namespace
+
+std::string_view nomeDoEvento(PastaViva::Evento evento)
+{
+    switch (evento) {
+    case PastaViva::Evento::adicionado:
+        return "adicionado";
+    case PastaViva::Evento::alterado:
+        return "alterado";
+    case PastaViva::Evento::removido:
+        return "removido";
+    case PastaViva::Evento::origemEncontrada:
+        return "origemEncontrada";
+    }
+    return "alterado";
+}
+
+PastaViva::PastaViva(std::string pasta, std::set<std::string> appsInstalados, std::stop_token parar)
+    : raiz_(PastaScanner::caminhoAbsoluto(pasta))
+    , parar_(parar)
+    , scanner_(std::move(parar))
+    , triagem_(std::move(appsInstalados))
+{
+}
+
+std::vector<std::string> PastaViva::bancosDeHistorico() const
+{
+    std::vector<std::string> arquivos;
+    for (const HistoricoDeNavegadores::Banco& banco : bancos_) {
+        arquivos.push_back(banco.arquivo);
+    }
+    return arquivos;
+}
+
+bool PastaViva::existe(const std::string& nome) const
+{
+    return porNome_.contains(nome);
+}
+
+int PastaViva::mesmaSerie(const std::string& nome) const
+{
+    const auto achada = series_.find(SeriesDetector::chave(nome));
+    return achada == series_.end() ? 1 : std::max(1, static_cast<int>(achada->second.size()));
+}
+
+void PastaViva::contarSerie(const std::string& nome, int delta, std::set<std::string>& mudadas)
+{
+    std::string chave = SeriesDetector::chave(nome);
+    std::set<std::string>& membros = series_[chave];
+    if (delta > 0) {
+        membros.insert(nome);
+    } else {
+        membros.erase(nome);
+    }
+    if (membros.empty()) {
+        series_.erase(chave);
+    }
+    mudadas.insert(std::move(chave));
+}
+
+ItemTriado PastaViva::triar(const Leitura& completa, bool baixando) const
+{
+    FileSnapshot snapshot = PastaScanner::snapshotDe(completa);
+    if (baixando) {
+        // Not the person's file yet: where it comes from, but no badge and no verdict.
+        ItemTriado triado = triagem_.triarUm(snapshot, 1);
+        return ItemTriado(std::move(snapshot), triado.origem(), {});
+    }
+    return triagem_.triarUm(snapshot, mesmaSerie(completa.nome));
+}
+
+void PastaViva::completar(std::vector<Leitura>& lidas) const
+{
+    const std::vector<RegistroDeDownload>& registros = historico_.registros();
+    if (registros.empty()) {
+        return;
+    }
+    // Matched among every regular entry, not only the new ones: a record one file claims by
+    // its path, or that two files could claim by size and time, is no other file's.
+    std::unordered_set<std::string> novos;
+    std::vector<CasamentoDeDownloads::Arquivo> arquivos;
+    std::vector<Leitura*> deQual;
+    for (Leitura& lida : lidas) {
+        novos.insert(lida.nome);
+        if (lida.ehRegular) {
+            arquivos.push_back({lida.nome, lida.tamanho, lida.nascimento, lida.modificacao, lida.origens.empty()});
+            deQual.push_back(&lida);
+        }
+    }
+    for (const auto& [nome, registro] : porNome_) {
+        const Leitura& p = registro.propria;
+        if (p.ehRegular && !novos.contains(nome)) {
+            arquivos.push_back({p.nome, p.tamanho, p.nascimento, p.modificacao, p.origens.empty()});
+        }
+    }
+    const std::vector<const RegistroDeDownload*> achados
+        = CasamentoDeDownloads::casar(CasamentoDeDownloads::resolver(raiz_), arquivos, registros);
+    for (std::size_t k = 0; k < deQual.size(); ++k) {
+        if (achados[k] != nullptr) {
+            PastaScanner::completarCom(*deQual[k], *achados[k]);
+        }
+    }
+}
+
+PastaViva::Atualizacao PastaViva::varrerTudo()
+{
+    Atualizacao atualizacao;
+    atualizacao.completa = true;
+    std::vector<std::string> nomes;
+    try {
+        nomes = scanner_.listar(raiz_);
+    } catch (const std::system_error& erro) {
+        // The folder is gone or unreadable: nothing of it is known any more.
+        for (const Registro* registro : emOrdem(false)) {
+            atualizacao.mudancas.push_back({Evento::removido, registro->propria.id, registro->propria.nome, std::nullopt, false});
+        }
+        for (const Registro* registro : emOrdem(true)) {
+            atualizacao.mudancas.push_back({Evento::removido, registro->propria.id, registro->propria.nome, std::nullopt, true});
+        }
+        porNome_.clear();
+        series_.clear();
+        atualizacao.falha = erro.code().message();
+        return atualizacao;
+    }
+    std::future<HistoricoDeNavegadores> historico = std::async(std::launch::async, [this] {
+        bancos_ = HistoricoDeNavegadores::encontrarBancos();
+        return HistoricoDeNavegadores::ler(bancos_, parar_);
+    });
+    std::vector<Leitura> lidas = scanner_.ler(raiz_, nomes);
+    historico_ = historico.get();
+    if (parar_.stop_requested()) {
+        throw std::system_error(ECANCELED, std::generic_category(), raiz_);
+    }
+
+    // Everything read again: what was known is compared to it, entry by entry.
+    std::unordered_map<std::string, Registro> antigos = std::exchange(porNome_, {});
+    series_.clear();
+    std::unordered_set<std::string> atuais;
+    for (const Leitura& lida : lidas) {
+        atuais.insert(lida.nome);
+    }
+    std::vector<Leitura> completas = lidas;
+    completar(completas);
+    std::vector<bool> baixando(completas.size());
+    std::set<std::string> ignoradas;
+    for (std::size_t i = 0; i < completas.size(); ++i) {
+        const Leitura& c = completas[i];
+        baixando[i] = EmAndamento::baixando(
+            c.nome, c.ehRegular, c.tamanho, [&atuais](const std::string& nome) { return atuais.contains(nome); });
+        if (!baixando[i]) {
+            contarSerie(c.nome, +1, ignoradas);
+        }
+    }
+    for (std::size_t i = 0; i < completas.size(); ++i) {
+        const Leitura& completa = completas[i];
+        const auto antigo = antigos.find(completa.nome);
+        Registro registro {std::move(lidas[i]), triar(completa, baixando[i]), baixando[i],
+            antigo == antigos.end() ? proximaOrdem_++ : antigo->second.ordem};
+        if (antigo == antigos.end()) {
+            atualizacao.mudancas.push_back({Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando});
+        } else if (!(antigo->second.item == registro.item) || antigo->second.baixando != registro.baixando
+                   || !mesmaEntrada(antigo->second.propria, registro.propria)) {
+            const bool achouOrigem = antigo->second.item.snapshot().origens().empty()
+                && !registro.item.snapshot().origens().empty();
+            atualizacao.mudancas.push_back({achouOrigem ? Evento::origemEncontrada : Evento::alterado, completa.id,
+                completa.nome, registro.item, registro.baixando});
+        }
+        porNome_.insert_or_assign(completa.nome, std::move(registro));
+    }
+    for (const auto& [nome, registro] : antigos) {
+        if (!porNome_.contains(nome)) {
+            atualizacao.mudancas.push_back({Evento::removido, registro.propria.id, nome, std::nullopt, registro.baixando});
+        }
+    }
+    return atualizacao;
+}
+
+PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
+{
+    if (lote.tudo) {
+        return varrerTudo();
+    }
+    Atualizacao atualizacao;
+    std::set<std::string> nomes = lote.nomes;
+    // A partial download's final name may be Firefox's empty placeholder: its state depends on
+    // the partial one beside it.
+    for (const std::string& nome : lote.nomes) {
+        if (std::optional<std::string> final = EmAndamento::nomeFinal(nome)) {
+            nomes.insert(std::move(*final));
+        }
+    }
+
+    bool historicoNovo = false;
+    if (lote.historicos) {
+        HistoricoDeNavegadores lido = HistoricoDeNavegadores::ler(bancos_, parar_);
+        historicoNovo = true;
+        historico_ = std::move(lido);
+    }
+
+    std::vector<Leitura> lidas = scanner_.ler(raiz_, std::vector<std::string>(nomes.begin(), nomes.end()));
+    std::set<std::string> seriesMudadas;
+
+    // What went away.
+    std::unordered_set<std::string> presentes;
+    for (const Leitura& lida : lidas) {
+        presentes.insert(lida.nome);
+    }
+    for (const std::string& nome : nomes) {
+        const auto antigo = porNome_.find(nome);
+        if (antigo == porNome_.end() || presentes.contains(nome)) {
+            continue;
+        }
+        if (!antigo->second.baixando) {
+            contarSerie(nome, -1, seriesMudadas);
+        }
+        atualizacao.mudancas.push_back({Evento::removido, antigo->second.propria.id, nome, std::nullopt, antigo->second.baixando});
+        porNome_.erase(antigo);
+    }
+
+    // What came or changed: read again, matched with the histories, triaged.
+    std::vector<std::optional<Registro>> anteriores;
+    anteriores.reserve(lidas.size());
+    for (const Leitura& lida : lidas) {
+        const auto antigo = porNome_.find(lida.nome);
+        if (antigo == porNome_.end()) {
+            anteriores.emplace_back(std::nullopt);
+            continue;
+        }
+        if (!antigo->second.baixando) {
+            contarSerie(lida.nome, -1, seriesMudadas);
+        }
+        anteriores.emplace_back(std::move(antigo->second));
+        porNome_.erase(antigo);
+    }
+    std::vector<Leitura> completas = lidas;
+    completar(completas);
+    const auto existeAgora = [this, &presentes](const std::string& nome) {
+        return presentes.contains(nome) || existe(nome);
+    };
+    std::vector<bool> baixando(completas.size());
+    for (std::size_t i = 0; i < completas.size(); ++i) {
+        const Leitura& c = completas[i];
+        baixando[i] = EmAndamento::baixando(c.nome, c.ehRegular, c.tamanho, existeAgora);
+        if (!baixando[i]) {
+            contarSerie(c.nome, +1, seriesMudadas);
+        }
+    }
+    std::unordered_set<std::string> relatados;
+    for (std::size_t i = 0; i < completas.size(); ++i) {
+        const Leitura& completa = completas[i];
+        const std::optional<Registro>& antes = anteriores[i];
+        Registro registro {std::move(lidas[i]), triar(completa, baixando[i]), baixando[i],
+            antes ? antes->ordem : proximaOrdem_++};
+        relatados.insert(completa.nome);
+        if (!antes) {
+            atualizacao.mudancas.push_back({Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando});
+        } else if (!(antes->item == registro.item) || antes->baixando != registro.baixando
+                   || !mesmaEntrada(antes->propria, registro.propria)) {
+            atualizacao.mudancas.push_back({Evento::alterado, completa.id, completa.nome, registro.item, registro.baixando});
+        }
+        porNome_.insert_or_assign(completa.nome, std::move(registro));
+    }
+
+    // Entries not named whose verdict still moved: a history that now knows where they came
+    // from, or a series that gained or lost a member.
+    std::set<std::string> outros;
+    for (const std::string& chave : seriesMudadas) {
+        if (const auto membros = series_.find(chave); membros != series_.end()) {
+            for (const std::string& nome : membros->second) {
+                if (!relatados.contains(nome)) {
+                    outros.insert(nome);
+                }
+            }
+        }
+    }
+    if (historicoNovo) {
+        std::vector<Leitura> semOrigem;
+        for (const auto& [nome, registro] : porNome_) {
+            if (!relatados.contains(nome) && registro.item.snapshot().origens().empty() && registro.propria.ehRegular) {
+                semOrigem.push_back(registro.propria);
+            }
+        }
+        completar(semOrigem);
+        for (Leitura& completa : semOrigem) {
+            if (completa.origens.empty()) {
+                continue;
+            }
+            Registro& registro = porNome_.at(completa.nome);
+            registro.item = triar(completa, registro.baixando);
+            outros.erase(completa.nome);
+            relatados.insert(completa.nome);
+            atualizacao.mudancas.push_back(
+                {Evento::origemEncontrada, completa.id, completa.nome, registro.item, registro.baixando});
+        }
+    }
+    for (const std::string& nome : outros) {
+        Registro& registro = porNome_.at(nome);
+        if (registro.baixando) {
+            continue;
+        }
+        std::vector<Leitura> uma {registro.propria};
+        completar(uma);
+        ItemTriado novo = triar(uma.front(), false);
+        if (!(novo == registro.item)) {
+            registro.item = std::move(novo);
+            atualizacao.mudancas.push_back({Evento::alterado, registro.propria.id, nome, registro.item, false});
+        }
+    }
+    return atualizacao;
+}
+
+std::vector<const PastaViva::Registro*> PastaViva::emOrdem(bool baixando) const
+{
+    std::vector<const Registro*> registros;
+    registros.reserve(porNome_.size());
+    for (const auto& [nome, registro] : porNome_) {
+        if (registro.baixando == baixando) {
+            registros.push_back(&registro);
+        }
+    }
+    std::ranges::sort(registros, [](const Registro* a, const Registro* b) { return a->ordem < b->ordem; });
+    return registros;
+}
+
+std::vector<ItemTriado> PastaViva::itens() const
+{
+    std::vector<ItemTriado> itens;
+    for (const Registro* registro : emOrdem(false)) {
+        itens.push_back(registro->item);
+    }
+    return itens;
+}
+
+std::vector<ItemTriado> PastaViva::baixando() const
+{
+    std::vector<ItemTriado> itens;
+    for (const Registro* registro : emOrdem(true)) {
+        itens.push_back(registro->item);
+    }
+    return itens;
+}
+
+std::vector<GrupoOrigem> PastaViva::grupos() const
+{
+    return TriageEngine::agrupar(itens());
+}
+
+std::unordered_map<std::string, Identidade> PastaViva::identidades() const
+{
+    std::unordered_map<std::string, Identidade> porId;
+    porId.reserve(porNome_.size());
+    for (const auto& [nome, registro] : porNome_) {
+        porId.emplace(registro.propria.id, registro.propria.identidade);
+    }
+    return porId;
+}
+
+} // namespace tarrafa

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaCore/HistoricoDeNavegadores.hpp"
+#include "TarrafaCore/Identidade.hpp"
+#include "TarrafaCore/PastaScanner.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
+#include "TarrafaCore/Vigia.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <stop_token>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace tarrafa {
+
+// A folder kept up to date from the watcher's batches: only the entries a batch names are
+// read again, and only their triage (and that of the entries in the same series) is redone.
+// Remembers each entry as it was read and the browsers' histories as last read, so that an
+// entry still without origin can be matched again when a history changes.
+//
+// Not thread-safe: one thread at a time (the watcher's) calls it.
+class PastaViva final {
+public:
+    enum class Evento { adicionado, alterado, removido, origemEncontrada };
+
+    struct Mudanca {
+        Evento evento;
+        std::string id;
+        std::string nome; // bytes, as listed
+        // The entry as it is now; none when it was removed. A download still arriving has
+        // no badges.
+        std::optional<ItemTriado> item;
+        bool baixando = false;
+    };
+
+    struct Atualizacao {
+        std::vector<Mudanca> mudancas;
+        bool completa = false; // the whole folder was read again
+        // Why the folder could not be listed (it is gone, or unreadable); everything known of
+        // it is then reported removed.
+        std::optional<std::string> falha;
+    };
+
+    PastaViva(std::string pasta, std::set<std::string> appsInstalados, std::stop_token parar = {});
+
+    // Reads the whole folder and the histories; the first time every entry is "adicionado",
+    // later only what differs from what was known. Throws std::system_error (ECANCELED) only
+    // when stopped.
+    Atualizacao varrerTudo();
+    // What a batch of events changed; a batch that asks for everything is a full read.
+    Atualizacao aplicar(const LoteDeEventos& lote);
+
+    // The folder's path as ids begin.
+    [[nodiscard]] const std::string& pasta() const noexcept { return raiz_; }
+    // The history databases found by the last full read: what the watcher should watch.
+    [[nodiscard]] std::vector<std::string> bancosDeHistorico() const;
+
+    // The entries that are the person's files (downloads still arriving left out), in the
+    // order they were first seen.
+    [[nodiscard]] std::vector<ItemTriado> itens() const;
+    // Downloads still arriving, same order.
+    [[nodiscard]] std::vector<ItemTriado> baixando() const;
+    // itens(), gathered as a scan's triage gathers them.
+    [[nodiscard]] std::vector<GrupoOrigem> grupos() const;
+    // What each entry was when read, by id.
+    [[nodiscard]] std::unordered_map<std::string, Identidade> identidades() const;
+
+private:
+    struct Registro {
+        PastaScanner::Leitura propria; // as read, before the histories
+        ItemTriado item;
+        bool baixando = false;
+        std::uint64_t ordem = 0;
+    };
+
+    [[nodiscard]] std::vector<const Registro*> emOrdem(bool baixando) const;
+    // Fills the histories' records into the given readings (matched among every regular
+    // entry known and given).
+    void completar(std::vector<PastaScanner::Leitura>& lidas) const;
+    [[nodiscard]] bool existe(const std::string& nome) const;
+    [[nodiscard]] ItemTriado triar(const PastaScanner::Leitura& completa, bool baixando) const;
+    void contarSerie(const std::string& nome, int delta, std::set<std::string>& mudadas);
+    [[nodiscard]] int mesmaSerie(const std::string& nome) const;
+
+    std::string raiz_;
+    std::stop_token parar_;
+    PastaScanner scanner_;
+    TriageEngine triagem_;
+    std::vector<HistoricoDeNavegadores::Banco> bancos_;
+    HistoricoDeNavegadores historico_;
+    std::unordered_map<std::string, Registro> porNome_;
+    // Series key -> the ordinary entries sharing it.
+    std::unordered_map<std::string, std::set<std::string>> series_;
+    std::uint64_t proximaOrdem_ = 0;
+};
+
+[[nodiscard]] std::string_view nomeDoEvento(PastaViva::Evento evento);
+
+} // namespace tarrafa

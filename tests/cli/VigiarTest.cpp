@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// tarrafa-cli vigiar as a process: a real folder, real inotify, lines read as a script would.
+#include "Apoio.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <poll.h>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+namespace tarrafa {
+namespace {
+
+using Json = nlohmann::json;
+using namespace std::chrono_literals;
+
+// The command line running in the background, its output read line by line.
+class Processo {
+public:
+    explicit Processo(std::vector<std::string> argumentos)
+    {
+        int saida[2];
+        int erros[2];
+        EXPECT_EQ(::pipe2(saida, O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe2(erros, O_CLOEXEC), 0);
+        posix_spawn_file_actions_t acoes;
+        posix_spawn_file_actions_init(&acoes);
+        posix_spawn_file_actions_adddup2(&acoes, saida[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&acoes, erros[1], STDERR_FILENO);
+        argumentos.insert(argumentos.begin(), TARRAFA_CLI);
+        std::vector<char*> argv;
+        for (std::string& a : argumentos) {
+            argv.push_back(a.data());
+        }
+        argv.push_back(nullptr);
+        EXPECT_EQ(::posix_spawn(&pid_, TARRAFA_CLI, &acoes, nullptr, argv.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&acoes);
+        ::close(saida[1]);
+        ::close(erros[1]);
+        saida_ = saida[0];
+        erros_ = erros[0];
+    }
+    Processo(const Processo&) = delete;
+    Processo& operator=(const Processo&) = delete;
+    ~Processo()
+    {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGKILL);
+            ::waitpid(pid_, nullptr, 0);
+        }
+        ::close(saida_);
+        ::close(erros_);
+    }
+
+    std::optional<std::string> linhaDaSaida(std::chrono::milliseconds prazo = 10s) { return linha(saida_, bufSaida_, prazo); }
+    std::optional<std::string> linhaDeErros(std::chrono::milliseconds prazo = 10s) { return linha(erros_, bufErros_, prazo); }
+
+    // Interrupts it as Ctrl+C does and gives its exit status.
+    int interromper()
+    {
+        ::kill(pid_, SIGINT);
+        int estado = 0;
+        ::waitpid(pid_, &estado, 0);
+        pid_ = -1;
+        return WIFEXITED(estado) ? WEXITSTATUS(estado) : -1;
+    }
+
+private:
+    static std::optional<std::string> linha(int fd, std::string& buffer, std::chrono::milliseconds prazo)
+    {
+        const auto fim = std::chrono::steady_clock::now() + prazo;
+        for (;;) {
+            if (const auto quebra = buffer.find('\n'); quebra != std::string::npos) {
+                std::string uma = buffer.substr(0, quebra);
+                buffer.erase(0, quebra + 1);
+                return uma;
+            }
+            const auto falta = std::chrono::duration_cast<std::chrono::milliseconds>(fim - std::chrono::steady_clock::now());
+            if (falta.count() <= 0) {
+                return std::nullopt;
+            }
+            pollfd p {fd, POLLIN, 0};
+            if (::poll(&p, 1, static_cast<int>(falta.count())) <= 0) {
+                continue;
+            }
+            char bloco[4096];
+            const ssize_t lidos = ::read(fd, bloco, sizeof bloco);
+            if (lidos <= 0) {
+                return std::nullopt;
+            }
+            buffer.append(bloco, static_cast<std::size_t>(lidos));
+        }
+    }
+
+    pid_t pid_ = -1;
+    int saida_ = -1;
+    int erros_ = -1;
+    std::string bufSaida_;
+    std::string bufErros_;
+};
+
+class CliVigiar : public ::testing::Test {
+protected:
+    teste::CasaFalsa casa;
+    teste::PastaDeCopias copias;
+    std::string downloads = casa / "Downloads";
+    void SetUp() override { teste::criarPasta(downloads); }
+};
+
+TEST_F(CliVigiar, JsonDaUmaLinhaPorMudancaAteSerInterrompido)
+{
+    teste::escrever(downloads + "/velho.txt", "v");
+    teste::escrever(downloads + "/contrato.pdf", "c");
+    Processo vigiar({"vigiar", "--json", downloads});
+    const std::optional<std::string> pronto = vigiar.linhaDeErros();
+    ASSERT_TRUE(pronto);
+    EXPECT_EQ(*pronto, "Vigiando " + downloads + " (Ctrl+C para parar)");
+
+    // A download arriving and finishing.
+    teste::escrever(downloads + "/manual.pdf.crdownload", "parte");
+    std::optional<std::string> linha = vigiar.linhaDaSaida();
+    ASSERT_TRUE(linha);
+    Json j = Json::parse(*linha);
+    EXPECT_EQ(j["evento"], "adicionado");
+    EXPECT_EQ(j["baixando"], true);
+    EXPECT_EQ(j["nome"], "manual.pdf.crdownload");
+    EXPECT_EQ(j["id"], downloads + "/manual.pdf.crdownload");
+    EXPECT_TRUE(j["selos"].empty());
+
+    std::filesystem::rename(downloads + "/manual.pdf.crdownload", downloads + "/manual.pdf");
+    std::map<std::string, Json> porNome;
+    for (int i = 0; i < 2; ++i) {
+        linha = vigiar.linhaDaSaida();
+        ASSERT_TRUE(linha);
+        j = Json::parse(*linha);
+        porNome[j["nome"].get<std::string>()] = j;
+    }
+    ASSERT_TRUE(porNome.contains("manual.pdf") && porNome.contains("manual.pdf.crdownload"));
+    EXPECT_EQ(porNome["manual.pdf.crdownload"]["evento"], "removido");
+    EXPECT_EQ(porNome["manual.pdf"]["evento"], "adicionado");
+    EXPECT_EQ(porNome["manual.pdf"]["baixando"], false);
+    // The item as the report writes it.
+    for (const char* campo : {"id", "nome", "ehPasta", "tamanho", "baixadoEm", "criadoEm", "ultimoUsoEm", "origens",
+             "ehScreenshot", "quarentenaAgente", "origem", "selos"}) {
+        EXPECT_TRUE(porNome["manual.pdf"].contains(campo)) << campo;
+    }
+    EXPECT_EQ(porNome["manual.pdf"]["selos"][0]["caso"], "nuncaAberto");
+
+    // A copy changes its original's badges too; a removal has no item.
+    teste::escrever(downloads + "/contrato (1).pdf", "c");
+    porNome.clear();
+    for (int i = 0; i < 2; ++i) {
+        linha = vigiar.linhaDaSaida();
+        ASSERT_TRUE(linha);
+        j = Json::parse(*linha);
+        porNome[j["nome"].get<std::string>()] = j;
+    }
+    EXPECT_EQ(porNome["contrato (1).pdf"]["evento"], "adicionado");
+    EXPECT_EQ(porNome["contrato.pdf"]["evento"], "alterado");
+    std::filesystem::remove(downloads + "/velho.txt");
+    linha = vigiar.linhaDaSaida();
+    ASSERT_TRUE(linha);
+    j = Json::parse(*linha);
+    EXPECT_EQ(j, Json::parse(R"({"evento":"removido","baixando":false,"id":")" + downloads + R"(/velho.txt","nome":"velho.txt"})"));
+
+    EXPECT_EQ(vigiar.interromper(), 0);
+    EXPECT_TRUE(copias.vazia());
+}
+
+TEST_F(CliVigiar, TextoParaQuemOlhaOTerminal)
+{
+    Processo vigiar({"vigiar", downloads});
+    ASSERT_TRUE(vigiar.linhaDeErros());
+    teste::escrever(downloads + "/foto.jpg", std::string(2048, 'f'));
+    const std::optional<std::string> linha = vigiar.linhaDaSaida();
+    ASSERT_TRUE(linha);
+    EXPECT_EQ(*linha, "chegou  foto.jpg  [nunca aberto]  2 KB  · Sem origem");
+    EXPECT_EQ(vigiar.interromper(), 0);
+}
+
+TEST_F(CliVigiar, PastaQueNaoExisteEhErro)
+{
+    Processo vigiar({"vigiar", downloads + "/nao-existe"});
+    const std::optional<std::string> erro = vigiar.linhaDeErros();
+    ASSERT_TRUE(erro);
+    EXPECT_EQ(*erro, "Não consegui ler a pasta Downloads: No such file or directory");
+    EXPECT_EQ(vigiar.interromper(), 1);
+}
+
+} // namespace
+} // namespace tarrafa

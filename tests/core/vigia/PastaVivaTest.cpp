@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Apoio.hpp"
+#include "BancoDeTeste.hpp"
+
+#include "TarrafaCore/PastaViva.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+namespace tarrafa {
+namespace {
+
+using teste::Banco;
+using teste::CasaFalsa;
+using Evento = PastaViva::Evento;
+
+// The changes of one update, by name, so that tests need not care for their order.
+std::map<std::string, const PastaViva::Mudanca*> porNome(const PastaViva::Atualizacao& a)
+{
+    std::map<std::string, const PastaViva::Mudanca*> mapa;
+    for (const PastaViva::Mudanca& m : a.mudancas) {
+        EXPECT_FALSE(mapa.contains(m.nome)) << "one change per entry: " << m.nome;
+        mapa[m.nome] = &m;
+    }
+    return mapa;
+}
+
+std::vector<std::string> nomesDe(const std::vector<ItemTriado>& itens)
+{
+    std::vector<std::string> nomes;
+    for (const ItemTriado& item : itens) {
+        nomes.push_back(item.nome());
+    }
+    std::sort(nomes.begin(), nomes.end());
+    return nomes;
+}
+
+bool temSelo(const ItemTriado& item, Selo::Caso caso)
+{
+    return std::ranges::any_of(item.selos(), [caso](const Selo& s) { return s.caso() == caso; });
+}
+
+class PastaVivaTest : public ::testing::Test {
+protected:
+    CasaFalsa casa;
+    teste::PastaDeCopias copias;
+    std::string downloads = casa / "Downloads";
+
+    void SetUp() override { teste::criarPasta(downloads); }
+
+    [[nodiscard]] std::string em(const std::string& nome) const { return downloads + "/" + nome; }
+};
+
+TEST_F(PastaVivaTest, APrimeiraLeituraAdicionaTudoEReconheceDownloadsEmAndamento)
+{
+    teste::escrever(em("relatorio.pdf"), "pdf");
+    teste::escrever(em("filme.mp4.crdownload"), "parte");
+    teste::escrever(em("video.webm"), ""); // Firefox's empty placeholder...
+    teste::escrever(em("video.webm.part"), "parte"); // ...beside its partial file
+    teste::escrever(em("vazio.txt"), "");
+    PastaViva viva(downloads, {});
+    const PastaViva::Atualizacao a = viva.varrerTudo();
+    EXPECT_TRUE(a.completa);
+    EXPECT_FALSE(a.falha);
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 5U);
+    for (const auto& [nome, mudanca] : m) {
+        EXPECT_EQ(mudanca->evento, Evento::adicionado) << nome;
+        ASSERT_TRUE(mudanca->item) << nome;
+        EXPECT_EQ(mudanca->id, em(nome));
+    }
+    EXPECT_TRUE(m.at("filme.mp4.crdownload")->baixando);
+    EXPECT_TRUE(m.at("video.webm")->baixando);
+    EXPECT_TRUE(m.at("video.webm.part")->baixando);
+    EXPECT_FALSE(m.at("relatorio.pdf")->baixando);
+    EXPECT_FALSE(m.at("vazio.txt")->baixando);
+    // A download still arriving carries no badge, not even "never opened".
+    EXPECT_TRUE(m.at("filme.mp4.crdownload")->item->selos().empty());
+    EXPECT_FALSE(m.at("relatorio.pdf")->item->selos().empty());
+    EXPECT_EQ(nomesDe(viva.itens()), (std::vector<std::string> {"relatorio.pdf", "vazio.txt"}));
+    EXPECT_EQ(nomesDe(viva.baixando()),
+        (std::vector<std::string> {"filme.mp4.crdownload", "video.webm", "video.webm.part"}));
+}
+
+TEST_F(PastaVivaTest, SoOsNomesDoLoteSaoLidosDeNovo)
+{
+    teste::escrever(em("a.pdf"), "a");
+    teste::escrever(em("b.pdf"), "b");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+
+    teste::escrever(em("novo.zip"), "zip");
+    teste::escrever(em("a.pdf"), "a maior");
+    std::filesystem::remove(em("b.pdf"));
+    // Changed, but not named: a batch reads only what it names.
+    teste::escrever(em("intocado.txt"), "t");
+    const PastaViva::Atualizacao a = viva.aplicar({.nomes = {"novo.zip", "a.pdf", "b.pdf", "sumido.txt"}});
+    EXPECT_FALSE(a.completa);
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 3U);
+    EXPECT_EQ(m.at("novo.zip")->evento, Evento::adicionado);
+    EXPECT_EQ(m.at("a.pdf")->evento, Evento::alterado);
+    EXPECT_EQ(m.at("a.pdf")->item->snapshot().tamanho(), 7);
+    EXPECT_EQ(m.at("b.pdf")->evento, Evento::removido);
+    EXPECT_FALSE(m.at("b.pdf")->item);
+    EXPECT_EQ(nomesDe(viva.itens()), (std::vector<std::string> {"a.pdf", "novo.zip"}));
+
+    // Named again with nothing changed: no news.
+    EXPECT_TRUE(viva.aplicar({.nomes = {"a.pdf"}}).mudancas.empty());
+}
+
+TEST_F(PastaVivaTest, DownloadDoChromiumTerminadoViraEntradaComum)
+{
+    teste::escrever(em("manual.pdf.crdownload"), "parte");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    std::filesystem::rename(em("manual.pdf.crdownload"), em("manual.pdf"));
+    const auto a = viva.aplicar({.nomes = {"manual.pdf", "manual.pdf.crdownload"}});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 2U);
+    EXPECT_EQ(m.at("manual.pdf.crdownload")->evento, Evento::removido);
+    EXPECT_TRUE(m.at("manual.pdf.crdownload")->baixando);
+    EXPECT_EQ(m.at("manual.pdf")->evento, Evento::adicionado);
+    EXPECT_FALSE(m.at("manual.pdf")->baixando);
+    EXPECT_TRUE(temSelo(*m.at("manual.pdf")->item, Selo::Caso::nuncaAberto));
+    EXPECT_TRUE(viva.baixando().empty());
+}
+
+TEST_F(PastaVivaTest, ReservaDoFirefoxViraOArquivoQuandoOPartEhRenomeado)
+{
+    teste::escrever(em("video.webm"), "");
+    teste::escrever(em("video.webm.part"), "parte");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    EXPECT_EQ(viva.itens().size(), 0U);
+    std::filesystem::rename(em("video.webm.part"), em("video.webm"));
+    // The watcher names only the partial file's move; the placeholder is looked at with it.
+    const auto a = viva.aplicar({.nomes = {"video.webm.part"}});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 2U);
+    EXPECT_EQ(m.at("video.webm.part")->evento, Evento::removido);
+    EXPECT_EQ(m.at("video.webm")->evento, Evento::alterado);
+    EXPECT_FALSE(m.at("video.webm")->baixando);
+    EXPECT_EQ(m.at("video.webm")->item->snapshot().tamanho(), 5);
+    EXPECT_EQ(nomesDe(viva.itens()), (std::vector<std::string> {"video.webm"}));
+}
+
+TEST_F(PastaVivaTest, UmaCopiaNovaMudaOSeloDoOriginalSemQueEleSejaNomeado)
+{
+    teste::escrever(em("contrato.pdf"), "c");
+    teste::escrever(em("outro.txt"), "o");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    teste::escrever(em("contrato (1).pdf"), "c");
+    const auto a = viva.aplicar({.nomes = {"contrato (1).pdf"}});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 2U);
+    EXPECT_EQ(m.at("contrato (1).pdf")->evento, Evento::adicionado);
+    EXPECT_EQ(m.at("contrato.pdf")->evento, Evento::alterado);
+    EXPECT_TRUE(temSelo(*m.at("contrato.pdf")->item, Selo::Caso::pareceRelacionado));
+
+    std::filesystem::remove(em("contrato (1).pdf"));
+    const auto b = viva.aplicar({.nomes = {"contrato (1).pdf"}});
+    const auto depois = porNome(b);
+    ASSERT_EQ(depois.size(), 2U);
+    EXPECT_FALSE(temSelo(*depois.at("contrato.pdf")->item, Selo::Caso::pareceRelacionado));
+}
+
+TEST_F(PastaVivaTest, DepoisDeMuitosLotesIgualAUmaLeituraNova)
+{
+    for (int i = 0; i < 20; ++i) {
+        teste::escrever(em("doc-" + std::to_string(i) + ".pdf"), std::string(static_cast<std::size_t>(i), 'x'));
+    }
+    teste::escrever(em("Projeto/a.c"), "a");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    teste::escrever(em("Projeto/b.c"), std::string(10000, 'b'));
+    teste::escrever(em("doc-3 (1).pdf"), "cópia");
+    std::filesystem::remove(em("doc-5.pdf"));
+    teste::escrever(em("doc-7.pdf"), "mudou");
+    (void)viva.aplicar({.nomes = {"Projeto", "doc-3 (1).pdf"}});
+    (void)viva.aplicar({.nomes = {"doc-5.pdf", "doc-7.pdf"}});
+
+    PastaViva nova(downloads, {});
+    (void)nova.varrerTudo();
+    std::map<std::string, ItemTriado> esperados;
+    for (const ItemTriado& item : nova.itens()) {
+        esperados.emplace(item.id(), item);
+    }
+    std::map<std::string, ItemTriado> obtidos;
+    for (const ItemTriado& item : viva.itens()) {
+        obtidos.emplace(item.id(), item);
+    }
+    EXPECT_EQ(obtidos, esperados);
+    // The groups hold the same items.
+    ASSERT_EQ(viva.grupos().size(), nova.grupos().size());
+    EXPECT_EQ(viva.grupos().front().total(), nova.grupos().front().total());
+}
+
+TEST_F(PastaVivaTest, PastaRemovidaRemoveTudoEDizPorque)
+{
+    teste::escrever(em("a.pdf"), "a");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    std::filesystem::remove_all(downloads);
+    const auto a = viva.aplicar({.nomes = {}, .tudo = true});
+    ASSERT_TRUE(a.falha);
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 1U);
+    EXPECT_EQ(m.at("a.pdf")->evento, Evento::removido);
+
+    teste::escrever(em("b.pdf"), "b");
+    const auto b = viva.aplicar({.nomes = {}, .tudo = true});
+    const auto depois = porNome(b);
+    ASSERT_EQ(depois.size(), 1U);
+    EXPECT_EQ(depois.at("b.pdf")->evento, Evento::adicionado);
+}
+
+TEST_F(PastaVivaTest, HistoricoEscritoDepoisDoArquivoTrazAOrigem)
+{
+    const std::string historico = casa / ".config/chromium/Default/History";
+    {
+        Banco banco(historico);
+        teste::criarTabelasChromium(banco);
+    }
+    teste::escrever(em("fatura.pdf"), "pdf");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    ASSERT_EQ(viva.bancosDeHistorico(), std::vector<std::string> {historico});
+    ASSERT_TRUE(viva.itens().front().snapshot().origens().empty());
+
+    // About ten seconds after the file is complete, Chromium writes its row.
+    {
+        Banco banco(historico);
+        banco.inserirDownload(1, em("fatura.pdf"), teste::chromium(1'700'000'000.0), 0, 0,
+            "https://loja.exemplo.com/pedidos", {"https://cdn.exemplo.com/fatura.pdf"});
+    }
+    const auto a = viva.aplicar({.nomes = {}, .historicos = true});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 1U);
+    EXPECT_EQ(m.at("fatura.pdf")->evento, Evento::origemEncontrada);
+    EXPECT_EQ(m.at("fatura.pdf")->item->snapshot().origens().front(), "https://cdn.exemplo.com/fatura.pdf");
+    EXPECT_NE(m.at("fatura.pdf")->item->origem().chave(), Origem::kChaveSemOrigem);
+    EXPECT_TRUE(copias.vazia());
+
+    // Read again, the history has nothing new to say.
+    EXPECT_TRUE(viva.aplicar({.nomes = {}, .historicos = true}).mudancas.empty());
+}
+
+} // namespace
+} // namespace tarrafa
