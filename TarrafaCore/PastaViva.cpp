@@ -139,10 +139,10 @@ PastaViva::Atualizacao PastaViva::varrerTudo()
     } catch (const std::system_error& erro) {
         // The folder is gone or unreadable: nothing of it is known any more.
         for (const Registro* registro : emOrdem(false)) {
-            atualizacao.mudancas.push_back({Evento::removido, registro->propria.id, registro->propria.nome, std::nullopt, false});
+            atualizacao.mudancas.push_back({Evento::removido, registro->propria.id, registro->propria.nome, std::nullopt, false, std::nullopt});
         }
         for (const Registro* registro : emOrdem(true)) {
-            atualizacao.mudancas.push_back({Evento::removido, registro->propria.id, registro->propria.nome, std::nullopt, true});
+            atualizacao.mudancas.push_back({Evento::removido, registro->propria.id, registro->propria.nome, std::nullopt, true, std::nullopt});
         }
         porNome_.clear();
         series_.clear();
@@ -184,19 +184,20 @@ PastaViva::Atualizacao PastaViva::varrerTudo()
         Registro registro {std::move(lidas[i]), triar(completa, baixando[i]), baixando[i],
             antigo == antigos.end() ? proximaOrdem_++ : antigo->second.ordem};
         if (antigo == antigos.end()) {
-            atualizacao.mudancas.push_back({Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando});
+            atualizacao.mudancas.push_back(
+                {Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando, registro.propria.identidade});
         } else if (!(antigo->second.item == registro.item) || antigo->second.baixando != registro.baixando
                    || !mesmaEntrada(antigo->second.propria, registro.propria)) {
             const bool achouOrigem = antigo->second.item.snapshot().origens().empty()
                 && !registro.item.snapshot().origens().empty();
             atualizacao.mudancas.push_back({achouOrigem ? Evento::origemEncontrada : Evento::alterado, completa.id,
-                completa.nome, registro.item, registro.baixando});
+                completa.nome, registro.item, registro.baixando, registro.propria.identidade});
         }
         porNome_.insert_or_assign(completa.nome, std::move(registro));
     }
     for (const auto& [nome, registro] : antigos) {
         if (!porNome_.contains(nome)) {
-            atualizacao.mudancas.push_back({Evento::removido, registro.propria.id, nome, std::nullopt, registro.baixando});
+            atualizacao.mudancas.push_back({Evento::removido, registro.propria.id, nome, std::nullopt, registro.baixando, std::nullopt});
         }
     }
     return atualizacao;
@@ -209,6 +210,27 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
     }
     Atualizacao atualizacao;
     std::set<std::string> nomes = lote.nomes;
+    if (lote.conferir) {
+        // Only names: what came or went since the last read; a file changed in place in the
+        // meantime is not seen here.
+        std::vector<std::string> listados;
+        try {
+            listados = scanner_.listar(raiz_);
+        } catch (const std::system_error&) {
+            return varrerTudo(); // the folder is gone: say so as a full read does
+        }
+        std::unordered_set<std::string> agora(listados.begin(), listados.end());
+        for (const std::string& nome : listados) {
+            if (!porNome_.contains(nome)) {
+                nomes.insert(nome);
+            }
+        }
+        for (const auto& [nome, registro] : porNome_) {
+            if (!agora.contains(nome)) {
+                nomes.insert(nome);
+            }
+        }
+    }
     // A partial download's final name may be Firefox's empty placeholder: its state depends on
     // the partial one beside it.
     for (const std::string& nome : lote.nomes) {
@@ -240,7 +262,7 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
         if (!antigo->second.baixando) {
             contarSerie(nome, -1, seriesMudadas);
         }
-        atualizacao.mudancas.push_back({Evento::removido, antigo->second.propria.id, nome, std::nullopt, antigo->second.baixando});
+        atualizacao.mudancas.push_back({Evento::removido, antigo->second.propria.id, nome, std::nullopt, antigo->second.baixando, std::nullopt});
         porNome_.erase(antigo);
     }
 
@@ -280,10 +302,12 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             antes ? antes->ordem : proximaOrdem_++};
         relatados.insert(completa.nome);
         if (!antes) {
-            atualizacao.mudancas.push_back({Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando});
+            atualizacao.mudancas.push_back(
+                {Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando, registro.propria.identidade});
         } else if (!(antes->item == registro.item) || antes->baixando != registro.baixando
                    || !mesmaEntrada(antes->propria, registro.propria)) {
-            atualizacao.mudancas.push_back({Evento::alterado, completa.id, completa.nome, registro.item, registro.baixando});
+            atualizacao.mudancas.push_back(
+                {Evento::alterado, completa.id, completa.nome, registro.item, registro.baixando, registro.propria.identidade});
         }
         porNome_.insert_or_assign(completa.nome, std::move(registro));
     }
@@ -316,8 +340,8 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             registro.item = triar(completa, registro.baixando);
             outros.erase(completa.nome);
             relatados.insert(completa.nome);
-            atualizacao.mudancas.push_back(
-                {Evento::origemEncontrada, completa.id, completa.nome, registro.item, registro.baixando});
+            atualizacao.mudancas.push_back({Evento::origemEncontrada, completa.id, completa.nome, registro.item,
+                registro.baixando, registro.propria.identidade});
         }
     }
     for (const std::string& nome : outros) {
@@ -330,7 +354,8 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
         ItemTriado novo = triar(uma.front(), false);
         if (!(novo == registro.item)) {
             registro.item = std::move(novo);
-            atualizacao.mudancas.push_back({Evento::alterado, registro.propria.id, nome, registro.item, false});
+            atualizacao.mudancas.push_back(
+                {Evento::alterado, registro.propria.id, nome, registro.item, false, registro.propria.identidade});
         }
     }
     return atualizacao;

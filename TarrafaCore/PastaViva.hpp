@@ -35,6 +35,8 @@ public:
         // no badges.
         std::optional<ItemTriado> item;
         bool baixando = false;
+        // What the entry was when read (none when removed): a move to the Trash acts only on that.
+        std::optional<Identidade> identidade;
     };
 
     struct Atualizacao {

@@ -23,12 +23,14 @@ constexpr double kSegundosPorDia = 86400.0;
     std::abort();
 }
 
-template <typename Predicado> int contar(const std::vector<FileSnapshot>& itens, Predicado predicado)
+// Over the snapshots themselves or references to them.
+template <typename Itens, typename Predicado> int contar(const Itens& itens, Predicado predicado)
 {
-    return static_cast<int>(std::ranges::count_if(itens, predicado));
+    return static_cast<int>(
+        std::ranges::count_if(itens, [&predicado](const FileSnapshot& s) { return predicado(s); }));
 }
 
-std::int64_t somarTamanhos(const std::vector<FileSnapshot>& itens)
+template <typename Itens> std::int64_t somarTamanhos(const Itens& itens)
 {
     std::int64_t soma = 0;
     for (const FileSnapshot& item : itens) {
@@ -52,7 +54,7 @@ int diasInteiros(double segundos)
     return static_cast<int>(std::clamp(dias, kMenor, kMaior));
 }
 
-int maisAntigoEmDias(const std::vector<FileSnapshot>& itens, Date agora)
+template <typename Itens> int maisAntigoEmDias(const Itens& itens, Date agora)
 {
     std::optional<int> maior;
     for (const FileSnapshot& item : itens) {
@@ -103,6 +105,35 @@ RaioX::RaioX(int total, std::int64_t bytes, int nuncaAbertos, int nomesOpacos, i
 }
 
 RaioX::RaioX(const std::vector<FileSnapshot>& itens, const std::vector<GrupoOrigem>& grupos, Date agora)
+    : total_(static_cast<int>(itens.size()))
+    , bytes_(somarTamanhos(itens))
+    , nuncaAbertos_(contar(itens, [](const FileSnapshot& s) { return s.nuncaReaberto(); }))
+    , nomesOpacos_(contar(itens, [](const FileSnapshot& s) { return NameAnalyzer::ehOpaco(s.nome()); }))
+    , comOrigem_(contar(itens, [](const FileSnapshot& s) { return !s.origens().empty(); }))
+    , origensDistintas_(static_cast<int>(tamanhosComOrigem(grupos).size()))
+    , concentracaoTop3_(tarrafa::concentracaoTop3(tamanhosComOrigem(grupos), comOrigem_))
+    , maisAntigoEmDias_(tarrafa::maisAntigoEmDias(itens, agora))
+{
+}
+
+RaioX::RaioX(const std::vector<GrupoOrigem>& grupos, Date agora)
+    : RaioX(DeReferencias {}, snapshotsDe(grupos), grupos, agora)
+{
+}
+
+std::vector<std::reference_wrapper<const FileSnapshot>> RaioX::snapshotsDe(const std::vector<GrupoOrigem>& grupos)
+{
+    std::vector<std::reference_wrapper<const FileSnapshot>> todos;
+    for (const GrupoOrigem& grupo : grupos) {
+        for (const ItemTriado& item : grupo.itens()) {
+            todos.emplace_back(item.snapshot());
+        }
+    }
+    return todos;
+}
+
+RaioX::RaioX(DeReferencias /*tag*/, const std::vector<std::reference_wrapper<const FileSnapshot>>& itens,
+    const std::vector<GrupoOrigem>& grupos, Date agora)
     : total_(static_cast<int>(itens.size()))
     , bytes_(somarTamanhos(itens))
     , nuncaAbertos_(contar(itens, [](const FileSnapshot& s) { return s.nuncaReaberto(); }))

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string>
+#include <functional>
 #include <vector>
 
 namespace tarrafa {
@@ -25,6 +26,8 @@ public:
     // moment ages are measured from (the clock, read once, unless a test gives one).
     RaioX(const std::vector<FileSnapshot>& itens, const std::vector<GrupoOrigem>& grupos,
         Date agora = Date::agora());
+    // The same, of the items the groups hold (every file triage saw).
+    explicit RaioX(const std::vector<GrupoOrigem>& grupos, Date agora = Date::agora());
 
     [[nodiscard]] int total() const noexcept { return total_; }
     [[nodiscard]] std::int64_t bytes() const noexcept { return bytes_; }
@@ -48,6 +51,11 @@ public:
     [[nodiscard]] int pct(int quantidade) const;
 
 private:
+    struct DeReferencias {};
+    RaioX(DeReferencias, const std::vector<std::reference_wrapper<const FileSnapshot>>& itens,
+        const std::vector<GrupoOrigem>& grupos, Date agora);
+    static std::vector<std::reference_wrapper<const FileSnapshot>> snapshotsDe(const std::vector<GrupoOrigem>& grupos);
+
     int total_;
     std::int64_t bytes_;
     int nuncaAbertos_;

@@ -73,7 +73,7 @@ bool ehInstalador(const std::vector<Selo>& selos)
     });
 }
 
-const std::string& chaveDoGrupo(const std::vector<Selo>& selos, const Origem& origem)
+const std::string& chaveDe(const std::vector<Selo>& selos, const Origem& origem)
 {
     static const std::string kInstaladores(Origem::kChaveInstaladores);
     return ehInstalador(selos) ? kInstaladores : origem.chave();
@@ -93,7 +93,7 @@ void ordenarGrupos(std::vector<GrupoOrigem>& grupos)
     });
 }
 
-Origem origemDoGrupo(const std::string& chave, const Origem& doPrimeiro)
+Origem origemDe(const std::string& chave, const Origem& doPrimeiro)
 {
     return chave == Origem::kChaveInstaladores ? Origem(std::string(Origem::kChaveInstaladores), "Instaladores", std::nullopt)
                                                : doPrimeiro;
@@ -147,6 +147,21 @@ TriageEngine::TriageEngine(std::set<std::string> appsInstalados)
 {
 }
 
+const std::string& TriageEngine::chaveDoGrupo(const ItemTriado& item)
+{
+    return chaveDe(item.selos(), item.origem());
+}
+
+Origem TriageEngine::origemDoGrupo(const ItemTriado& primeiro)
+{
+    return origemDe(chaveDoGrupo(primeiro), primeiro.origem());
+}
+
+void TriageEngine::ordenar(std::vector<GrupoOrigem>& grupos)
+{
+    ordenarGrupos(grupos);
+}
+
 ItemTriado TriageEngine::triarUm(const FileSnapshot& snapshot, int mesmaSerie) const
 {
     std::vector<Selo> rascunho;
@@ -160,7 +175,7 @@ std::vector<GrupoOrigem> TriageEngine::agrupar(const std::vector<ItemTriado>& it
     std::vector<std::vector<std::size_t>> membros;
     std::unordered_map<std::string, std::size_t> indice;
     for (std::size_t i = 0; i < itens.size(); ++i) {
-        const std::string& chave = chaveDoGrupo(itens[i].selos(), itens[i].origem());
+        const std::string& chave = chaveDe(itens[i].selos(), itens[i].origem());
         const auto [it, nova] = indice.try_emplace(chave, chaves.size());
         if (nova) {
             chaves.push_back(chave);
@@ -172,7 +187,7 @@ std::vector<GrupoOrigem> TriageEngine::agrupar(const std::vector<ItemTriado>& it
     grupos.reserve(chaves.size());
     for (std::size_t g = 0; g < chaves.size(); ++g) {
         std::vector<std::size_t>& posicoes = membros[g];
-        Origem origem = origemDoGrupo(chaves[g], itens[posicoes.front()].origem());
+        Origem origem = origemDe(chaves[g], itens[posicoes.front()].origem());
         std::ranges::stable_sort(posicoes, [&itens](std::size_t a, std::size_t b) {
             return itens[a].snapshot().chegouEm() > itens[b].snapshot().chegouEm();
         });
@@ -210,7 +225,7 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
         const auto serie = series.find(snapshots[i].nome());
         selos.push_back(selosDe(snapshots[i], appsNormalizados_, serie == series.end() ? 1 : serie->second, rascunho));
         origens.push_back(origemDe(snapshots[i]));
-        const std::string& chave = chaveDoGrupo(selos.back(), origens.back());
+        const std::string& chave = chaveDe(selos.back(), origens.back());
         const auto [it, nova] = indice.try_emplace(chave, chaves.size());
         if (nova) {
             chaves.push_back(chave);
@@ -225,7 +240,7 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
         std::vector<std::size_t>& posicoes = membros[g];
         // A group's origin is its first item's in scan order (items of one key may, in
         // principle, differ in label or address).
-        Origem origem = origemDoGrupo(chaves[g], origens[posicoes.front()]);
+        Origem origem = origemDe(chaves[g], origens[posicoes.front()]);
         // Newest first; equal arrival dates keep scan order. Positions are sorted rather
         // than items, which are heavy to move.
         std::ranges::stable_sort(

@@ -92,6 +92,12 @@ public:
     [[nodiscard]] ItemTriado triarUm(const FileSnapshot& snapshot, int mesmaSerie) const;
     // Items already triaged, in scan order, gathered into groups as triar() gathers them.
     [[nodiscard]] static std::vector<GrupoOrigem> agrupar(const std::vector<ItemTriado>& itens);
+    // The key of the group an item goes to: its origin's, or the installers'.
+    [[nodiscard]] static const std::string& chaveDoGrupo(const ItemTriado& item);
+    // The origin a group whose first item (in scan order) is this one shows.
+    [[nodiscard]] static Origem origemDoGrupo(const ItemTriado& primeiro);
+    // Largest first, the group without origin last; equal sizes keep their order.
+    static void ordenar(std::vector<GrupoOrigem>& grupos);
 
 private:
     std::set<std::string> appsInstalados_;

@@ -10,6 +10,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <mutex>
+#include <optional>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
@@ -139,6 +140,7 @@ struct Vigia::Estado {
 
     mutable std::mutex mutex;
     std::vector<std::vector<std::byte>> injetados;
+    std::optional<LoteDeEventos> pedido;
     bool parar = false;
     std::size_t quantasPastas = 0;
 
@@ -431,15 +433,26 @@ void Vigia::Estado::rodar()
             std::uint64_t valor = 0;
             (void)::read(acordar.get(), &valor, sizeof valor);
             std::vector<std::vector<std::byte>> recebidos;
+            std::optional<LoteDeEventos> pedidoAgora;
             {
                 const std::lock_guard trava(mutex);
                 if (parar) {
                     return;
                 }
                 recebidos.swap(injetados);
+                pedidoAgora.swap(pedido);
             }
             for (const std::vector<std::byte>& bytes : recebidos) {
                 processarBytes(bytes.data(), bytes.size());
+            }
+            if (pedidoAgora) {
+                // Asked for: handed over at once, together with what is pending.
+                lote.nomes.merge(pedidoAgora->nomes);
+                lote.historicos = lote.historicos || pedidoAgora->historicos;
+                lote.tudo = lote.tudo || pedidoAgora->tudo;
+                lote.conferir = lote.conferir || pedidoAgora->conferir;
+                entregar();
+                continue;
             }
         }
         if ((fds[0].revents & POLLIN) != 0) {
@@ -491,6 +504,23 @@ void Vigia::injetar(std::span<const std::byte> eventos)
     {
         const std::lock_guard trava(estado_->mutex);
         estado_->injetados.emplace_back(eventos.begin(), eventos.end());
+    }
+    const std::uint64_t um = 1;
+    (void)::write(estado_->acordar.get(), &um, sizeof um);
+}
+
+void Vigia::pedir(LoteDeEventos lote)
+{
+    {
+        const std::lock_guard trava(estado_->mutex);
+        if (!estado_->pedido) {
+            estado_->pedido.emplace();
+        }
+        LoteDeEventos& pedido = *estado_->pedido;
+        pedido.nomes.merge(lote.nomes);
+        pedido.historicos = pedido.historicos || lote.historicos;
+        pedido.tudo = pedido.tudo || lote.tudo;
+        pedido.conferir = pedido.conferir || lote.conferir;
     }
     const std::uint64_t um = 1;
     (void)::write(estado_->acordar.get(), &um, sizeof um);

@@ -23,8 +23,11 @@ struct LoteDeEventos {
     // moved, removed or created again, ".hidden" changed, a watch could not be set): only
     // reading the whole folder again tells.
     bool tudo = false;
+    // List the folder again and take whatever came or went meanwhile: what a watch set up
+    // after a scan had no chance to see.
+    bool conferir = false;
 
-    [[nodiscard]] bool vazio() const noexcept { return nomes.empty() && !historicos && !tudo; }
+    [[nodiscard]] bool vazio() const noexcept { return nomes.empty() && !historicos && !tudo && !conferir; }
 };
 
 // Watches a folder with inotify, on a thread of its own, and hands over what changed once the
@@ -60,6 +63,10 @@ public:
     // Raw inotify records, handled as if the kernel had sent them: the only way to bring
     // about what an unprivileged test cannot (a queue overflow).
     void injetar(std::span<const std::byte> eventos);
+
+    // Has the batch handled on the watcher's thread as soon as it is free, with whatever the
+    // kernel said meanwhile: a full read asked for by the person, a look after the watch began.
+    void pedir(LoteDeEventos lote);
 
     // How many folders are watched now (the folder itself and those below it); for tests.
     [[nodiscard]] std::size_t pastasVigiadas() const;

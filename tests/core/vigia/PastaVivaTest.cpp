@@ -3,6 +3,7 @@
 #include "BancoDeTeste.hpp"
 
 #include "TarrafaCore/PastaViva.hpp"
+#include "TarrafaCore/RaioX.hpp"
 
 #include <gtest/gtest.h>
 
@@ -248,6 +249,72 @@ TEST_F(PastaVivaTest, HistoricoEscritoDepoisDoArquivoTrazAOrigem)
 
     // Read again, the history has nothing new to say.
     EXPECT_TRUE(viva.aplicar({.nomes = {}, .historicos = true}).mudancas.empty());
+}
+
+} // namespace
+} // namespace tarrafa
+
+namespace tarrafa {
+namespace {
+
+TEST_F(PastaVivaTest, GruposEDiagnosticoIguaisAosDeUmaVarredura)
+{
+    const char* nomes[] = {"a.pdf", "a (1).pdf", "setup-1.2.deb", "IMG_2041.jpg", "9f8e7d6c5b4a.bin", "notas.txt",
+        "relatorio.docx", "relatorio.pdf"};
+    double quando = 1'700'000'000;
+    for (const char* nome : nomes) {
+        teste::escrever(em(nome), nome);
+        teste::definirMtime(em(nome), quando);
+        quando += 3600;
+    }
+    if (teste::aceitaAtributos(downloads)) {
+        teste::definirAtributo(em("a.pdf"), "user.xdg.origin.url", "https://github.com/x/a.pdf");
+        teste::definirAtributo(em("notas.txt"), "user.xdg.origin.url", "https://github.com/x/notas.txt");
+        teste::definirAtributo(em("IMG_2041.jpg"), "user.xdg.origin.url", "https://web.whatsapp.com/");
+    }
+    teste::criarPasta(em("Projeto"));
+    teste::escrever(em("Projeto/x.c"), "x");
+
+    const TriageEngine triagem({});
+    const std::vector<FileSnapshot> snapshots = PastaScanner().varrer(downloads);
+    const std::vector<GrupoOrigem> esperados = triagem.triar(snapshots);
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    const std::vector<GrupoOrigem> obtidos = viva.grupos();
+    ASSERT_EQ(obtidos.size(), esperados.size());
+    for (std::size_t g = 0; g < esperados.size(); ++g) {
+        EXPECT_EQ(obtidos[g].id(), esperados[g].id());
+        EXPECT_EQ(obtidos[g].origem(), esperados[g].origem());
+        EXPECT_EQ(obtidos[g].itens(), esperados[g].itens()) << esperados[g].id();
+    }
+    const Date agora = Date::desde1970(1'800'000'000);
+    const RaioX deUmaVarredura(snapshots, esperados, agora);
+    const RaioX dosGrupos(obtidos, agora);
+    EXPECT_EQ(dosGrupos.total(), deUmaVarredura.total());
+    EXPECT_EQ(dosGrupos.bytes(), deUmaVarredura.bytes());
+    EXPECT_EQ(dosGrupos.nuncaAbertos(), deUmaVarredura.nuncaAbertos());
+    EXPECT_EQ(dosGrupos.nomesOpacos(), deUmaVarredura.nomesOpacos());
+    EXPECT_EQ(dosGrupos.comOrigem(), deUmaVarredura.comOrigem());
+    EXPECT_EQ(dosGrupos.origensDistintas(), deUmaVarredura.origensDistintas());
+    EXPECT_EQ(dosGrupos.maisAntigoEmDias(), deUmaVarredura.maisAntigoEmDias());
+}
+
+TEST_F(PastaVivaTest, ConferirAchaOQueChegouESaiuSemSerNomeado)
+{
+    teste::escrever(em("fica.pdf"), "f");
+    teste::escrever(em("sai.pdf"), "s");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    std::filesystem::remove(em("sai.pdf"));
+    teste::escrever(em("chega.pdf"), "c");
+    teste::escrever(em("fica.pdf"), "mudou por dentro"); // only names are compared
+    const auto a = viva.aplicar({.nomes = {}, .conferir = true});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 2U);
+    EXPECT_EQ(m.at("chega.pdf")->evento, Evento::adicionado);
+    ASSERT_TRUE(m.at("chega.pdf")->identidade);
+    EXPECT_EQ(m.at("sai.pdf")->evento, Evento::removido);
+    EXPECT_FALSE(m.at("sai.pdf")->identidade);
 }
 
 } // namespace

@@ -429,3 +429,26 @@ TEST(Vigia, ParadaNaoAcordaNunca)
 
 } // namespace
 } // namespace tarrafa
+
+namespace tarrafa {
+namespace {
+
+TEST(VigiaPedido, UmLotePedidoEhEntregueJaComOQueEstavaPendente)
+{
+    teste::PastaTemporaria pasta;
+    Lotes lotes;
+    Vigia::Opcoes lentas;
+    lentas.calma = std::chrono::seconds(30); // nothing would be handed over by itself in time
+    lentas.esperaMaxima = std::chrono::seconds(60);
+    Vigia vigia(pasta.caminho(), lentas, lotes.receptor());
+    teste::escrever(pasta / "a.pdf", "a");
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the kernel's event is read
+    vigia.pedir({.nomes = {}, .conferir = true});
+    const std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->conferir);
+    EXPECT_EQ(lote->nomes, std::set<std::string> {"a.pdf"});
+}
+
+} // namespace
+} // namespace tarrafa
