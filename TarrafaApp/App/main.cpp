@@ -29,6 +29,8 @@ int main(int argc, char* argv[])
     }
 
     tarrafa::app::Modelo modelo;
+    // The inbox people keep open: what arrives, changes or goes shows by itself.
+    modelo.setAoVivo(true);
     tarrafa::app::JanelaPrincipal janela(modelo);
     QObject::connect(&instancia, &tarrafa::app::InstanciaUnica::ativacaoPedida, &janela, [&janela] {
         janela.setWindowState((janela.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);

@@ -80,8 +80,9 @@ Modelo::Modelo(std::string pasta, QString arquivoDecisoes, QObject* parent)
 
 Modelo::~Modelo()
 {
-    // A scan still running is called off and finds nobody to hand its result to; the
-    // decisions taken are on disk before the model goes.
+    // The watcher first: its thread posts here. A scan still running is called off and finds
+    // nobody to hand its result to; the decisions taken are on disk before the model goes.
+    vigia_.reset();
     pararVarredura_.request_stop();
     concluirGravacoes();
 }
@@ -280,6 +281,12 @@ void Modelo::varrer()
 
 void Modelo::aplicar(Varredura resultado)
 {
+    // Whatever the watcher of an earlier scan still has to say is about an older folder.
+    vigia_.reset();
+    if (aoVivo_ && resultado.viva && !resultado.naoConfigurada) {
+        // Even a folder that could not be read is watched: it may come back.
+        vigiar(std::move(resultado.viva));
+    }
     if (resultado.falha || resultado.naoConfigurada) {
         setErro(resultado.naoConfigurada
                     ? deUtf8(*resultado.naoConfigurada)
@@ -291,6 +298,11 @@ void Modelo::aplicar(Varredura resultado)
     grupos_ = std::move(resultado.grupos);
     chavesDeBusca_ = std::move(resultado.chavesDeBusca);
     identidades_ = std::move(resultado.identidades);
+    grupoDe_.clear(); // made again when the watcher first needs it
+    if (baixando_ != resultado.baixando) {
+        baixando_ = std::move(resultado.baixando);
+        Q_EMIT baixandoChanged();
+    }
     Q_EMIT gruposChanged();
     raioX_.emplace(resultado.snapshots, grupos_);
     Q_EMIT raioXChanged();
@@ -627,16 +639,26 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
     // A Downloads folder turned off points at the home: its Documents, Music and Pictures are
     // not downloads, and never Trash candidates.
     if (PastasDoUsuario::ehACasa(pasta)) {
-        return {{}, {}, {}, {}, std::nullopt, Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas())};
+        Varredura naoConfigurada;
+        naoConfigurada.naoConfigurada = Apresentacao::downloadsNaoConfigurada(PastasDoUsuario::arquivoDasPastas());
+        return naoConfigurada;
     }
     try {
-        PastaScanner::Resultado lido = PastaScanner(parar).varrerComIdentidades(pasta);
-        std::unordered_map<std::string, Identidade> identidades;
-        identidades.reserve(lido.snapshots.size());
-        for (std::size_t i = 0; i < lido.snapshots.size(); ++i) {
-            identidades.emplace(lido.snapshots[i].id(), lido.identidades[i]);
+        auto viva = std::make_shared<PastaViva>(pasta, AppsInstalados::listar(), parar);
+        const PastaViva::Atualizacao lida = viva->varrerTudo();
+        if (lida.falha) {
+            Varredura falhou;
+            falhou.falha = *lida.falha;
+            falhou.viva = std::move(viva);
+            return falhou;
         }
-        std::vector<GrupoOrigem> grupos = TriageEngine(AppsInstalados::listar()).triar(lido.snapshots);
+        std::vector<GrupoOrigem> grupos = viva->grupos();
+        std::vector<FileSnapshot> snapshots;
+        for (const GrupoOrigem& grupo : grupos) {
+            for (const ItemTriado& item : grupo.itens()) {
+                snapshots.push_back(item.snapshot());
+            }
+        }
         std::vector<std::vector<std::string>> chaves;
         chaves.reserve(grupos.size());
         for (const GrupoOrigem& grupo : grupos) {
@@ -646,12 +668,22 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
                 doGrupo.push_back(Texto::chaveDeBusca(item.nome()));
             }
         }
-        return {std::move(lido.snapshots), std::move(identidades), std::move(grupos), std::move(chaves),
-            std::nullopt, std::nullopt};
+        Varredura varredura;
+        varredura.snapshots = std::move(snapshots);
+        varredura.identidades = viva->identidades();
+        varredura.grupos = std::move(grupos);
+        varredura.chavesDeBusca = std::move(chaves);
+        varredura.baixando = viva->baixando();
+        varredura.viva = std::move(viva);
+        return varredura;
     } catch (const std::system_error& erro) {
-        return {{}, {}, {}, {}, erro.code().message(), std::nullopt};
+        Varredura falhou;
+        falhou.falha = erro.code().message();
+        return falhou;
     } catch (const std::exception& erro) {
-        return {{}, {}, {}, {}, std::string(erro.what()), std::nullopt};
+        Varredura falhou;
+        falhou.falha = std::string(erro.what());
+        return falhou;
     }
 }
 

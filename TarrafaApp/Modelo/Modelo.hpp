@@ -5,6 +5,8 @@
 #include "TarrafaCore/Decisao.hpp"
 #include "TarrafaApp/Modelo/Destino.hpp"
 #include "TarrafaCore/Identidade.hpp"
+#include "TarrafaCore/PastaViva.hpp"
+#include "TarrafaCore/Vigia.hpp"
 #include "TarrafaCore/RaioX.hpp"
 #include "TarrafaCore/TriageEngine.hpp"
 
@@ -109,6 +111,15 @@ public:
     // Every decision and every move to the Trash of the session, to undo and redo in order.
     [[nodiscard]] QUndoStack& pilhaDeDesfazer() noexcept { return pilha_; }
 
+    // Whether the folder is watched after each scan, so that what comes, changes and goes
+    // shows without a new scan. The application turns it on; a model made for a test watches
+    // only when the test asks.
+    void setAoVivo(bool aoVivo);
+    [[nodiscard]] bool aoVivo() const noexcept { return aoVivo_; }
+    // Downloads still arriving, as last seen: not the person's files yet, in no group and no
+    // count, never decided or moved.
+    [[nodiscard]] const std::vector<ItemTriado>& baixando() const noexcept { return baixando_; }
+
     // What one background scan hands back: the snapshots and their groups, or why the folder
     // could not be read.
     struct Varredura {
@@ -121,6 +132,11 @@ public:
         std::optional<std::string> falha;
         // The folder is the home (Downloads turned off): not scanned; the message says why.
         std::optional<std::string> naoConfigurada;
+        // Downloads still arriving, apart from the groups.
+        std::vector<ItemTriado> baixando;
+        // The folder as read, ready to be kept up to date by a watcher; none when the scan
+        // did not come from the folder itself (a test's).
+        std::shared_ptr<PastaViva> viva;
     };
     // Reads the folder and triages it, on whatever thread calls it; gives up (with a failure)
     // once stop is requested.
@@ -145,12 +161,20 @@ Q_SIGNALS:
     void acaoFeita(const QString& texto);
     // Files went to the Trash or came back from it.
     void lixeiraChanged();
+    void baixandoChanged();
+    // The watcher's changes have just been applied (after the signals of what they changed).
+    void mudancasAplicadas();
 
 private:
     // Calls funcao with each item listed at the destination, in order, under the search.
     template <typename Funcao> void paraCadaItem(const Destino& destino, Funcao&& funcao) const;
 
     void aplicar(Varredura resultado);
+    // Starts watching the folder the scan just applied read; what a watcher before it said is
+    // dropped.
+    void vigiar(std::shared_ptr<PastaViva> viva);
+    // What the watcher of that generation found; dropped if a newer scan took its place.
+    void aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao& atualizacao);
     void pedirGravacao();
     void iniciarGravacao();
     // Takes in what one save did; starts nothing.
@@ -174,6 +198,9 @@ private:
         const std::vector<std::string>& ids) const;
 
     std::vector<GrupoOrigem> grupos_;
+    std::vector<ItemTriado> baixando_;
+    // Which group each file is in, by id: a change touches only its groups.
+    std::unordered_map<std::string, std::string> grupoDe_;
     std::vector<std::vector<std::string>> chavesDeBusca_; // parallel to grupos_
     // What each entry was when the last scan read it: a move to the Trash acts only on that.
     std::unordered_map<std::string, Identidade> identidades_;
@@ -201,6 +228,11 @@ private:
     ArquivoDeDecisoes::Mudancas pendentes_;
     ArquivoDeDecisoes::Mudancas emVoo_;
     bool gravacaoPedida_ = false;
+
+    bool aoVivo_ = false;
+    std::uint64_t geracaoViva_ = 0;
+    // Stopped first thing in the destructor: its thread posts to this object.
+    std::unique_ptr<Vigia> vigia_;
 
     QUndoStack pilha_;
     // What this window moved to the Trash in the session and is still there, oldest first.

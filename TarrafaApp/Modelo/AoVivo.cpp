@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The model kept up to date by the folder's watcher: what a batch of events changed is
+// worked out on the watcher's thread; here only the groups it touches are rebuilt.
+#include "TarrafaApp/Modelo/Modelo.hpp"
+
+#include "TarrafaCore/Texto.hpp"
+
+#include <QMetaObject>
+#include <QThread>
+
+#include <algorithm>
+#include <numeric>
+#include <system_error>
+#include <unordered_set>
+#include <utility>
+
+namespace tarrafa::app {
+
+void Modelo::setAoVivo(bool aoVivo)
+{
+    aoVivo_ = aoVivo;
+    if (!aoVivo_) {
+        vigia_.reset();
+    }
+}
+
+void Modelo::vigiar(std::shared_ptr<PastaViva> viva)
+{
+    vigia_.reset(); // its thread is joined: nothing of the old watcher arrives from now on
+    const std::uint64_t geracao = ++geracaoViva_;
+    try {
+        Vigia::Opcoes opcoes;
+        opcoes.historicos = viva->bancosDeHistorico();
+        vigia_ = std::make_unique<Vigia>(pasta_, std::move(opcoes), [this, viva, geracao](const LoteDeEventos& lote) {
+            PastaViva::Atualizacao atualizacao;
+            try {
+                atualizacao = viva->aplicar(lote);
+            } catch (const std::exception&) {
+                return; // called off: a newer scan is under way
+            }
+            if (atualizacao.mudancas.empty() && !atualizacao.falha && !atualizacao.completa) {
+                return;
+            }
+            // The model is on the interface thread; the destructor stops this thread first.
+            QMetaObject::invokeMethod(
+                this, [this, geracao, atualizacao] { aplicarMudancas(geracao, atualizacao); }, Qt::QueuedConnection);
+        });
+    } catch (const std::system_error&) {
+        return; // no inotify here: the folder changes show with the next scan
+    }
+    // Whatever came or went between the scan's listing and the watch.
+    vigia_->pedir({.nomes = {}, .historicos = false, .tudo = false, .conferir = true});
+}
+
+void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao& atualizacao)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    if (geracao != geracaoViva_ || !vigia_) {
+        return;
+    }
+    if (atualizacao.falha) {
+        setErro(QStringLiteral("Não consegui ler a pasta Downloads: ") + QString::fromStdString(*atualizacao.falha));
+    } else if (atualizacao.completa) {
+        setErro(std::nullopt); // the folder is back
+    }
+
+    if (grupoDe_.empty()) {
+        for (const GrupoOrigem& grupo : grupos_) {
+            for (const ItemTriado& item : grupo.itens()) {
+                grupoDe_.emplace(item.id(), grupo.id());
+            }
+        }
+    }
+
+    // What leaves where it was (removed, or changed and placed again), and what comes in.
+    std::unordered_map<std::string, std::unordered_set<std::string>> saemDe; // group -> ids
+    std::unordered_map<std::string, std::vector<ItemTriado>> entramEm; // group -> items, in order
+    std::vector<std::string> ordemDosNovosGrupos;
+    std::unordered_set<std::string> removidos;
+    bool baixandoMudou = false;
+    for (const PastaViva::Mudanca& m : atualizacao.mudancas) {
+        if (const auto onde = grupoDe_.find(m.id); onde != grupoDe_.end()) {
+            saemDe[onde->second].insert(m.id);
+            grupoDe_.erase(onde);
+        }
+        if (std::erase_if(baixando_, [&m](const ItemTriado& item) { return item.id() == m.id; }) > 0) {
+            baixandoMudou = true;
+        }
+        if (!m.item) {
+            removidos.insert(m.id);
+            identidades_.erase(m.id);
+            continue;
+        }
+        if (m.identidade) {
+            identidades_.insert_or_assign(m.id, *m.identidade);
+        }
+        if (m.baixando) {
+            baixando_.push_back(*m.item);
+            baixandoMudou = true;
+            continue;
+        }
+        const std::string& chave = TriageEngine::chaveDoGrupo(*m.item);
+        auto [lista, nova] = entramEm.try_emplace(chave);
+        if (nova) {
+            ordemDosNovosGrupos.push_back(chave);
+        }
+        lista->second.push_back(*m.item);
+        grupoDe_.insert_or_assign(m.id, chave);
+    }
+
+    // Only the groups touched are made again; the others, and their search keys, stay.
+    std::vector<GrupoOrigem> grupos;
+    std::vector<std::vector<std::string>> chaves;
+    grupos.reserve(grupos_.size() + entramEm.size());
+    chaves.reserve(grupos_.size() + entramEm.size());
+    const auto maisNovoPrimeiro = [](const ItemTriado& a, const ItemTriado& b) {
+        return a.snapshot().chegouEm() > b.snapshot().chegouEm();
+    };
+    const auto refazer = [&](const Origem& origem, const std::vector<ItemTriado>& antigos,
+                             const std::vector<std::string>& chavesAntigas, const std::unordered_set<std::string>* saem,
+                             std::vector<ItemTriado> novos) {
+        // Newest first; an item that came now goes after older ones of the same date, as it
+        // would come later in a scan.
+        std::ranges::stable_sort(novos, maisNovoPrimeiro);
+        std::vector<ItemTriado> itens;
+        std::vector<std::string> chavesDoGrupo;
+        itens.reserve(antigos.size() + novos.size());
+        chavesDoGrupo.reserve(antigos.size() + novos.size());
+        std::size_t n = 0;
+        for (std::size_t i = 0; i < antigos.size(); ++i) {
+            if (saem != nullptr && saem->contains(antigos[i].id())) {
+                continue;
+            }
+            while (n < novos.size() && maisNovoPrimeiro(novos[n], antigos[i])) {
+                chavesDoGrupo.push_back(Texto::chaveDeBusca(novos[n].nome()));
+                itens.push_back(std::move(novos[n++]));
+            }
+            itens.push_back(antigos[i]);
+            chavesDoGrupo.push_back(i < chavesAntigas.size() ? chavesAntigas[i] : Texto::chaveDeBusca(antigos[i].nome()));
+        }
+        for (; n < novos.size(); ++n) {
+            chavesDoGrupo.push_back(Texto::chaveDeBusca(novos[n].nome()));
+            itens.push_back(std::move(novos[n]));
+        }
+        if (!itens.empty()) {
+            grupos.emplace_back(origem, std::move(itens));
+            chaves.push_back(std::move(chavesDoGrupo));
+        }
+    };
+    for (std::size_t g = 0; g < grupos_.size(); ++g) {
+        const std::string& id = grupos_[g].id();
+        const auto saem = saemDe.find(id);
+        const auto entram = entramEm.find(id);
+        if (saem == saemDe.end() && entram == entramEm.end()) {
+            grupos.push_back(std::move(grupos_[g]));
+            chaves.push_back(g < chavesDeBusca_.size() ? std::move(chavesDeBusca_[g]) : std::vector<std::string> {});
+            continue;
+        }
+        std::vector<ItemTriado> novos;
+        if (entram != entramEm.end()) {
+            novos = std::move(entram->second);
+            entramEm.erase(entram);
+        }
+        const std::vector<std::string> semChaves;
+        refazer(grupos_[g].origem(), grupos_[g].itens(), g < chavesDeBusca_.size() ? chavesDeBusca_[g] : semChaves,
+            saem == saemDe.end() ? nullptr : &saem->second, std::move(novos));
+    }
+    for (const std::string& chave : ordemDosNovosGrupos) {
+        const auto entram = entramEm.find(chave);
+        if (entram == entramEm.end()) {
+            continue; // it existed: already made again above
+        }
+        const Origem origem = TriageEngine::origemDoGrupo(entram->second.front());
+        refazer(origem, {}, {}, nullptr, std::move(entram->second));
+    }
+
+    // Largest first, the group without origin last, equal sizes in the order they had; the
+    // search keys follow their groups.
+    std::vector<std::size_t> ordem(grupos.size());
+    std::iota(ordem.begin(), ordem.end(), std::size_t {0});
+    std::ranges::stable_sort(ordem, [&grupos](std::size_t a, std::size_t b) {
+        if (grupos[a].id() == Origem::kChaveSemOrigem) {
+            return false;
+        }
+        if (grupos[b].id() == Origem::kChaveSemOrigem) {
+            return true;
+        }
+        return grupos[a].total() > grupos[b].total();
+    });
+    grupos_.clear();
+    chavesDeBusca_.clear();
+    for (const std::size_t i : ordem) {
+        grupos_.push_back(std::move(grupos[i]));
+        chavesDeBusca_.push_back(std::move(chaves[i]));
+    }
+
+    const bool gruposMudaram = !saemDe.empty() || !ordemDosNovosGrupos.empty();
+    if (gruposMudaram) {
+        Q_EMIT gruposChanged();
+        raioX_.emplace(grupos_);
+        Q_EMIT raioXChanged();
+    }
+    if (baixandoMudou) {
+        Q_EMIT baixandoChanged();
+    }
+    if (!removidos.empty()) {
+        // A file that went away takes its decision with it, as a scan that no longer finds it.
+        const std::size_t antes = decisoes_.size();
+        std::erase_if(decisoes_, [&](const auto& entrada) {
+            if (!removidos.contains(entrada.first)) {
+                return false;
+            }
+            pendentes_.esquecer(entrada.first);
+            return true;
+        });
+        if (decisoes_.size() != antes) {
+            Q_EMIT decisoesChanged();
+            salvarDecisoes();
+        }
+    }
+    Q_EMIT mudancasAplicadas();
+}
+
+} // namespace tarrafa::app
