@@ -104,6 +104,8 @@ public:
     // Whether this window moved the file to the Trash during the session (and it has not come
     // back): "Resolvidos" lists such files, which the folder no longer holds.
     [[nodiscard]] bool estaNaLixeira(const std::string& id) const;
+    // Whether the last scan, or the watcher since, found the entry in the folder.
+    [[nodiscard]] bool estaNaPasta(const std::string& id) const { return identidades_.contains(id); }
     // Brings files this window moved to the Trash back where they were, and back into the
     // inbox; a file whose name is taken stays in the Trash and the message says so.
     void restaurar(const std::vector<std::string>& ids);

@@ -10,6 +10,7 @@
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QScrollBar>
 #include <QMouseEvent>
 
 #include <algorithm>
@@ -86,6 +87,14 @@ void ListaDeArquivos::setItens(std::vector<ItemTriado> itens)
     if (currentIndex().isValid()) {
         atual = arquivos_->item(currentIndex().row()).id();
     }
+    // And the row at the top of the view stays where it is: files arriving above it must not
+    // push what the person is reading out of sight.
+    std::string noTopo;
+    int deslocamento = 0;
+    if (const QModelIndex topo = indexAt(QPoint(1, 1)); topo.isValid() && verticalScrollBar()->value() > 0) {
+        noTopo = arquivos_->item(topo.row()).id();
+        deslocamento = visualRect(topo).top();
+    }
     aplicando_ = true;
     const bool mudou = arquivos_->setItens(std::move(itens));
     aplicando_ = false;
@@ -97,6 +106,11 @@ void ListaDeArquivos::setItens(std::vector<ItemTriado> itens)
         aplicando_ = true;
         selectionModel()->setCurrentIndex(arquivos_->index(*linha), QItemSelectionModel::NoUpdate);
         aplicando_ = false;
+    }
+    if (const auto linha = arquivos_->linhaDe(noTopo)) {
+        doItemsLayout();
+        scrollTo(arquivos_->index(*linha), QAbstractItemView::PositionAtTop);
+        verticalScrollBar()->setValue(verticalScrollBar()->value() - deslocamento);
     }
 }
 

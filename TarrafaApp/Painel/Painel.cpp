@@ -4,6 +4,7 @@
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
+#include "TarrafaApp/Painel/Baixando.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/AvisoDeDesfazer.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
@@ -88,6 +89,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     , faixa_(new FaixaResumo(this))
     , divisor_(divisor(this, QStringLiteral("divisor")))
     , recado_(new Recado(modelo, this))
+    , baixando_(new Baixando(modelo, this))
     , avisoDeDesfazer_(new AvisoDeDesfazer(modelo, this))
     , pilha_(new QStackedWidget(this))
     , erro_(new ConteudoIndisponivel(QStringLiteral("exclamationmark.triangle"),
@@ -145,6 +147,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     pilhaVertical->addWidget(faixa_);
     pilhaVertical->addWidget(divisor_);
     pilhaVertical->addWidget(recado_);
+    pilhaVertical->addWidget(baixando_);
     pilhaVertical->addWidget(pilha_, 1);
     pilhaVertical->addWidget(avisoDeDesfazer_);
 
@@ -153,10 +156,23 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
 
     connect(&modelo_, &Modelo::selecaoChanged, this, &Painel::aoMudarDestino);
     for (auto sinal : {&Modelo::gruposChanged, &Modelo::raioXChanged, &Modelo::carregandoChanged,
-             &Modelo::erroChanged, &Modelo::buscaChanged, &Modelo::decisoesChanged, &Modelo::lixeiraChanged}) {
+             &Modelo::erroChanged, &Modelo::buscaChanged, &Modelo::decisoesChanged, &Modelo::lixeiraChanged,
+             &Modelo::baixandoChanged}) {
         connect(&modelo_, sinal, this, &Painel::agendar);
     }
     connect(selecao_, &Selecao::confirmandoLixeiraChanged, this, &Painel::aoPedirConfirmacao);
+    // A chosen file that left the folder is chosen no more; the others stay chosen.
+    connect(&modelo_, &Modelo::mudancasAplicadas, this, [this] {
+        std::set<std::string> ficam;
+        for (const std::string& id : selecao_->selecionados()) {
+            if (modelo_.estaNaPasta(id) || modelo_.estaNaLixeira(id)) {
+                ficam.insert(id);
+            }
+        }
+        if (ficam.size() != selecao_->selecionados().size()) {
+            selecao_->setSelecionados(std::move(ficam));
+        }
+    });
     // A search narrows the choice to what it leaves on screen: nothing hidden is acted on.
     connect(&modelo_, &Modelo::buscaChanged, this, [this] { estreitarSelecao_ = true; });
     atualizar();
@@ -246,6 +262,10 @@ void Painel::atualizar()
         pilha_->setCurrentWidget(arquivos_);
         break;
     }
+
+    // Downloads under way belong to the inbox; elsewhere they would only be in the way.
+    baixando_->setVisible(destino.caso() == Destino::Caso::entrada && !modelo_.baixando().empty()
+        && conteudo_ != Conteudo::erro);
 
     indicador_->setVisible(modelo_.carregando());
     posicionarIndicador();

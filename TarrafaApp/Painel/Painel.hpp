@@ -28,6 +28,7 @@ class ListaDeGrupos;
 class Modelo;
 class RaioXView;
 class Recado;
+class Baixando;
 class AvisoDeDesfazer;
 class Selecao;
 
@@ -108,6 +109,7 @@ private:
     FaixaResumo* faixa_;
     QFrame* divisor_;
     Recado* recado_;
+    Baixando* baixando_;
     AvisoDeDesfazer* avisoDeDesfazer_;
     QStackedWidget* pilha_;
     ConteudoIndisponivel* erro_;

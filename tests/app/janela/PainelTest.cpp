@@ -6,6 +6,7 @@
 
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
+#include "TarrafaApp/Painel/Baixando.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
@@ -22,6 +23,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <QContextMenuEvent>
 #include <QApplication>
 #include <QPushButton>
@@ -399,6 +401,81 @@ private Q_SLOTS:
         QVERIFY(t.modelo->estaNaLixeira(naLixeira));
         QVERIFY(t.modelo->decisao(naPasta) == Decisao::novo);
         QCOMPARE(t.modelo->decisoes().contains(naLixeira), registradas.contains(naLixeira));
+    }
+
+    void umArquivoQueChegaNaoMexeNaRolagemNemNaSelecaoEUmQueSaiDeixaASelecao()
+    {
+        Downloads cenario;
+        for (int i = 0; i < 80; ++i) {
+            cenario.criar({.nome = "exemplo-" + std::to_string(i) + ".pdf", .origem = kExemplo,
+                .baixadoHaDias = 10.0 + i});
+        }
+        JanelaDeTeste t(cenario);
+        t.modelo->setAoVivo(true);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        auto* lista = painel.findChild<ListaDeArquivos*>();
+        QTRY_COMPARE(lista->model()->rowCount(), 80);
+        QTRY_VERIFY(lista->verticalScrollBar()->maximum() > 0);
+        lista->verticalScrollBar()->setValue(lista->verticalScrollBar()->maximum() / 2);
+        const auto idNoTopo = [lista] {
+            const QModelIndex topo = lista->indexAt(QPoint(1, 1));
+            return topo.isValid() ? lista->itens()[static_cast<std::size_t>(topo.row())].id() : std::string();
+        };
+        const std::string topo = idNoTopo();
+        QVERIFY(!topo.empty());
+        const QModelIndex linhaEscolhida = lista->indexAt(QPoint(1, lista->viewport()->height() / 2));
+        QTest::mouseClick(lista->viewport(), Qt::LeftButton, {}, lista->visualRect(linhaEscolhida).center());
+        const std::string escolhido = lista->itens()[static_cast<std::size_t>(linhaEscolhida.row())].id();
+        auto* selecao = painel.findChild<Selecao*>();
+        QCOMPARE(selecao->selecionados(), std::set<std::string>({escolhido}));
+
+        // A new download of the same origin lands at the top of the group, out of sight.
+        cenario.criar({.nome = "chegou-agora.pdf", .origem = kExemplo});
+        QTRY_COMPARE(lista->model()->rowCount(), 81);
+        QCOMPARE(lista->itens().front().nome(), std::string("chegou-agora.pdf"));
+        QCOMPARE(idNoTopo(), topo);
+        QCOMPARE(selecao->selecionados(), std::set<std::string>({escolhido}));
+        QCOMPARE(t.varreduras->count(), 1); // no scan: the watcher told
+
+        // The chosen file is deleted in the file manager: it leaves the list and the choice.
+        std::filesystem::remove(escolhido);
+        QTRY_COMPARE(lista->model()->rowCount(), 80);
+        QTRY_VERIFY(selecao->selecionados().empty());
+    }
+
+    void downloadEmAndamentoApareceComoBaixandoNaCaixaDeEntrada()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        t.modelo->setAoVivo(true);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        auto* baixando = painel.findChild<Baixando*>();
+        QVERIFY(baixando);
+        QVERIFY(!baixando->isVisible());
+
+        cenario.criar({.nome = "filme.mp4.crdownload", .tamanho = 5'000'000});
+        QTRY_VERIFY(baixando->isVisible());
+        QCOMPARE(baixando->nomes(), QStringList {QStringLiteral("filme.mp4.crdownload")});
+        QCOMPARE(baixando->findChild<QLabel*>(QStringLiteral("estadoBaixando"))->text(), QStringLiteral("Baixando…"));
+        // Not a file of the inbox yet: not counted, not listed, nothing to choose.
+        QCOMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(1));
+        QCOMPARE(t.modelo->raioX()->total(), 1);
+        capturar(*t.janela, QStringLiteral("janela-baixando"));
+
+        // Elsewhere it is not in the way.
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::adiados()));
+        QTRY_VERIFY(!baixando->isVisible());
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::entrada()));
+        QTRY_VERIFY(baixando->isVisible());
+
+        std::filesystem::rename(cenario.pasta() + "/filme.mp4.crdownload", cenario.pasta() + "/filme.mp4");
+        QTRY_VERIFY(!baixando->isVisible());
+        QTRY_COMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
     }
 
     void erroVenceODiagnostico()

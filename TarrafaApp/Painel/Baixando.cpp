@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "TarrafaApp/Painel/Baixando.hpp"
+
+#include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaCore/Escapes.hpp"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace tarrafa::app {
+
+namespace {
+
+// A folder with hundreds of downloads under way is not a thing to list in full above the inbox.
+constexpr int kLinhasNoMaximo = 5;
+
+QLabel* rotulo(const QString& texto, const char* nome, QWidget* pai)
+{
+    auto* r = new QLabel(texto, pai);
+    r->setObjectName(QString::fromLatin1(nome));
+    r->setTextFormat(Qt::PlainText);
+    return r;
+}
+
+} // namespace
+
+Baixando::Baixando(Modelo& modelo, QWidget* parent)
+    : QWidget(parent)
+    , modelo_(modelo)
+    , linhas_(new QVBoxLayout(this))
+{
+    setObjectName(QStringLiteral("baixando"));
+    setAccessibleName(QStringLiteral("Baixando"));
+    linhas_->setContentsMargins(20, 8, 20, 8);
+    linhas_->setSpacing(4);
+    connect(&modelo_, &Modelo::baixandoChanged, this, &Baixando::atualizar);
+    atualizar();
+}
+
+QStringList Baixando::nomes() const
+{
+    QStringList lista;
+    for (const QLabel* nome : findChildren<QLabel*>(QStringLiteral("nomeBaixando"))) {
+        lista.append(nome->text());
+    }
+    return lista;
+}
+
+void Baixando::atualizar()
+{
+    while (QLayoutItem* item = linhas_->takeAt(0)) {
+        if (QWidget* w = item->widget()) {
+            w->deleteLater();
+            w->setObjectName(QString()); // gone from nomes() at once, not at the next turn
+        }
+        delete item;
+    }
+    const std::vector<ItemTriado>& baixando = modelo_.baixando();
+    const QColor secundaria = aparencia::secundaria(palette());
+    int mostrados = 0;
+    for (const ItemTriado& item : baixando) {
+        if (mostrados == kLinhasNoMaximo) {
+            auto* mais = rotulo(QStringLiteral("e mais %1 baixando").arg(baixando.size() - kLinhasNoMaximo),
+                "maisBaixando", this);
+            mais->setFont(aparencia::fonte(aparencia::kLegenda));
+            linhas_->addWidget(mais);
+            break;
+        }
+        auto* linha = new QWidget(this);
+        auto* colunas = new QHBoxLayout(linha);
+        colunas->setContentsMargins(0, 0, 0, 0);
+        colunas->setSpacing(12);
+        auto* nome = rotulo(QString::fromStdString(Escapes::paraJanela(item.nome())), "nomeBaixando", linha);
+        nome->setFont(aparencia::fonte(aparencia::kCorpo));
+        auto* estado = rotulo(QStringLiteral("Baixando…"), "estadoBaixando", linha);
+        estado->setFont(aparencia::fonte(aparencia::kLegenda));
+        QPalette paleta = estado->palette();
+        paleta.setColor(QPalette::WindowText, secundaria);
+        estado->setPalette(paleta);
+        colunas->addWidget(nome, 1);
+        colunas->addWidget(estado, 0);
+        linha->setAccessibleName(nome->text() + QStringLiteral(", baixando"));
+        linhas_->addWidget(linha);
+        ++mostrados;
+    }
+}
+
+} // namespace tarrafa::app
