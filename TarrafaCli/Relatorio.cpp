@@ -5,6 +5,7 @@
 #include "TarrafaCore/Escapes.hpp"
 
 #include "TarrafaCore/Apresentacao.hpp"
+#include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Formato.hpp"
 #include "TarrafaCore/Origem.hpp"
@@ -15,6 +16,7 @@
 #include <nlohmann/json.hpp>
 
 #include <optional>
+#include <unordered_set>
 #include <string_view>
 #include <utility>
 
@@ -78,10 +80,33 @@ nlohmann::ordered_json jsonDoItem(const ItemTriado& i)
     };
 }
 
+namespace {
+
+// Downloads still arriving are not the person's files yet: apart from the groups and the
+// diagnostics, as in the window.
+std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
+{
+    std::unordered_set<std::string> nomes;
+    for (const FileSnapshot& s : snapshots) {
+        nomes.insert(s.nome());
+    }
+    const auto existe = [&nomes](const std::string& nome) { return nomes.contains(nome); };
+    std::vector<FileSnapshot> baixando;
+    std::vector<FileSnapshot> arquivos;
+    for (FileSnapshot& s : snapshots) {
+        (EmAndamento::baixando(s.nome(), !s.ehPasta(), s.tamanho(), existe) ? baixando : arquivos).push_back(std::move(s));
+    }
+    snapshots = std::move(arquivos);
+    return baixando;
+}
+
+} // namespace
+
 Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
     Date agora)
     : pasta_(std::move(pasta))
     , appsInstalados_(std::move(appsInstalados))
+    , baixando_(separarBaixando(snapshots))
     , grupos_(TriageEngine(appsInstalados_).triar(snapshots))
     , raioX_(snapshots, grupos_, agora)
 {
@@ -96,6 +121,13 @@ Relatorio Relatorio::de(const std::string& pasta)
 std::string Relatorio::comoTexto() const
 {
     std::string saida;
+    if (!baixando_.empty()) {
+        saida.append("Baixando…\n");
+        for (const FileSnapshot& s : baixando_) {
+            saida.append("  ").append(Escapes::paraTerminal(s.nome())).append("\n");
+        }
+        saida.append("\n");
+    }
     for (const GrupoOrigem& g : grupos_) {
         saida.append(Escapes::paraTerminal(g.origem().rotulo()))
             .append(kSeparador)
@@ -155,10 +187,15 @@ std::string Relatorio::comoJson() const
         {"agrupamentoSeSustenta", r.agrupamentoSeSustenta()},
         {"leitura", leitura(r)},
     };
+    Json baixando = Json::array();
+    for (const FileSnapshot& s : baixando_) {
+        baixando.push_back(Json {{"id", texto(s.id())}, {"nome", texto(s.nome())}, {"tamanho", s.tamanho()}});
+    }
     const Json raiz {
         {"pasta", texto(pasta_)},
         {"appsInstalados", std::move(apps)},
         {"grupos", std::move(grupos)},
+        {"baixando", std::move(baixando)},
         {"raioX", std::move(raioX)},
     };
     // Every string was repaired above; replace is only a second guard.

@@ -26,6 +26,8 @@ public:
     [[nodiscard]] const std::string& pasta() const noexcept { return pasta_; }
     [[nodiscard]] const std::set<std::string>& appsInstalados() const noexcept { return appsInstalados_; }
     [[nodiscard]] const std::vector<GrupoOrigem>& grupos() const noexcept { return grupos_; }
+    // Downloads still arriving, left out of the groups and the diagnostics.
+    [[nodiscard]] const std::vector<FileSnapshot>& baixando() const noexcept { return baixando_; }
     [[nodiscard]] const RaioX& raioX() const noexcept { return raioX_; }
 
     // The inbox in Portuguese, as the window lists it, then the diagnostics paragraph.
@@ -36,6 +38,7 @@ public:
 private:
     std::string pasta_;
     std::set<std::string> appsInstalados_;
+    std::vector<FileSnapshot> baixando_;
     std::vector<GrupoOrigem> grupos_;
     RaioX raioX_;
 };

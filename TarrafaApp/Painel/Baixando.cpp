@@ -9,6 +9,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include <unordered_set>
+
 namespace tarrafa::app {
 
 namespace {
@@ -57,7 +59,17 @@ void Baixando::atualizar()
         }
         delete item;
     }
-    const std::vector<ItemTriado>& baixando = modelo_.baixando();
+    // Firefox's empty placeholder and its ".part" are one download: one row, the partial file's.
+    std::unordered_set<std::string> nomes;
+    for (const ItemTriado& item : modelo_.baixando()) {
+        nomes.insert(item.nome());
+    }
+    std::vector<ItemTriado> baixando;
+    for (const ItemTriado& item : modelo_.baixando()) {
+        if (!nomes.contains(item.nome() + ".part")) {
+            baixando.push_back(item);
+        }
+    }
     const QColor secundaria = aparencia::secundaria(palette());
     int mostrados = 0;
     for (const ItemTriado& item : baixando) {

@@ -393,3 +393,49 @@ TEST_F(CliDecidir, LixeiraOfAFileNotInTheFolderMovesNothing)
 
 } // namespace
 } // namespace tarrafa
+
+namespace tarrafa {
+namespace {
+
+TEST_F(CliDecidir, ADownloadUnderWayIsNeitherDecidedNorMoved)
+{
+    escrever(casa_ / "Downloads/filme.mp4.crdownload", "parte");
+    escrever(casa_ / "Downloads/aula.webm", "");
+    escrever(casa_ / "Downloads/aula.webm.part", "parte");
+    const Execucao adiar = rodar("adiar a.pdf filme.mp4.crdownload");
+    EXPECT_EQ(adiar.status, 1);
+    EXPECT_EQ(adiar.erros,
+        "tarrafa-cli: filme.mp4.crdownload: ainda está sendo baixado; espere o download terminar\n"
+        "tarrafa-cli: nenhuma decisão foi anotada\n");
+    EXPECT_FALSE(std::filesystem::exists(casa_ / ".local/share/Tarrafa/decisoes.json"));
+    const Execucao lixeira = rodar("lixeira aula.webm");
+    EXPECT_EQ(lixeira.status, 1);
+    EXPECT_EQ(lixeira.erros,
+        "tarrafa-cli: aula.webm: ainda está sendo baixado; espere o download terminar\n"
+        "tarrafa-cli: nada foi movido\n");
+    EXPECT_TRUE(std::filesystem::exists(casa_ / "Downloads/aula.webm"));
+}
+
+TEST_F(CliDecidir, TheReportKeepsDownloadsUnderWayApart)
+{
+    escrever(casa_ / "Downloads/filme.mp4.crdownload", "parte");
+    const std::string downloads = casa_ / "Downloads";
+    const Execucao json = executar("--json '" + downloads + "'", casa_.caminho());
+    ASSERT_EQ(json.status, 0) << json.erros;
+    const Json raiz = Json::parse(json.saida);
+    ASSERT_EQ(raiz["baixando"].size(), 1U);
+    EXPECT_EQ(raiz["baixando"][0]["nome"], "filme.mp4.crdownload");
+    EXPECT_EQ(raiz["baixando"][0]["id"], downloads + "/filme.mp4.crdownload");
+    EXPECT_EQ(raiz["raioX"]["total"], 3); // a.pdf, b c.pdf, fotos
+    for (const Json& grupo : raiz["grupos"]) {
+        for (const Json& item : grupo["itens"]) {
+            EXPECT_NE(item["nome"], "filme.mp4.crdownload");
+        }
+    }
+    const Execucao texto = executar("'" + downloads + "'", casa_.caminho());
+    ASSERT_EQ(texto.status, 0);
+    EXPECT_TRUE(texto.saida.starts_with("Baixando…\n  filme.mp4.crdownload\n\n")) << texto.saida;
+}
+
+} // namespace
+} // namespace tarrafa

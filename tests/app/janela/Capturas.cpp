@@ -15,6 +15,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QPainter>
@@ -191,6 +192,7 @@ int main(int argc, char* argv[])
         {cenario.pasta() + "/declaracao-irpf-2025.pdf", "resolvido"}});
 
     JanelaDeTeste t(cenario);
+    t.modelo->setAoVivo(true); // as the application runs: downloads under way show by themselves
     t.janela->resize(1120, 720);
     if (!t.abrir()) {
         std::fprintf(stderr, "a varredura não terminou\n");
@@ -268,6 +270,26 @@ int main(int argc, char* argv[])
 
     mostrar(Destino::raioX());
     ok = salvar(t.janela->grab(), saida, "raio-x.png") && ok;
+
+    // Two downloads under way (Chromium's, and Firefox's pair of files), then done.
+    cenario.criar({.nome = "Apresentação do trimestre.pptx.crdownload", .tamanho = 3'400'000});
+    cenario.criar({.nome = "aula-gravada.mp4", .tamanho = 0});
+    cenario.criar({.nome = "aula-gravada.mp4.part", .tamanho = 180'000'000});
+    const auto esperarBaixando = [&](std::size_t quantos) {
+        QDeadlineTimer prazo(10000);
+        while (t.modelo->baixando().size() != quantos && !prazo.hasExpired()) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        }
+        return t.modelo->baixando().size() == quantos;
+    };
+    mostrar(Destino::entrada());
+    ok = esperarBaixando(3) && ok;
+    mostrar(Destino::entrada());
+    ok = salvar(t.janela->grab(), saida, "baixando.png") && ok;
+    for (const char* nome : {"Apresentação do trimestre.pptx.crdownload", "aula-gravada.mp4", "aula-gravada.mp4.part"}) {
+        QFile::remove(QString::fromStdString(cenario.pasta() + "/" + nome));
+    }
+    ok = esperarBaixando(0) && ok;
 
     // The two placeholders: a search that finds nothing, then a folder that cannot be read.
     mostrar(Destino::entrada());
