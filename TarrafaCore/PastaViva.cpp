@@ -64,28 +64,29 @@ bool PastaViva::existe(const std::string& nome) const
     return porNome_.contains(nome);
 }
 
-int PastaViva::mesmaSerie(const std::string& nome) const
+int PastaViva::mesmaSerie(const std::string& chave) const
 {
-    const auto achada = series_.find(SeriesDetector::chave(nome));
+    const auto achada = series_.find(chave);
     return achada == series_.end() ? 1 : std::max(1, static_cast<int>(achada->second.size()));
 }
 
-void PastaViva::contarSerie(const std::string& nome, int delta, std::set<std::string>& mudadas)
+void PastaViva::contarSerie(const std::string& chave, const std::string& nome, int delta, std::set<std::string>* mudadas)
 {
-    std::string chave = SeriesDetector::chave(nome);
-    std::set<std::string>& membros = series_[chave];
+    std::vector<std::string>& membros = series_[chave];
     if (delta > 0) {
-        membros.insert(nome);
+        membros.push_back(nome);
     } else {
-        membros.erase(nome);
+        std::erase(membros, nome);
     }
     if (membros.empty()) {
         series_.erase(chave);
     }
-    mudadas.insert(std::move(chave));
+    if (mudadas != nullptr) {
+        mudadas->insert(chave);
+    }
 }
 
-ItemTriado PastaViva::triar(const Leitura& completa, bool baixando) const
+ItemTriado PastaViva::triar(const Leitura& completa, bool baixando, const std::string& serie) const
 {
     FileSnapshot snapshot = PastaScanner::snapshotDe(completa);
     if (baixando) {
@@ -93,30 +94,32 @@ ItemTriado PastaViva::triar(const Leitura& completa, bool baixando) const
         ItemTriado triado = triagem_.triarUm(snapshot, 1);
         return ItemTriado(std::move(snapshot), triado.origem(), {});
     }
-    return triagem_.triarUm(snapshot, mesmaSerie(completa.nome));
+    return triagem_.triarUm(snapshot, mesmaSerie(serie));
 }
 
-void PastaViva::completar(std::vector<Leitura>& lidas) const
+std::vector<std::optional<Leitura>> PastaViva::completar(const std::vector<Leitura>& lidas) const
 {
+    std::vector<std::optional<Leitura>> completadas(lidas.size());
     const std::vector<RegistroDeDownload>& registros = historico_.registros();
     if (registros.empty()) {
-        return;
+        return completadas;
     }
-    // Matched among every regular entry, not only the new ones: a record one file claims by
-    // its path, or that two files could claim by size and time, is no other file's.
-    std::unordered_set<std::string> novos;
+    // Matched among every regular entry, not only these: a record one file claims by its
+    // path, or that two files could claim by size and time, is no other file's.
+    std::unordered_set<std::string> estes;
     std::vector<CasamentoDeDownloads::Arquivo> arquivos;
-    std::vector<Leitura*> deQual;
-    for (Leitura& lida : lidas) {
-        novos.insert(lida.nome);
+    std::vector<std::size_t> deQual;
+    for (std::size_t i = 0; i < lidas.size(); ++i) {
+        const Leitura& lida = lidas[i];
+        estes.insert(lida.nome);
         if (lida.ehRegular) {
             arquivos.push_back({lida.nome, lida.tamanho, lida.nascimento, lida.modificacao, lida.origens.empty()});
-            deQual.push_back(&lida);
+            deQual.push_back(i);
         }
     }
     for (const auto& [nome, registro] : porNome_) {
         const Leitura& p = registro.propria;
-        if (p.ehRegular && !novos.contains(nome)) {
+        if (p.ehRegular && !estes.contains(nome)) {
             arquivos.push_back({p.nome, p.tamanho, p.nascimento, p.modificacao, p.origens.empty()});
         }
     }
@@ -124,9 +127,12 @@ void PastaViva::completar(std::vector<Leitura>& lidas) const
         = CasamentoDeDownloads::casar(CasamentoDeDownloads::resolver(raiz_), arquivos, registros);
     for (std::size_t k = 0; k < deQual.size(); ++k) {
         if (achados[k] != nullptr) {
-            PastaScanner::completarCom(*deQual[k], *achados[k]);
+            Leitura completa = lidas[deQual[k]];
+            PastaScanner::completarCom(completa, *achados[k]);
+            completadas[deQual[k]] = std::move(completa);
         }
     }
+    return completadas;
 }
 
 PastaViva::Atualizacao PastaViva::varrerTudo()
@@ -162,38 +168,44 @@ PastaViva::Atualizacao PastaViva::varrerTudo()
     // Everything read again: what was known is compared to it, entry by entry.
     std::unordered_map<std::string, Registro> antigos = std::exchange(porNome_, {});
     series_.clear();
+    porNome_.reserve(lidas.size());
+    series_.reserve(lidas.size());
     std::unordered_set<std::string> atuais;
+    atuais.reserve(lidas.size());
     for (const Leitura& lida : lidas) {
         atuais.insert(lida.nome);
     }
-    std::vector<Leitura> completas = lidas;
-    completar(completas);
-    std::vector<bool> baixando(completas.size());
-    std::set<std::string> ignoradas;
-    for (std::size_t i = 0; i < completas.size(); ++i) {
-        const Leitura& c = completas[i];
+    // Completed copies only where a browser's record adds something; the rest are their own.
+    std::vector<std::optional<Leitura>> completadas = completar(lidas);
+    std::vector<bool> baixando(lidas.size());
+    std::vector<std::string> series(lidas.size());
+    for (std::size_t i = 0; i < lidas.size(); ++i) {
+        const Leitura& c = completadas[i] ? *completadas[i] : lidas[i];
         baixando[i] = EmAndamento::baixando(
             c.nome, c.ehRegular, c.tamanho, [&atuais](const std::string& nome) { return atuais.contains(nome); });
         if (!baixando[i]) {
-            contarSerie(c.nome, +1, ignoradas);
+            series[i] = SeriesDetector::chave(c.nome);
+            contarSerie(series[i], c.nome, +1, nullptr); // a full read re-triages everything anyway
         }
     }
-    for (std::size_t i = 0; i < completas.size(); ++i) {
-        const Leitura& completa = completas[i];
+    for (std::size_t i = 0; i < lidas.size(); ++i) {
+        const Leitura& completa = completadas[i] ? *completadas[i] : lidas[i];
         const auto antigo = antigos.find(completa.nome);
-        Registro registro {std::move(lidas[i]), triar(completa, baixando[i]), baixando[i],
-            antigo == antigos.end() ? proximaOrdem_++ : antigo->second.ordem};
+        ItemTriado item = triar(completa, baixando[i], series[i]);
         if (antigo == antigos.end()) {
             atualizacao.mudancas.push_back(
-                {Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando, registro.propria.identidade});
-        } else if (!(antigo->second.item == registro.item) || antigo->second.baixando != registro.baixando
-                   || !mesmaEntrada(antigo->second.propria, registro.propria)) {
-            const bool achouOrigem = antigo->second.item.snapshot().origens().empty()
-                && !registro.item.snapshot().origens().empty();
+                {Evento::adicionado, completa.id, completa.nome, item, baixando[i], completa.identidade});
+        } else if (!(antigo->second.item == item) || antigo->second.baixando != baixando[i]
+                   || !mesmaEntrada(antigo->second.propria, lidas[i])) {
+            const bool achouOrigem
+                = antigo->second.item.snapshot().origens().empty() && !item.snapshot().origens().empty();
             atualizacao.mudancas.push_back({achouOrigem ? Evento::origemEncontrada : Evento::alterado, completa.id,
-                completa.nome, registro.item, registro.baixando, registro.propria.identidade});
+                completa.nome, item, baixando[i], completa.identidade});
         }
-        porNome_.insert_or_assign(completa.nome, std::move(registro));
+        const std::uint64_t ordem = antigo == antigos.end() ? proximaOrdem_++ : antigo->second.ordem;
+        std::string nome = lidas[i].nome;
+        porNome_.insert_or_assign(std::move(nome),
+            Registro {std::move(lidas[i]), std::move(item), baixando[i], ordem, std::move(series[i])});
     }
     for (const auto& [nome, registro] : antigos) {
         if (!porNome_.contains(nome)) {
@@ -238,12 +250,8 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             nomes.insert(std::move(*final));
         }
     }
-
-    bool historicoNovo = false;
     if (lote.historicos) {
-        HistoricoDeNavegadores lido = HistoricoDeNavegadores::ler(bancos_, parar_);
-        historicoNovo = true;
-        historico_ = std::move(lido);
+        historico_ = HistoricoDeNavegadores::ler(bancos_, parar_);
     }
 
     std::vector<Leitura> lidas = scanner_.ler(raiz_, std::vector<std::string>(nomes.begin(), nomes.end()));
@@ -260,9 +268,10 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             continue;
         }
         if (!antigo->second.baixando) {
-            contarSerie(nome, -1, seriesMudadas);
+            contarSerie(antigo->second.serie, nome, -1, &seriesMudadas);
         }
-        atualizacao.mudancas.push_back({Evento::removido, antigo->second.propria.id, nome, std::nullopt, antigo->second.baixando, std::nullopt});
+        atualizacao.mudancas.push_back(
+            {Evento::removido, antigo->second.propria.id, nome, std::nullopt, antigo->second.baixando, std::nullopt});
         porNome_.erase(antigo);
     }
 
@@ -276,40 +285,41 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             continue;
         }
         if (!antigo->second.baixando) {
-            contarSerie(lida.nome, -1, seriesMudadas);
+            contarSerie(antigo->second.serie, lida.nome, -1, &seriesMudadas);
         }
         anteriores.emplace_back(std::move(antigo->second));
         porNome_.erase(antigo);
     }
-    std::vector<Leitura> completas = lidas;
-    completar(completas);
+    std::vector<std::optional<Leitura>> completadas = completar(lidas);
     const auto existeAgora = [this, &presentes](const std::string& nome) {
         return presentes.contains(nome) || existe(nome);
     };
-    std::vector<bool> baixando(completas.size());
-    for (std::size_t i = 0; i < completas.size(); ++i) {
-        const Leitura& c = completas[i];
+    std::vector<bool> baixando(lidas.size());
+    std::vector<std::string> series(lidas.size());
+    for (std::size_t i = 0; i < lidas.size(); ++i) {
+        const Leitura& c = lidas[i];
         baixando[i] = EmAndamento::baixando(c.nome, c.ehRegular, c.tamanho, existeAgora);
         if (!baixando[i]) {
-            contarSerie(c.nome, +1, seriesMudadas);
+            series[i] = SeriesDetector::chave(c.nome);
+            contarSerie(series[i], c.nome, +1, &seriesMudadas);
         }
     }
     std::unordered_set<std::string> relatados;
-    for (std::size_t i = 0; i < completas.size(); ++i) {
-        const Leitura& completa = completas[i];
+    for (std::size_t i = 0; i < lidas.size(); ++i) {
+        const Leitura& completa = completadas[i] ? *completadas[i] : lidas[i];
         const std::optional<Registro>& antes = anteriores[i];
-        Registro registro {std::move(lidas[i]), triar(completa, baixando[i]), baixando[i],
-            antes ? antes->ordem : proximaOrdem_++};
+        ItemTriado item = triar(completa, baixando[i], series[i]);
         relatados.insert(completa.nome);
         if (!antes) {
             atualizacao.mudancas.push_back(
-                {Evento::adicionado, completa.id, completa.nome, registro.item, registro.baixando, registro.propria.identidade});
-        } else if (!(antes->item == registro.item) || antes->baixando != registro.baixando
-                   || !mesmaEntrada(antes->propria, registro.propria)) {
+                {Evento::adicionado, completa.id, completa.nome, item, baixando[i], completa.identidade});
+        } else if (!(antes->item == item) || antes->baixando != baixando[i] || !mesmaEntrada(antes->propria, lidas[i])) {
             atualizacao.mudancas.push_back(
-                {Evento::alterado, completa.id, completa.nome, registro.item, registro.baixando, registro.propria.identidade});
+                {Evento::alterado, completa.id, completa.nome, item, baixando[i], completa.identidade});
         }
-        porNome_.insert_or_assign(completa.nome, std::move(registro));
+        std::string nome = lidas[i].nome;
+        porNome_.insert_or_assign(std::move(nome), Registro {std::move(lidas[i]), std::move(item), baixando[i],
+                                                       antes ? antes->ordem : proximaOrdem_++, std::move(series[i])});
     }
 
     // Entries not named whose verdict still moved: a history that now knows where they came
@@ -324,23 +334,23 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             }
         }
     }
-    if (historicoNovo) {
+    if (lote.historicos) {
         std::vector<Leitura> semOrigem;
         for (const auto& [nome, registro] : porNome_) {
             if (!relatados.contains(nome) && registro.item.snapshot().origens().empty() && registro.propria.ehRegular) {
                 semOrigem.push_back(registro.propria);
             }
         }
-        completar(semOrigem);
-        for (Leitura& completa : semOrigem) {
-            if (completa.origens.empty()) {
+        const std::vector<std::optional<Leitura>> achadas = completar(semOrigem);
+        for (const std::optional<Leitura>& completa : achadas) {
+            if (!completa || completa->origens.empty()) {
                 continue;
             }
-            Registro& registro = porNome_.at(completa.nome);
-            registro.item = triar(completa, registro.baixando);
-            outros.erase(completa.nome);
-            relatados.insert(completa.nome);
-            atualizacao.mudancas.push_back({Evento::origemEncontrada, completa.id, completa.nome, registro.item,
+            Registro& registro = porNome_.at(completa->nome);
+            registro.item = triar(*completa, registro.baixando, registro.serie);
+            outros.erase(completa->nome);
+            relatados.insert(completa->nome);
+            atualizacao.mudancas.push_back({Evento::origemEncontrada, completa->id, completa->nome, registro.item,
                 registro.baixando, registro.propria.identidade});
         }
     }
@@ -349,9 +359,8 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
         if (registro.baixando) {
             continue;
         }
-        std::vector<Leitura> uma {registro.propria};
-        completar(uma);
-        ItemTriado novo = triar(uma.front(), false);
+        const std::vector<std::optional<Leitura>> completada = completar({registro.propria});
+        ItemTriado novo = triar(completada.front() ? *completada.front() : registro.propria, false, registro.serie);
         if (!(novo == registro.item)) {
             registro.item = std::move(novo);
             atualizacao.mudancas.push_back(

@@ -77,16 +77,19 @@ private:
         ItemTriado item;
         bool baixando = false;
         std::uint64_t ordem = 0;
+        std::string serie; // its series key, made once
     };
 
     [[nodiscard]] std::vector<const Registro*> emOrdem(bool baixando) const;
-    // Fills the histories' records into the given readings (matched among every regular
-    // entry known and given).
-    void completar(std::vector<PastaScanner::Leitura>& lidas) const;
+    // The readings the histories' records add to (matched among every regular entry known and
+    // given), completed; none where no record speaks for the entry.
+    [[nodiscard]] std::vector<std::optional<PastaScanner::Leitura>> completar(
+        const std::vector<PastaScanner::Leitura>& lidas) const;
     [[nodiscard]] bool existe(const std::string& nome) const;
-    [[nodiscard]] ItemTriado triar(const PastaScanner::Leitura& completa, bool baixando) const;
-    void contarSerie(const std::string& nome, int delta, std::set<std::string>& mudadas);
-    [[nodiscard]] int mesmaSerie(const std::string& nome) const;
+    [[nodiscard]] ItemTriado triar(const PastaScanner::Leitura& completa, bool baixando, const std::string& serie) const;
+    // Counts the entry in (or out of) its series, noting the key in mudadas when given.
+    void contarSerie(const std::string& chave, const std::string& nome, int delta, std::set<std::string>* mudadas);
+    [[nodiscard]] int mesmaSerie(const std::string& chave) const;
 
     std::string raiz_;
     std::stop_token parar_;
@@ -95,8 +98,8 @@ private:
     std::vector<HistoricoDeNavegadores::Banco> bancos_;
     HistoricoDeNavegadores historico_;
     std::unordered_map<std::string, Registro> porNome_;
-    // Series key -> the ordinary entries sharing it.
-    std::unordered_map<std::string, std::set<std::string>> series_;
+    // Series key -> the names of the ordinary entries sharing it (almost always one).
+    std::unordered_map<std::string, std::vector<std::string>> series_;
     std::uint64_t proximaOrdem_ = 0;
 };
 

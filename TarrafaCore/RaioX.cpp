@@ -23,14 +23,12 @@ constexpr double kSegundosPorDia = 86400.0;
     std::abort();
 }
 
-// Over the snapshots themselves or references to them.
-template <typename Itens, typename Predicado> int contar(const Itens& itens, Predicado predicado)
+template <typename Predicado> int contar(const std::vector<FileSnapshot>& itens, Predicado predicado)
 {
-    return static_cast<int>(
-        std::ranges::count_if(itens, [&predicado](const FileSnapshot& s) { return predicado(s); }));
+    return static_cast<int>(std::ranges::count_if(itens, predicado));
 }
 
-template <typename Itens> std::int64_t somarTamanhos(const Itens& itens)
+std::int64_t somarTamanhos(const std::vector<FileSnapshot>& itens)
 {
     std::int64_t soma = 0;
     for (const FileSnapshot& item : itens) {
@@ -54,7 +52,7 @@ int diasInteiros(double segundos)
     return static_cast<int>(std::clamp(dias, kMenor, kMaior));
 }
 
-template <typename Itens> int maisAntigoEmDias(const Itens& itens, Date agora)
+int maisAntigoEmDias(const std::vector<FileSnapshot>& itens, Date agora)
 {
     std::optional<int> maior;
     for (const FileSnapshot& item : itens) {
@@ -117,32 +115,40 @@ RaioX::RaioX(const std::vector<FileSnapshot>& itens, const std::vector<GrupoOrig
 }
 
 RaioX::RaioX(const std::vector<GrupoOrigem>& grupos, Date agora)
-    : RaioX(DeReferencias {}, snapshotsDe(grupos), grupos, agora)
+    : RaioX(dosGrupos(grupos, agora))
 {
 }
 
-std::vector<std::reference_wrapper<const FileSnapshot>> RaioX::snapshotsDe(const std::vector<GrupoOrigem>& grupos)
+RaioX RaioX::dosGrupos(const std::vector<GrupoOrigem>& grupos, Date agora)
 {
-    std::vector<std::reference_wrapper<const FileSnapshot>> todos;
+    // One pass over the items. An opaque name is read off the item's badge, which triage
+    // gave it from the same analysis; only screenshots, which never carry that badge, are
+    // looked at by name: a live folder recomputes this on every change.
+    int total = 0;
+    std::int64_t bytes = 0;
+    int nuncaAbertos = 0;
+    int nomesOpacos = 0;
+    int comOrigem = 0;
+    std::optional<int> maisAntigo;
     for (const GrupoOrigem& grupo : grupos) {
         for (const ItemTriado& item : grupo.itens()) {
-            todos.emplace_back(item.snapshot());
+            const FileSnapshot& s = item.snapshot();
+            ++total;
+            if (__builtin_add_overflow(bytes, s.tamanho(), &bytes)) {
+                parar("the total size of the folder overflows a 64-bit count");
+            }
+            nuncaAbertos += s.nuncaReaberto() ? 1 : 0;
+            const bool opaco = s.ehScreenshot() ? NameAnalyzer::ehOpaco(s.nome())
+                                                : std::ranges::find(item.selos(), Selo::nomeOpaco()) != item.selos().end();
+            nomesOpacos += opaco ? 1 : 0;
+            comOrigem += s.origens().empty() ? 0 : 1;
+            const int dias = diasInteiros(agora - s.chegouEm());
+            maisAntigo = std::max(maisAntigo.value_or(dias), dias);
         }
     }
-    return todos;
-}
-
-RaioX::RaioX(DeReferencias /*tag*/, const std::vector<std::reference_wrapper<const FileSnapshot>>& itens,
-    const std::vector<GrupoOrigem>& grupos, Date agora)
-    : total_(static_cast<int>(itens.size()))
-    , bytes_(somarTamanhos(itens))
-    , nuncaAbertos_(contar(itens, [](const FileSnapshot& s) { return s.nuncaReaberto(); }))
-    , nomesOpacos_(contar(itens, [](const FileSnapshot& s) { return NameAnalyzer::ehOpaco(s.nome()); }))
-    , comOrigem_(contar(itens, [](const FileSnapshot& s) { return !s.origens().empty(); }))
-    , origensDistintas_(static_cast<int>(tamanhosComOrigem(grupos).size()))
-    , concentracaoTop3_(tarrafa::concentracaoTop3(tamanhosComOrigem(grupos), comOrigem_))
-    , maisAntigoEmDias_(tarrafa::maisAntigoEmDias(itens, agora))
-{
+    const std::vector<int> tamanhos = tamanhosComOrigem(grupos);
+    return RaioX(total, bytes, nuncaAbertos, nomesOpacos, comOrigem, static_cast<int>(tamanhos.size()),
+        tarrafa::concentracaoTop3(tamanhos, comOrigem), maisAntigo.value_or(0));
 }
 
 int RaioX::pct(int quantidade) const

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <string>
-#include <functional>
 #include <vector>
 
 namespace tarrafa {
@@ -51,10 +50,7 @@ public:
     [[nodiscard]] int pct(int quantidade) const;
 
 private:
-    struct DeReferencias {};
-    RaioX(DeReferencias, const std::vector<std::reference_wrapper<const FileSnapshot>>& itens,
-        const std::vector<GrupoOrigem>& grupos, Date agora);
-    static std::vector<std::reference_wrapper<const FileSnapshot>> snapshotsDe(const std::vector<GrupoOrigem>& grupos);
+    [[nodiscard]] static RaioX dosGrupos(const std::vector<GrupoOrigem>& grupos, Date agora);
 
     int total_;
     std::int64_t bytes_;

@@ -116,8 +116,9 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
     const auto maisNovoPrimeiro = [](const ItemTriado& a, const ItemTriado& b) {
         return a.snapshot().chegouEm() > b.snapshot().chegouEm();
     };
+    // The old keys are moved, not copied: a group may hold most of a large folder.
     const auto refazer = [&](const Origem& origem, const std::vector<ItemTriado>& antigos,
-                             const std::vector<std::string>& chavesAntigas, const std::unordered_set<std::string>* saem,
+                             std::vector<std::string>& chavesAntigas, const std::unordered_set<std::string>* saem,
                              std::vector<ItemTriado> novos) {
         // Newest first; an item that came now goes after older ones of the same date, as it
         // would come later in a scan.
@@ -136,7 +137,8 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
                 itens.push_back(std::move(novos[n++]));
             }
             itens.push_back(antigos[i]);
-            chavesDoGrupo.push_back(i < chavesAntigas.size() ? chavesAntigas[i] : Texto::chaveDeBusca(antigos[i].nome()));
+            chavesDoGrupo.push_back(
+                i < chavesAntigas.size() ? std::move(chavesAntigas[i]) : Texto::chaveDeBusca(antigos[i].nome()));
         }
         for (; n < novos.size(); ++n) {
             chavesDoGrupo.push_back(Texto::chaveDeBusca(novos[n].nome()));
@@ -161,7 +163,7 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
             novos = std::move(entram->second);
             entramEm.erase(entram);
         }
-        const std::vector<std::string> semChaves;
+        std::vector<std::string> semChaves;
         refazer(grupos_[g].origem(), grupos_[g].itens(), g < chavesDeBusca_.size() ? chavesDeBusca_[g] : semChaves,
             saem == saemDe.end() ? nullptr : &saem->second, std::move(novos));
     }
@@ -171,7 +173,8 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
             continue; // it existed: already made again above
         }
         const Origem origem = TriageEngine::origemDoGrupo(entram->second.front());
-        refazer(origem, {}, {}, nullptr, std::move(entram->second));
+        std::vector<std::string> nenhuma;
+        refazer(origem, {}, nenhuma, nullptr, std::move(entram->second));
     }
 
     // Largest first, the group without origin last, equal sizes in the order they had; the

@@ -304,10 +304,14 @@ void Modelo::aplicar(Varredura resultado)
         Q_EMIT baixandoChanged();
     }
     Q_EMIT gruposChanged();
-    raioX_.emplace(resultado.snapshots, grupos_);
+    // Every file triage saw is in a group: the diagnostics need nothing else.
+    raioX_.emplace(grupos_);
     Q_EMIT raioXChanged();
     std::unordered_set<std::string> existentes;
-    existentes.reserve(resultado.snapshots.size());
+    existentes.reserve(identidades_.size() + resultado.snapshots.size());
+    for (const auto& [id, identidade] : identidades_) {
+        existentes.insert(id);
+    }
     for (const FileSnapshot& snapshot : resultado.snapshots) {
         existentes.insert(snapshot.id());
     }
@@ -653,12 +657,6 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
             return falhou;
         }
         std::vector<GrupoOrigem> grupos = viva->grupos();
-        std::vector<FileSnapshot> snapshots;
-        for (const GrupoOrigem& grupo : grupos) {
-            for (const ItemTriado& item : grupo.itens()) {
-                snapshots.push_back(item.snapshot());
-            }
-        }
         std::vector<std::vector<std::string>> chaves;
         chaves.reserve(grupos.size());
         for (const GrupoOrigem& grupo : grupos) {
@@ -669,7 +667,6 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
             }
         }
         Varredura varredura;
-        varredura.snapshots = std::move(snapshots);
         varredura.identidades = viva->identidades();
         varredura.grupos = std::move(grupos);
         varredura.chavesDeBusca = std::move(chaves);

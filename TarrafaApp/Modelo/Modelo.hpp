@@ -125,6 +125,8 @@ public:
     // What one background scan hands back: the snapshots and their groups, or why the folder
     // could not be read.
     struct Varredura {
+        // Files a made-up scan (a test's) says exist without giving their identities; a real
+        // scan leaves it empty, its identities naming every entry.
         std::vector<FileSnapshot> snapshots;
         std::unordered_map<std::string, Identidade> identidades;
         std::vector<GrupoOrigem> grupos;

@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include <ctime>
 #include <fcntl.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -139,6 +140,14 @@ Resumo resumir(std::vector<double> tempos)
 double ms(const QElapsedTimer& relogio)
 {
     return static_cast<double>(relogio.nsecsElapsed()) / 1e6;
+}
+
+// CPU time this thread has used, in milliseconds.
+double cpuDoFio()
+{
+    timespec t {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) / 1e6;
 }
 
 } // namespace
@@ -255,6 +264,48 @@ int main(int argc, char* argv[])
     std::printf("\"Adiar\" em %zu linhas selecionadas até a tela pintada, mediana de %d:\n", linhas, repeticoes);
     mostrar("  Adiar", adiando);
     mostrar("  Ctrl+Z", desfazendo);
+
+    // The live folder: one file written and closed, to the model updated by the watcher (a
+    // quarter of a second of calm included) and to the inbox painted; and what that update
+    // cost the interface thread.
+    busca.clear();
+    EsperaPintura(grupos).esperar();
+    modelo.setAoVivo(true);
+    modelo.varrer();
+    if (!varreduras.wait(120000)) {
+        qFatal("the scan that starts the watch did not end");
+    }
+    QSignalSpy mudancas(&modelo, &Modelo::mudancasAplicadas);
+    std::vector<double> ateOModelo;
+    std::vector<double> ateAPintura;
+    std::vector<double> cpuDaInterface;
+    for (int i = 0; i < repeticoes; ++i) {
+        const std::string caminho = pasta + "/chegou agora " + std::to_string(i) + ".pdf";
+        const int fd = ::open(caminho.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        (void)::write(fd, "%PDF", 4);
+        const double cpuAntes = cpuDoFio();
+        QElapsedTimer tempo;
+        tempo.start();
+        ::close(fd);
+        const qsizetype antes = mudancas.count();
+        while (mudancas.count() == antes) {
+            if (!mudancas.wait(5000)) {
+                qFatal("the watcher did not report a new file");
+            }
+        }
+        ateOModelo.push_back(ms(tempo));
+        cpuDaInterface.push_back(cpuDoFio() - cpuAntes);
+        EsperaPintura(grupos).esperar();
+        ateAPintura.push_back(ms(tempo));
+        ::unlink(caminho.c_str());
+        const qsizetype depois = mudancas.count();
+        while (mudancas.count() == depois && mudancas.wait(5000)) {
+        }
+    }
+    std::printf("arquivo novo fechado, mediana de %d:\n", repeticoes);
+    mostrar("  até o modelo atualizado", ateOModelo);
+    mostrar("  até a caixa de entrada pintada", ateAPintura);
+    mostrar("  CPU da linha da interface", cpuDaInterface);
     modelo.concluirGravacoes();
     return 0;
 }
