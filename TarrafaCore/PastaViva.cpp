@@ -6,6 +6,7 @@
 #include "TarrafaCore/SeriesDetector.hpp"
 
 #include <algorithm>
+#include <sys/stat.h>
 #include <future>
 #include <system_error>
 #include <unordered_set>
@@ -61,7 +62,10 @@ std::vector<std::string> PastaViva::bancosDeHistorico() const
 
 bool PastaViva::existe(const std::string& nome) const
 {
-    return porNome_.contains(nome);
+    // Asked of the folder itself, not of what is known: a partial file still being written is
+    // held back by the watcher until it closes, yet it is there.
+    struct stat info {};
+    return ::lstat((raiz_ + "/" + nome).c_str(), &info) == 0;
 }
 
 int PastaViva::mesmaSerie(const std::string& chave) const
@@ -291,9 +295,7 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
         porNome_.erase(antigo);
     }
     std::vector<std::optional<Leitura>> completadas = completar(lidas);
-    const auto existeAgora = [this, &presentes](const std::string& nome) {
-        return presentes.contains(nome) || existe(nome);
-    };
+    const auto existeAgora = [this](const std::string& nome) { return existe(nome); };
     std::vector<bool> baixando(lidas.size());
     std::vector<std::string> series(lidas.size());
     for (std::size_t i = 0; i < lidas.size(); ++i) {

@@ -85,6 +85,7 @@ private:
     // given), completed; none where no record speaks for the entry.
     [[nodiscard]] std::vector<std::optional<PastaScanner::Leitura>> completar(
         const std::vector<PastaScanner::Leitura>& lidas) const;
+    // Whether the folder holds an entry of that name now.
     [[nodiscard]] bool existe(const std::string& nome) const;
     [[nodiscard]] ItemTriado triar(const PastaScanner::Leitura& completa, bool baixando, const std::string& serie) const;
     // Counts the entry in (or out of) its series, noting the key in mudadas when given.

@@ -319,3 +319,24 @@ TEST_F(PastaVivaTest, ConferirAchaOQueChegouESaiuSemSerNomeado)
 
 } // namespace
 } // namespace tarrafa
+
+namespace tarrafa {
+namespace {
+
+TEST_F(PastaVivaTest, AReservaDoFirefoxEhBaixandoMesmoComOPartAindaRetido)
+{
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    // The watcher names the placeholder (created and closed at once) but holds the partial
+    // file back while Firefox writes it: it is on disk all the same.
+    teste::escrever(em("aula.webm"), "");
+    teste::escrever(em("aula.webm.part"), "parte");
+    const auto a = viva.aplicar({.nomes = {"aula.webm"}});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 1U);
+    EXPECT_TRUE(m.at("aula.webm")->baixando);
+    EXPECT_TRUE(viva.itens().empty());
+}
+
+} // namespace
+} // namespace tarrafa
