@@ -120,7 +120,7 @@ struct Vigia::Estado {
     AoMudar aoMudar;
     Descritor inotify;
     Descritor acordar; // an eventfd: a stop or injected events
-    std::size_t limite = limiteDeVigias();
+    std::size_t limite = 0;
 
     // Touched only by the watcher's thread once it runs (the constructor sets them up first).
     int wdPasta = -1;
@@ -148,7 +148,8 @@ struct Vigia::Estado {
 
     void vigiarPasta();
     void vigiarPai();
-    void vigiarArvore(const std::string& caminho, const std::string& topo);
+    // False when some folder below could not be watched.
+    bool vigiarArvore(const std::string& caminho, const std::string& topo);
     void esquecerArvore(const std::string& caminho);
     void esquecerTudoAbaixo();
     void vigiarHistoricos();
@@ -180,7 +181,7 @@ void Vigia::Estado::vigiarPasta()
         wdPai = -1;
     }
     for (const std::string& nome : subpastas(raiz)) {
-        vigiarArvore(juntar(raiz, nome), nome);
+        (void)vigiarArvore(juntar(raiz, nome), nome); // a full read is what starts the watch
     }
 }
 
@@ -197,26 +198,30 @@ void Vigia::Estado::vigiarPai()
     }
 }
 
-void Vigia::Estado::vigiarArvore(const std::string& caminho, const std::string& topo)
+bool Vigia::Estado::vigiarArvore(const std::string& caminho, const std::string& topo)
 {
     // Depth-first with an explicit stack; each folder is watched before it is listed, so that
     // nothing created meanwhile goes unseen.
     std::vector<std::string> pilha {caminho};
-    while (!pilha.empty() && abaixo.size() < limite) {
+    while (!pilha.empty()) {
+        if (abaixo.size() >= limite) {
+            return false; // the rest is not watched: its changes wait for a full scan
+        }
         std::string atual = std::move(pilha.back());
         pilha.pop_back();
         const int wd = ::inotify_add_watch(inotify.get(), atual.c_str(), kMascaraAbaixo);
         if (wd < 0) {
-            if (errno == ENOSPC) {
-                break; // the user's watches are used up: the rest waits for a full scan
+            if (errno == ENOSPC || errno == ENOMEM) {
+                return false; // the user's watches are used up
             }
-            continue;
+            continue; // gone already, or not a folder any more
         }
         for (const std::string& nome : subpastas(atual)) {
             pilha.push_back(juntar(atual, nome));
         }
         abaixo.insert_or_assign(wd, Abaixo {topo, std::move(atual)});
     }
+    return true;
 }
 
 void Vigia::Estado::esquecerArvore(const std::string& caminho)
@@ -323,8 +328,9 @@ void Vigia::Estado::processar(const inotify_event& evento)
         if (pasta && (m & (IN_DELETE | IN_MOVED_FROM)) != 0) {
             esquecerArvore(juntar(raiz, nome));
         }
-        if (pasta && (m & (IN_CREATE | IN_MOVED_TO)) != 0) {
-            vigiarArvore(juntar(raiz, nome), nome);
+        if (pasta && (m & (IN_CREATE | IN_MOVED_TO)) != 0 && !vigiarArvore(juntar(raiz, nome), nome)) {
+            // A folder that cannot be watched whole: only reading everything keeps the sizes right.
+            lote.tudo = true;
         }
         contar();
         return;
@@ -356,8 +362,8 @@ void Vigia::Estado::processar(const inotify_event& evento)
         if ((m & IN_ISDIR) != 0 && !ehOculto(nome)) {
             if ((m & IN_MOVED_FROM) != 0) {
                 esquecerArvore(juntar(onde.caminho, nome));
-            } else if ((m & (IN_CREATE | IN_MOVED_TO)) != 0) {
-                vigiarArvore(juntar(onde.caminho, nome), onde.topo);
+            } else if ((m & (IN_CREATE | IN_MOVED_TO)) != 0 && !vigiarArvore(juntar(onde.caminho, nome), onde.topo)) {
+                lote.tudo = true;
             }
             contar();
         }
@@ -473,6 +479,7 @@ Vigia::Vigia(std::string pasta, Opcoes opcoes, AoMudar aoMudar)
     Estado& e = *estado_;
     e.raiz = PastaScanner::caminhoAbsoluto(pasta);
     e.opcoes = std::move(opcoes);
+    e.limite = e.opcoes.maximoDePastas > 0 ? e.opcoes.maximoDePastas : limiteDeVigias();
     e.aoMudar = std::move(aoMudar);
     e.inotify = Descritor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     if (!e.inotify.valido()) {

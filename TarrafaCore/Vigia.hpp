@@ -48,6 +48,9 @@ public:
         // History databases to watch (each one's folder is watched for writes to it and to its
         // journal or write-ahead log).
         std::vector<std::string> historicos;
+        // How many folders below the top level may be watched; 0: a quarter of what the
+        // kernel allows the user (the rest of the system needs watches too).
+        std::size_t maximoDePastas = 0;
     };
     using AoMudar = std::function<void(LoteDeEventos)>;
 

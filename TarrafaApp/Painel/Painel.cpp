@@ -209,10 +209,21 @@ void Painel::atualizar()
 {
     agendado_ = false;
     const Destino destino = modelo_.selecao();
-    std::vector<ItemTriado> itens = modelo_.itens(destino);
+    // The inbox as group cards needs only its count: on a large folder, gathering every item
+    // again for each change (a file arriving, a decision) would be most of the work.
+    const bool soCartoes = destino.caso() == Destino::Caso::entrada && !modelo_.buscando() && !modelo_.erro()
+        && !(estreitarSelecao_ && !selecao_->selecionados().empty());
+    std::vector<ItemTriado> itens;
+    std::size_t quantos = 0;
+    if (soCartoes) {
+        quantos = static_cast<std::size_t>(modelo_.contagem(destino).value_or(0));
+    } else {
+        itens = modelo_.itens(destino);
+        quantos = itens.size();
+    }
 
     const QString titulo = modelo_.titulo(destino);
-    subtitulo_ = subtituloPara(destino, itens.size());
+    subtitulo_ = subtituloPara(destino, quantos);
     rotuloTitulo_->setToolTip(titulo);
     mostrarTitulo(titulo);
     rotuloSubtitulo_->setText(subtitulo_);

@@ -452,3 +452,33 @@ TEST(VigiaPedido, UmLotePedidoEhEntregueJaComOQueEstavaPendente)
 
 } // namespace
 } // namespace tarrafa
+
+namespace tarrafa {
+namespace {
+
+TEST(VigiaLimite, PastaQueNaoPodeSerVigiadaInteiraPedeTudo)
+{
+    teste::PastaTemporaria pasta;
+    teste::escrever(pasta / "Projeto/a.c", "a");
+    Lotes lotes;
+    Vigia::Opcoes opcoes = rapidas();
+    opcoes.maximoDePastas = 2; // Projeto and one more
+    Vigia vigia(pasta.caminho(), opcoes, lotes.receptor());
+    EXPECT_EQ(vigia.pastasVigiadas(), 2U);
+
+    // One folder more fits; its contents are watched as any other.
+    std::filesystem::create_directory(pasta / "Fotos");
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_FALSE(lote->tudo);
+    EXPECT_EQ(vigia.pastasVigiadas(), 3U);
+
+    // The next does not: the changes below it would go unseen, so everything is read again.
+    std::filesystem::create_directory(pasta / "Musicas");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->tudo);
+}
+
+} // namespace
+} // namespace tarrafa
