@@ -208,18 +208,7 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
     }
     if (!removidos.empty()) {
         // A file that went away takes its decision with it, as a scan that no longer finds it.
-        const std::size_t antes = decisoes_.size();
-        std::erase_if(decisoes_, [&](const auto& entrada) {
-            if (!removidos.contains(entrada.first)) {
-                return false;
-            }
-            pendentes_.esquecer(entrada.first);
-            return true;
-        });
-        if (decisoes_.size() != antes) {
-            Q_EMIT decisoesChanged();
-            salvarDecisoes();
-        }
+        esquecerDecisoes([&removidos](const std::string& id) { return removidos.contains(id); });
     }
     Q_EMIT mudancasAplicadas();
 }

@@ -508,9 +508,14 @@ std::vector<ItemTriado> Modelo::mover(const std::vector<ItemTriado>& itens)
 
 void Modelo::podarDecisoes(const std::unordered_set<std::string>& existentes)
 {
+    esquecerDecisoes([&existentes](const std::string& id) { return !existentes.contains(id); });
+}
+
+void Modelo::esquecerDecisoes(const std::function<bool(const std::string&)>& sumiu)
+{
     const std::size_t antes = decisoes_.size();
     std::erase_if(decisoes_, [&](const auto& entrada) {
-        if (existentes.contains(entrada.first)) {
+        if (!sumiu(entrada.first)) {
             return false;
         }
         pendentes_.esquecer(entrada.first);

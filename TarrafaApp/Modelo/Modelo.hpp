@@ -188,6 +188,8 @@ private:
     void setMensagem(std::optional<QString> mensagem);
     // Records the decisions and has them saved; leaves the message alone.
     void registrar(const std::vector<std::string>& ids, Decisao decisao);
+    // Drops the decisions of the files for which sumiu says so, and has the file saved if any went.
+    void esquecerDecisoes(const std::function<bool(const std::string&)>& sumiu);
     // What undoing asks for: decisions as they were, files moved again, files back from the
     // Trash. Each saves and, for the Trash, scans again.
     friend class ComandoDeDecisao;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -106,6 +107,43 @@ inline void definirMtime(const std::string& caminho, double segundosDesde1970)
 }
 
 // Sets an environment variable for the life of the object, then restores it.
+// What a path is, to the nanosecond: its statx (the four times, size, mode, inode) and every
+// extended attribute with its value; read without following a link and without reading the
+// file itself. For the promises that something only reads.
+struct Retrato {
+    struct statx info {};
+    std::map<std::string, std::string> atributos;
+};
+
+inline Retrato retratar(const std::string& caminho)
+{
+    Retrato r;
+    EXPECT_EQ(::statx(AT_FDCWD, caminho.c_str(), AT_SYMLINK_NOFOLLOW, STATX_ALL, &r.info), 0) << caminho;
+    char nomes[4096];
+    const ssize_t n = ::llistxattr(caminho.c_str(), nomes, sizeof nomes);
+    for (ssize_t i = 0; i < n;) {
+        const std::string nome(nomes + i);
+        char valor[4096];
+        const ssize_t v = ::lgetxattr(caminho.c_str(), nome.c_str(), valor, sizeof valor);
+        r.atributos[nome] = std::string(valor, v > 0 ? static_cast<std::size_t>(v) : 0);
+        i += static_cast<ssize_t>(nome.size()) + 1;
+    }
+    return r;
+}
+
+inline void esperarIgual(const Retrato& antes, const Retrato& depois, const std::string& onde)
+{
+    const auto tempo = [](const statx_timestamp& t) { return std::make_pair(t.tv_sec, t.tv_nsec); };
+    EXPECT_EQ(tempo(antes.info.stx_atime), tempo(depois.info.stx_atime)) << onde;
+    EXPECT_EQ(tempo(antes.info.stx_mtime), tempo(depois.info.stx_mtime)) << onde;
+    EXPECT_EQ(tempo(antes.info.stx_ctime), tempo(depois.info.stx_ctime)) << onde;
+    EXPECT_EQ(tempo(antes.info.stx_btime), tempo(depois.info.stx_btime)) << onde;
+    EXPECT_EQ(antes.info.stx_size, depois.info.stx_size) << onde;
+    EXPECT_EQ(antes.info.stx_mode, depois.info.stx_mode) << onde;
+    EXPECT_EQ(antes.info.stx_ino, depois.info.stx_ino) << onde;
+    EXPECT_EQ(antes.atributos, depois.atributos) << onde;
+}
+
 class VariavelTemporaria {
 public:
     VariavelTemporaria(std::string nome, const std::optional<std::string>& valor)

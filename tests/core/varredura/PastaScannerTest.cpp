@@ -514,39 +514,6 @@ TEST_F(PastaScannerTest, LastUseComesFromTheRecentlyUsedListWhenTheFileHasNone)
     EXPECT_FALSE(baixado->ultimoUsoEm().has_value()); // a browser's entry is not a use
 }
 
-struct Tempos {
-    struct statx info {};
-    std::map<std::string, std::string> atributos;
-};
-
-Tempos lerTempos(const std::string& caminho)
-{
-    Tempos t;
-    EXPECT_EQ(::statx(AT_FDCWD, caminho.c_str(), AT_SYMLINK_NOFOLLOW, STATX_ALL, &t.info), 0);
-    char nomes[4096];
-    const ssize_t n = ::llistxattr(caminho.c_str(), nomes, sizeof nomes);
-    for (ssize_t i = 0; i < n;) {
-        const std::string nome(nomes + i);
-        char valor[4096];
-        const ssize_t v = ::lgetxattr(caminho.c_str(), nome.c_str(), valor, sizeof valor);
-        t.atributos[nome] = std::string(valor, v > 0 ? static_cast<std::size_t>(v) : 0);
-        i += static_cast<ssize_t>(nome.size()) + 1;
-    }
-    return t;
-}
-
-void esperarIguais(const Tempos& a, const Tempos& b, const std::string& onde)
-{
-    EXPECT_EQ(a.info.stx_atime.tv_sec, b.info.stx_atime.tv_sec) << onde;
-    EXPECT_EQ(a.info.stx_atime.tv_nsec, b.info.stx_atime.tv_nsec) << onde;
-    EXPECT_EQ(a.info.stx_mtime.tv_sec, b.info.stx_mtime.tv_sec) << onde;
-    EXPECT_EQ(a.info.stx_mtime.tv_nsec, b.info.stx_mtime.tv_nsec) << onde;
-    EXPECT_EQ(a.info.stx_ctime.tv_sec, b.info.stx_ctime.tv_sec) << onde;
-    EXPECT_EQ(a.info.stx_ctime.tv_nsec, b.info.stx_ctime.tv_nsec) << onde;
-    EXPECT_EQ(a.info.stx_size, b.info.stx_size) << onde;
-    EXPECT_EQ(a.atributos, b.atributos) << onde;
-}
-
 TEST_F(PastaScannerTest, AScanChangesNothingNotEvenAccessTimes)
 {
     const bool atributos = teste::aceitaAtributos(pasta.caminho());
@@ -567,14 +534,14 @@ TEST_F(PastaScannerTest, AScanChangesNothingNotEvenAccessTimes)
         timespec tempos[2]{{static_cast<time_t>(antigo), 0}, {UTIME_OMIT, UTIME_OMIT}};
         ASSERT_EQ(::utimensat(AT_FDCWD, c.c_str(), tempos, AT_SYMLINK_NOFOLLOW), 0);
     }
-    std::map<std::string, Tempos> antes;
+    std::map<std::string, teste::Retrato> antes;
     for (const std::string& c : caminhos) {
-        antes[c] = lerTempos(c);
+        antes[c] = teste::retratar(c);
     }
     const auto snapshots = scanner.varrer(pasta.caminho());
     EXPECT_EQ(snapshots.size(), 2U);
     for (const std::string& c : caminhos) {
-        esperarIguais(antes[c], lerTempos(c), c);
+        teste::esperarIgual(antes[c], teste::retratar(c), c);
     }
 }
 

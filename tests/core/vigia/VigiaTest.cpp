@@ -297,40 +297,6 @@ TEST(Vigia, HistoricoEscritoAvisa)
     EXPECT_TRUE(lote->historicos);
 }
 
-struct Estado {
-    struct statx info {};
-    std::map<std::string, std::string> atributos;
-};
-
-Estado lerEstado(const std::string& caminho)
-{
-    Estado e;
-    EXPECT_EQ(::statx(AT_FDCWD, caminho.c_str(), AT_SYMLINK_NOFOLLOW, STATX_ALL, &e.info), 0);
-    char lista[4096];
-    const ssize_t n = ::llistxattr(caminho.c_str(), lista, sizeof lista);
-    for (ssize_t i = 0; i < n;) {
-        const std::string nome(lista + i);
-        char valor[4096];
-        const ssize_t v = ::lgetxattr(caminho.c_str(), nome.c_str(), valor, sizeof valor);
-        e.atributos[nome] = std::string(valor, v > 0 ? static_cast<std::size_t>(v) : 0);
-        i += static_cast<ssize_t>(nome.size()) + 1;
-    }
-    return e;
-}
-
-void esperarIgual(const Estado& a, const Estado& b, const std::string& onde)
-{
-    const auto tempo = [](const statx_timestamp& t) { return std::make_pair(t.tv_sec, t.tv_nsec); };
-    EXPECT_EQ(tempo(a.info.stx_atime), tempo(b.info.stx_atime)) << onde;
-    EXPECT_EQ(tempo(a.info.stx_mtime), tempo(b.info.stx_mtime)) << onde;
-    EXPECT_EQ(tempo(a.info.stx_ctime), tempo(b.info.stx_ctime)) << onde;
-    EXPECT_EQ(tempo(a.info.stx_btime), tempo(b.info.stx_btime)) << onde;
-    EXPECT_EQ(a.info.stx_size, b.info.stx_size) << onde;
-    EXPECT_EQ(a.info.stx_mode, b.info.stx_mode) << onde;
-    EXPECT_EQ(a.info.stx_ino, b.info.stx_ino) << onde;
-    EXPECT_EQ(a.atributos, b.atributos) << onde;
-}
-
 std::vector<std::string> tudoEm(const std::string& raiz)
 {
     std::vector<std::string> caminhos {raiz};
@@ -358,9 +324,9 @@ TEST(Vigia, VigiarNaoMudaNadaNaPasta)
         timespec tempos[2] {{antigo, 0}, {UTIME_OMIT, UTIME_OMIT}};
         ASSERT_EQ(::utimensat(AT_FDCWD, c.c_str(), tempos, AT_SYMLINK_NOFOLLOW), 0);
     }
-    std::map<std::string, Estado> antes;
+    std::map<std::string, teste::Retrato> antes;
     for (const std::string& c : caminhos) {
-        antes[c] = lerEstado(c);
+        antes[c] = teste::retratar(c);
     }
     {
         Lotes lotes;
@@ -370,7 +336,7 @@ TEST(Vigia, VigiarNaoMudaNadaNaPasta)
         ASSERT_TRUE(lotes.proximo());
     }
     for (const std::string& c : caminhos) {
-        esperarIgual(antes[c], lerEstado(c), c);
+        teste::esperarIgual(antes[c], teste::retratar(c), c);
     }
     EXPECT_EQ(tudoEm(pasta.caminho()), caminhos); // listed last: listing moves access times
 }
