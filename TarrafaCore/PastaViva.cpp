@@ -356,17 +356,22 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
                 registro.baixando, registro.propria.identidade});
         }
     }
+    // Matched against the histories all at once: each matching walks every known file.
+    std::vector<Leitura> deOutros;
     for (const std::string& nome : outros) {
-        Registro& registro = porNome_.at(nome);
-        if (registro.baixando) {
-            continue;
+        if (const Registro& registro = porNome_.at(nome); !registro.baixando) {
+            deOutros.push_back(registro.propria);
         }
-        const std::vector<std::optional<Leitura>> completada = completar({registro.propria});
-        ItemTriado novo = triar(completada.front() ? *completada.front() : registro.propria, false, registro.serie);
+    }
+    const std::vector<std::optional<Leitura>> completadasDeOutros = completar(deOutros);
+    for (std::size_t i = 0; i < deOutros.size(); ++i) {
+        const Leitura& completa = completadasDeOutros[i] ? *completadasDeOutros[i] : deOutros[i];
+        Registro& registro = porNome_.at(completa.nome);
+        ItemTriado novo = triar(completa, false, registro.serie);
         if (!(novo == registro.item)) {
             registro.item = std::move(novo);
-            atualizacao.mudancas.push_back(
-                {Evento::alterado, registro.propria.id, nome, registro.item, false, registro.propria.identidade});
+            atualizacao.mudancas.push_back({Evento::alterado, registro.propria.id, completa.nome, registro.item,
+                false, registro.propria.identidade});
         }
     }
     return atualizacao;

@@ -73,6 +73,24 @@ bool ehInstalador(const std::vector<Selo>& selos)
     });
 }
 
+// Positions of the input under their group keys, the keys in the order they first appear:
+// groups of equal size then tie the same way on every run.
+struct Membros {
+    std::vector<std::string> chaves;
+    std::vector<std::vector<std::size_t>> posicoes;
+    std::unordered_map<std::string, std::size_t> indice;
+
+    void juntar(const std::string& chave, std::size_t posicao)
+    {
+        const auto [it, nova] = indice.try_emplace(chave, chaves.size());
+        if (nova) {
+            chaves.push_back(chave);
+            posicoes.emplace_back();
+        }
+        posicoes[it->second].push_back(posicao);
+    }
+};
+
 const std::string& chaveDe(const std::vector<Selo>& selos, const Origem& origem)
 {
     static const std::string kInstaladores(Origem::kChaveInstaladores);
@@ -171,23 +189,15 @@ ItemTriado TriageEngine::triarUm(const FileSnapshot& snapshot, int mesmaSerie) c
 
 std::vector<GrupoOrigem> TriageEngine::agrupar(const std::vector<ItemTriado>& itens)
 {
-    std::vector<std::string> chaves;
-    std::vector<std::vector<std::size_t>> membros;
-    std::unordered_map<std::string, std::size_t> indice;
+    Membros membros;
     for (std::size_t i = 0; i < itens.size(); ++i) {
-        const std::string& chave = chaveDe(itens[i].selos(), itens[i].origem());
-        const auto [it, nova] = indice.try_emplace(chave, chaves.size());
-        if (nova) {
-            chaves.push_back(chave);
-            membros.emplace_back();
-        }
-        membros[it->second].push_back(i);
+        membros.juntar(chaveDe(itens[i].selos(), itens[i].origem()), i);
     }
     std::vector<GrupoOrigem> grupos;
-    grupos.reserve(chaves.size());
-    for (std::size_t g = 0; g < chaves.size(); ++g) {
-        std::vector<std::size_t>& posicoes = membros[g];
-        Origem origem = origemDe(chaves[g], itens[posicoes.front()].origem());
+    grupos.reserve(membros.chaves.size());
+    for (std::size_t g = 0; g < membros.chaves.size(); ++g) {
+        std::vector<std::size_t>& posicoes = membros.posicoes[g];
+        Origem origem = origemDe(membros.chaves[g], itens[posicoes.front()].origem());
         std::ranges::stable_sort(posicoes, [&itens](std::size_t a, std::size_t b) {
             return itens[a].snapshot().chegouEm() > itens[b].snapshot().chegouEm();
         });
@@ -215,9 +225,7 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
     origens.reserve(snapshots.size());
     selos.reserve(snapshots.size());
     chegadas.reserve(snapshots.size());
-    std::vector<std::string> chaves;
-    std::vector<std::vector<std::size_t>> membros;
-    std::unordered_map<std::string, std::size_t> indice;
+    Membros membros;
     std::vector<Selo> rascunho;
     rascunho.reserve(5); // one badge from each step at most
     for (std::size_t i = 0; i < snapshots.size(); ++i) {
@@ -225,22 +233,16 @@ std::vector<GrupoOrigem> TriageEngine::triar(const std::vector<FileSnapshot>& sn
         const auto serie = series.find(snapshots[i].nome());
         selos.push_back(selosDe(snapshots[i], appsNormalizados_, serie == series.end() ? 1 : serie->second, rascunho));
         origens.push_back(origemDe(snapshots[i]));
-        const std::string& chave = chaveDe(selos.back(), origens.back());
-        const auto [it, nova] = indice.try_emplace(chave, chaves.size());
-        if (nova) {
-            chaves.push_back(chave);
-            membros.emplace_back();
-        }
-        membros[it->second].push_back(i);
+        membros.juntar(chaveDe(selos.back(), origens.back()), i);
     }
 
     std::vector<GrupoOrigem> grupos;
-    grupos.reserve(chaves.size());
-    for (std::size_t g = 0; g < chaves.size(); ++g) {
-        std::vector<std::size_t>& posicoes = membros[g];
+    grupos.reserve(membros.chaves.size());
+    for (std::size_t g = 0; g < membros.chaves.size(); ++g) {
+        std::vector<std::size_t>& posicoes = membros.posicoes[g];
         // A group's origin is its first item's in scan order (items of one key may, in
         // principle, differ in label or address).
-        Origem origem = origemDe(chaves[g], origens[posicoes.front()]);
+        Origem origem = origemDe(membros.chaves[g], origens[posicoes.front()]);
         // Newest first; equal arrival dates keep scan order. Positions are sorted rather
         // than items, which are heavy to move.
         std::ranges::stable_sort(
