@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCli/Decidir.hpp"
 
+#include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 
@@ -74,6 +75,16 @@ Alvos resolver(const std::string& pasta, const std::vector<std::string>& argumen
             || (existencia == Existencia::exigida
                 && ::fstatat(AT_FDCWD, (pasta + "/" + nome).c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)) {
             recusar("não está na pasta Downloads (" + Escapes::paraTerminal(pasta) + ")");
+            continue;
+        }
+        // A download under way is the browser's until it is done: nothing is decided about it.
+        const auto existe = [&pasta](const std::string& outro) {
+            struct stat daquele {};
+            return ::fstatat(AT_FDCWD, (pasta + "/" + outro).c_str(), &daquele, AT_SYMLINK_NOFOLLOW) == 0;
+        };
+        if (existencia == Existencia::exigida
+            && EmAndamento::baixando(nome, S_ISREG(info.st_mode), S_ISREG(info.st_mode) ? info.st_size : 0, existe)) {
+            recusar("ainda está sendo baixado; espere o download terminar");
             continue;
         }
         alvos.ids.push_back(PastaScanner::idDe(pasta, nome));

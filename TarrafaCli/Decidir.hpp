@@ -23,8 +23,8 @@ struct Alvos {
 };
 // An argument with no "/" is a name in the folder; one with a "/" is a path (relative to
 // the working directory) whose parent must be the folder itself, through whatever link.
-// Either way the entry must exist (unless it is to come back from the Trash); "." and ".."
-// are not entries.
+// Either way the entry must exist (unless it is to come back from the Trash), and not be a
+// download under way; "." and ".." are not entries.
 enum class Existencia { exigida, dispensada };
 [[nodiscard]] Alvos resolver(const std::string& pasta, const std::vector<std::string>& argumentos,
     Existencia existencia = Existencia::exigida);

@@ -7,13 +7,11 @@
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/BancoCopiado.hpp"
-#include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/Identidade.hpp"
 #include "TarrafaCore/Lixeira.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 
 #include <cstdio>
-#include <sys/stat.h>
 #include <exception>
 #include <optional>
 #include <string>
@@ -95,25 +93,8 @@ std::optional<std::vector<std::string>> arquivosDe(int argc, char** argv, int pr
 std::optional<std::vector<std::string>> alvosDe(const std::vector<std::string>& arquivos,
     tarrafa::cli::Decidir::Existencia existencia, std::string_view nadaFeito)
 {
-    tarrafa::cli::Decidir::Alvos alvos
+    const tarrafa::cli::Decidir::Alvos alvos
         = tarrafa::cli::Decidir::resolver(tarrafa::PastasDoUsuario::downloads(), arquivos, existencia);
-    if (existencia == tarrafa::cli::Decidir::Existencia::exigida) {
-        // A download under way is the browser's until it is done: nothing is decided about it.
-        for (const std::string& id : alvos.ids) {
-            const std::string pasta = id.substr(0, id.rfind('/'));
-            const std::string nome = id.substr(id.rfind('/') + 1);
-            struct stat info {};
-            const bool regular = ::lstat(id.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-            const auto existe = [&pasta](const std::string& outro) {
-                struct stat daquele {};
-                return ::lstat((pasta + "/" + outro).c_str(), &daquele) == 0;
-            };
-            if (tarrafa::EmAndamento::baixando(nome, regular, regular ? info.st_size : 0, existe)) {
-                alvos.erros.push_back("tarrafa-cli: " + tarrafa::Escapes::paraTerminal(nome)
-                    + ": ainda está sendo baixado; espere o download terminar");
-            }
-        }
-    }
     if (alvos.erros.empty()) {
         return alvos.ids;
     }
