@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/Lixeira.hpp"
 
+#include "TarrafaCore/Caminho.hpp"
+
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/UriDeArquivo.hpp"
@@ -28,20 +30,7 @@ namespace {
 // A record in info/ is a few hundred bytes; anything far bigger is not one.
 constexpr std::size_t kTamanhoMaximoDoRegistro = 64 * 1024;
 
-std::string pai(const std::string& caminho)
-{
-    const std::size_t barra = caminho.rfind('/');
-    if (barra == std::string::npos) {
-        return ".";
-    }
-    return barra == 0 ? "/" : caminho.substr(0, barra);
-}
-
-std::string nomeEm(const std::string& caminho)
-{
-    const std::size_t barra = caminho.rfind('/');
-    return barra == std::string::npos ? caminho : caminho.substr(barra + 1);
-}
+using Caminho::nomeDe;
 
 // The top folder of the file system the folder lies on: walking up until the device changes.
 std::optional<std::string> topoDoDisco(const std::string& pasta)
@@ -52,7 +41,7 @@ std::optional<std::string> topoDoDisco(const std::string& pasta)
     }
     std::string atual = pasta;
     while (atual != "/") {
-        const std::string acima = pai(atual);
+        const std::string acima = Caminho::pastaDe(atual);
         struct stat infoAcima {};
         if (::stat(acima.c_str(), &infoAcima) != 0 || infoAcima.st_dev != info.st_dev) {
             break;
@@ -75,7 +64,7 @@ struct Lixeira {
 std::vector<Lixeira> lixeirasPara(const std::string& caminhoOriginal)
 {
     std::vector<Lixeira> lixeiras {{PastasDoUsuario::dados() + "/Trash", {}}};
-    const std::optional<std::string> topo = topoDoDisco(pai(caminhoOriginal));
+    const std::optional<std::string> topo = topoDoDisco(Caminho::pastaDe(caminhoOriginal));
     if (!topo) {
         return lixeiras;
     }
@@ -266,7 +255,7 @@ std::optional<Falha> restaurar(const std::string& caminhoOriginal)
         return Falha("ele não está na Lixeira.");
     }
     struct stat info {};
-    if (::stat(pai(caminhoOriginal).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+    if (::stat(Caminho::pastaDe(caminhoOriginal).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
         return Falha("a pasta onde ele estava não existe mais.");
     }
     const Falha ocupado = "já existe um arquivo com esse nome na pasta. Nada foi substituído.";
@@ -290,7 +279,7 @@ std::optional<Falha> restaurar(const std::string& caminhoOriginal)
         }
     }
     ::unlink(naLixeira->info.c_str());
-    esquecerTamanho(naLixeira->pastaDaLixeira, nomeEm(naLixeira->arquivo));
+    esquecerTamanho(naLixeira->pastaDaLixeira, nomeDe(naLixeira->arquivo));
     return std::nullopt;
 }
 

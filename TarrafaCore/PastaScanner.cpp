@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/PastaScanner.hpp"
 
+#include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/CasamentoDeDownloads.hpp"
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
@@ -173,10 +174,7 @@ std::string caminhoCompleto(const std::string& pasta)
     return CasamentoDeDownloads::limpar(caminho);
 }
 
-std::string juntar(const std::string& pasta, const std::string& nome)
-{
-    return pasta == "/" ? "/" + nome : pasta + "/" + nome;
-}
+using Caminho::juntar;
 
 // Allocated size of everything visible below the open folder.
 std::int64_t somarPasta(Descritor raiz, const std::stop_token& parar)

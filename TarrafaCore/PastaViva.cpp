@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/PastaViva.hpp"
 
+#include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/CasamentoDeDownloads.hpp"
 #include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/SeriesDetector.hpp"
@@ -65,7 +66,7 @@ bool PastaViva::existe(const std::string& nome) const
     // Asked of the folder itself, not of what is known: a partial file still being written is
     // held back by the watcher until it closes, yet it is there.
     struct stat info {};
-    return ::lstat((raiz_ + "/" + nome).c_str(), &info) == 0;
+    return ::lstat(Caminho::juntar(raiz_, nome).c_str(), &info) == 0;
 }
 
 int PastaViva::mesmaSerie(const std::string& chave) const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/Vigia.hpp"
 
+#include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 
@@ -57,22 +58,7 @@ std::size_t limiteDeVigias()
     return std::max<std::size_t>(64, maximo / 4);
 }
 
-std::string pai(const std::string& caminho)
-{
-    const std::string::size_type barra = caminho.rfind('/');
-    return barra == 0 || barra == std::string::npos ? std::string("/") : caminho.substr(0, barra);
-}
-
-std::string base(const std::string& caminho)
-{
-    const std::string::size_type barra = caminho.rfind('/');
-    return barra == std::string::npos ? caminho : caminho.substr(barra + 1);
-}
-
-std::string juntar(const std::string& pasta, const std::string& nome)
-{
-    return pasta == "/" ? "/" + nome : pasta + "/" + nome;
-}
+using Caminho::juntar;
 
 bool ehOculto(const std::string& nome)
 {
@@ -190,7 +176,7 @@ void Vigia::Estado::vigiarPai()
     if (wdPai >= 0) {
         return;
     }
-    wdPai = ::inotify_add_watch(inotify.get(), pai(raiz).c_str(), kMascaraPai);
+    wdPai = ::inotify_add_watch(inotify.get(), Caminho::pastaDe(raiz).c_str(), kMascaraPai);
     // Set up after the folder was found missing: it may have come back in between.
     struct stat info {};
     if (wdPai >= 0 && ::stat(raiz.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
@@ -248,11 +234,11 @@ void Vigia::Estado::esquecerTudoAbaixo()
 void Vigia::Estado::vigiarHistoricos()
 {
     for (const std::string& banco : opcoes.historicos) {
-        const int wd = ::inotify_add_watch(inotify.get(), pai(banco).c_str(), kMascaraHistorico);
+        const int wd = ::inotify_add_watch(inotify.get(), Caminho::pastaDe(banco).c_str(), kMascaraHistorico);
         if (wd < 0) {
             continue;
         }
-        const std::string nome = base(banco);
+        const std::string nome = Caminho::nomeDe(banco);
         historicos[wd].insert({nome, nome + "-journal", nome + "-wal"});
     }
 }
@@ -341,7 +327,7 @@ void Vigia::Estado::processar(const inotify_event& evento)
             wdPai = -1;
             return;
         }
-        if (nome == base(raiz) && (m & IN_ISDIR) != 0) {
+        if (nome == Caminho::nomeDe(raiz) && (m & IN_ISDIR) != 0) {
             marcar();
             lote.tudo = true;
             vigiarPasta();
