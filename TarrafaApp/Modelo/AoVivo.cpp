@@ -64,6 +64,7 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
         setErro(std::nullopt); // the folder is back
     }
 
+    // A made-up scan (a test's) does not give the index; a real one does.
     if (grupoDe_.empty()) {
         for (const GrupoOrigem& grupo : grupos_) {
             for (const ItemTriado& item : grupo.itens()) {

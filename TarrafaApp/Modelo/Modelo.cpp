@@ -298,7 +298,7 @@ void Modelo::aplicar(Varredura resultado)
     grupos_ = std::move(resultado.grupos);
     chavesDeBusca_ = std::move(resultado.chavesDeBusca);
     identidades_ = std::move(resultado.identidades);
-    grupoDe_.clear(); // made again when the watcher first needs it
+    grupoDe_ = std::move(resultado.grupoDe);
     if (baixando_ != resultado.baixando) {
         baixando_ = std::move(resultado.baixando);
         Q_EMIT baixandoChanged();
@@ -664,14 +664,17 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
         std::vector<GrupoOrigem> grupos = viva->grupos();
         std::vector<std::vector<std::string>> chaves;
         chaves.reserve(grupos.size());
+        std::unordered_map<std::string, std::string> grupoDe;
         for (const GrupoOrigem& grupo : grupos) {
             std::vector<std::string>& doGrupo = chaves.emplace_back();
             doGrupo.reserve(grupo.itens().size());
             for (const ItemTriado& item : grupo.itens()) {
                 doGrupo.push_back(Texto::chaveDeBusca(item.nome()));
+                grupoDe.emplace(item.id(), grupo.id());
             }
         }
         Varredura varredura;
+        varredura.grupoDe = std::move(grupoDe);
         varredura.identidades = viva->identidades();
         varredura.grupos = std::move(grupos);
         varredura.chavesDeBusca = std::move(chaves);

@@ -133,6 +133,9 @@ public:
         // Each item's name as a search compares it, in the order of grupos and their items:
         // made once per scan, not at every keystroke.
         std::vector<std::vector<std::string>> chavesDeBusca;
+        // Which group each file is in, by id: made here, off the interface thread, for the
+        // watcher's first change.
+        std::unordered_map<std::string, std::string> grupoDe;
         std::optional<std::string> falha;
         // The folder is the home (Downloads turned off): not scanned; the message says why.
         std::optional<std::string> naoConfigurada;
