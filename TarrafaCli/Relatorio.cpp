@@ -7,6 +7,8 @@
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
+#include "TarrafaCore/Duplicatas.hpp"
+#include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Formato.hpp"
 #include "TarrafaCore/Origem.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
@@ -103,19 +105,31 @@ std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
 } // namespace
 
 Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
-    Date agora)
+    Date agora, std::unordered_map<std::string, std::string> duplicataDe)
     : pasta_(std::move(pasta))
     , appsInstalados_(std::move(appsInstalados))
     , baixando_(separarBaixando(snapshots))
-    , grupos_(TriageEngine(appsInstalados_).triar(snapshots))
+    , duplicataDe_(std::move(duplicataDe))
+    , grupos_(Duplicatas::marcar(TriageEngine(appsInstalados_).triar(snapshots), duplicataDe_))
     , raioX_(snapshots, grupos_, agora)
 {
 }
 
 Relatorio Relatorio::de(const std::string& pasta)
 {
-    std::vector<FileSnapshot> snapshots = PastaScanner().varrer(pasta);
-    return Relatorio(pasta, AppsInstalados::listar(), std::move(snapshots));
+    PastaScanner::Resultado lido = PastaScanner().varrerComIdentidades(pasta);
+    std::unordered_map<std::string, Identidade> identidades;
+    for (std::size_t k = 0; k < lido.snapshots.size(); ++k) {
+        identidades.emplace(lido.snapshots[k].id(), lido.identidades[k]);
+    }
+    // Downloads under way are in no group: they are compared with nothing.
+    std::vector<FileSnapshot> arquivos = lido.snapshots;
+    separarBaixando(arquivos);
+    CacheDeHashes cache(PastasDoUsuario::arquivoDeHashes());
+    Duplicatas::Resultado duplicatas
+        = Duplicatas::encontrar(Duplicatas::arquivosDe(arquivos, identidades, lido.sha256), cache);
+    return Relatorio(pasta, AppsInstalados::listar(), std::move(lido.snapshots), Date::agora(),
+        std::move(duplicatas.duplicataDe));
 }
 
 std::string Relatorio::comoTexto() const
@@ -163,7 +177,10 @@ std::string Relatorio::comoJson() const
     for (const GrupoOrigem& g : grupos_) {
         Json itens = Json::array();
         for (const ItemTriado& i : g.itens()) {
-            itens.push_back(jsonDoItem(i));
+            Json item = jsonDoItem(i);
+            const auto original = duplicataDe_.find(i.id());
+            item["duplicataDe"] = original == duplicataDe_.end() ? Json(nullptr) : texto(original->second);
+            itens.push_back(std::move(item));
         }
         grupos.push_back(Json {
             {"origem", origem(g.origem())},

@@ -8,6 +8,7 @@
 
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace tarrafa::cli {
@@ -16,11 +17,13 @@ namespace tarrafa::cli {
 // show after one scan.
 class Relatorio final {
 public:
+    // duplicataDe: each copy's id with its original's, as Duplicatas found them.
     Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
-        Date agora = Date::agora());
+        Date agora = Date::agora(), std::unordered_map<std::string, std::string> duplicataDe = {});
 
-    // Scans the folder and lists the installed applications; throws std::system_error
-    // when the folder cannot be listed.
+    // Scans the folder, lists the installed applications and compares the files' contents
+    // (through the user's cache of hashes); throws std::system_error when the folder cannot
+    // be listed.
     [[nodiscard]] static Relatorio de(const std::string& pasta);
 
     [[nodiscard]] const std::string& pasta() const noexcept { return pasta_; }
@@ -29,6 +32,10 @@ public:
     // Downloads still arriving, left out of the groups and the diagnostics.
     [[nodiscard]] const std::vector<FileSnapshot>& baixando() const noexcept { return baixando_; }
     [[nodiscard]] const RaioX& raioX() const noexcept { return raioX_; }
+    [[nodiscard]] const std::unordered_map<std::string, std::string>& duplicataDe() const noexcept
+    {
+        return duplicataDe_;
+    }
 
     // The inbox in Portuguese, as the window lists it, then the diagnostics paragraph.
     [[nodiscard]] std::string comoTexto() const;
@@ -39,6 +46,7 @@ private:
     std::string pasta_;
     std::set<std::string> appsInstalados_;
     std::vector<FileSnapshot> baixando_;
+    std::unordered_map<std::string, std::string> duplicataDe_;
     std::vector<GrupoOrigem> grupos_;
     RaioX raioX_;
 };

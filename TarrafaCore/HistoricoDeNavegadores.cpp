@@ -70,6 +70,13 @@ public:
                                 : std::string(reinterpret_cast<const char*>(bytes),
                                     static_cast<std::size_t>(sqlite3_column_bytes(stmt_, coluna)));
     }
+    [[nodiscard]] std::string bytes(int coluna) const
+    {
+        const auto* bytes = static_cast<const char*>(sqlite3_column_blob(stmt_, coluna));
+        return bytes == nullptr
+            ? std::string()
+            : std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(stmt_, coluna)));
+    }
     [[nodiscard]] sqlite3_int64 inteiro(int coluna) const { return sqlite3_column_int64(stmt_, coluna); }
     [[nodiscard]] int tipo(int coluna) const { return sqlite3_column_type(stmt_, coluna); }
     [[nodiscard]] double real(int coluna) const { return sqlite3_column_double(stmt_, coluna); }
@@ -157,7 +164,7 @@ void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vect
         + colunaOu(colunas, "last_access_time", "0") + ", " + colunaOu(colunas, "opened", "0") + ", "
         + colunaOu(colunas, "referrer", "''") + ", " + colunaOu(colunas, "tab_url", "''") + ", "
         + colunaOu(colunas, "site_url", "''") + ", " + colunaOu(colunas, "received_bytes", "0") + ", "
-        + colunaOu(colunas, "total_bytes", "0") + ", "
+        + colunaOu(colunas, "total_bytes", "0") + ", " + colunaOu(colunas, "hash", "x''") + ", "
         + "(SELECT c.url FROM downloads_url_chains c WHERE c.id = d.id ORDER BY c.chain_index DESC LIMIT 1)"
         + " FROM downloads d WHERE " + (contem(colunas, "state") ? "d.state = 1" : "1") + " LIMIT "
         + std::to_string(HistoricoDeNavegadores::kMaximoDeRegistros);
@@ -170,7 +177,7 @@ void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vect
             continue;
         }
         registro.origens = origensDoDownload(
-            downloads.texto(10), downloads.texto(5), downloads.texto(6), downloads.texto(7));
+            downloads.texto(11), downloads.texto(5), downloads.texto(6), downloads.texto(7));
         registro.baixadoEm = deChromium(downloads.inteiro(1));
         registro.inicio = deChromium(downloads.inteiro(2));
         if (downloads.inteiro(4) != 0) {
@@ -182,6 +189,10 @@ void lerChromium(const BancoCopiado& banco, const std::string& agente, std::vect
             registro.tamanho = recebidos;
         } else if (const sqlite3_int64 total = downloads.inteiro(9); total > 0) {
             registro.tamanho = total;
+        }
+        // Chromium records the SHA-256 of what it saved in some versions; others leave it empty.
+        if (std::string hash = downloads.bytes(10); hash.size() == 32) {
+            registro.sha256 = std::move(hash);
         }
         registro.agente = agente;
         lidos.push_back(std::move(registro));

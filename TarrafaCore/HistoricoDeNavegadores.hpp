@@ -23,6 +23,7 @@ struct RegistroDeDownload {
     std::optional<Date> baixadoEm; // when it ended
     std::optional<Date> ultimoUso; // when the user opened it from the browser
     std::optional<std::int64_t> tamanho; // the size the browser wrote, where it recorded one
+    std::string sha256; // of the bytes written, where the browser recorded it (32 bytes); else empty
     std::string agente; // the browser's name
 };
 

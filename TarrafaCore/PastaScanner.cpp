@@ -339,6 +339,13 @@ void completar(Lida& lida, const RegistroDeDownload& registro)
     if (!lida.agente && !registro.agente.empty()) {
         lida.agente = registro.agente;
     }
+    // The browser hashed the bytes it wrote; the hash still stands for the file only if the
+    // file kept that size and was not modified after the download ended (a second's slack for
+    // the clock of a file system that keeps coarse times).
+    if (registro.sha256.size() == 32 && registro.tamanho == lida.tamanho && lida.modificacao && registro.baixadoEm
+        && *lida.modificacao <= *registro.baixadoEm + 1.0) {
+        lida.sha256 = registro.sha256;
+    }
 }
 
 // The histories and GNOME's metadata store are read beside the entries, each on a thread of
@@ -486,6 +493,9 @@ PastaScanner::Resultado PastaScanner::varrerComIdentidades(const std::string& pa
     resultado.identidades.reserve(lidas.size());
     for (Lida& lida : lidas) {
         resultado.identidades.push_back(lida.identidade);
+        if (!lida.sha256.empty()) {
+            resultado.sha256.emplace(lida.id, std::move(lida.sha256));
+        }
         resultado.snapshots.push_back(snapshotDe(std::move(lida)));
     }
     return resultado;

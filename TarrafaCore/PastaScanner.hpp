@@ -9,6 +9,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace tarrafa {
@@ -36,6 +37,9 @@ public:
     struct Resultado {
         std::vector<FileSnapshot> snapshots;
         std::vector<Identidade> identidades;
+        // By id, the SHA-256 a browser recorded of the bytes it saved, for the files it still
+        // describes.
+        std::unordered_map<std::string, std::string> sha256;
     };
     [[nodiscard]] Resultado varrerComIdentidades(const std::string& pasta) const;
 
@@ -56,6 +60,9 @@ public:
         std::optional<std::string> agente;
         std::optional<Date> ultimoUso;
         Identidade identidade;
+        // The contents' SHA-256 as the browser that saved the file recorded it; empty when
+        // none did, or the file changed since.
+        std::string sha256;
     };
     // The visible names of the folder, in the order the directory gives them. Throws as
     // varrer() does when the folder cannot be listed.

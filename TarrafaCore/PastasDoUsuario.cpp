@@ -44,6 +44,17 @@ std::string arquivoDeDecisoes()
     return dados() + "/Tarrafa/decisoes.json";
 }
 
+std::string cache()
+{
+    std::string valor = variavelAbsoluta("XDG_CACHE_HOME");
+    return valor.empty() ? casa() + "/.cache" : valor;
+}
+
+std::string arquivoDeHashes()
+{
+    return cache() + "/Tarrafa/hashes.sqlite";
+}
+
 std::string configuracao()
 {
     std::string valor = variavelAbsoluta("XDG_CONFIG_HOME");

@@ -12,6 +12,8 @@ namespace tarrafa::PastasDoUsuario {
 [[nodiscard]] std::string casa();
 // $XDG_DATA_HOME when absolute, else ~/.local/share.
 [[nodiscard]] std::string dados();
+// $XDG_CACHE_HOME when absolute, else ~/.cache.
+[[nodiscard]] std::string cache();
 // $XDG_CONFIG_HOME when absolute, else ~/.config.
 [[nodiscard]] std::string configuracao();
 // The absolute entries of $XDG_DATA_DIRS, else /usr/local/share and /usr/share.
@@ -21,6 +23,9 @@ namespace tarrafa::PastasDoUsuario {
 // Where the window and the command line keep the decisions: Tarrafa/decisoes.json in the data
 // folder.
 [[nodiscard]] std::string arquivoDeDecisoes();
+// Where the content hashes of the folder's files are remembered between runs:
+// Tarrafa/hashes.sqlite in the cache folder (losing it costs only a new reading).
+[[nodiscard]] std::string arquivoDeHashes();
 // The file that says where the user's folders are: user-dirs.dirs in the configuration folder.
 [[nodiscard]] std::string arquivoDasPastas();
 // Whether the folder is the home itself (links resolved): how xdg-user-dirs turns a folder off,

@@ -90,6 +90,8 @@ std::string Selo::rotulo() const
                                 : "parece relacionado a outros " + std::to_string(quantidade_);
     case Caso::screenshot:
         return "captura de tela";
+    case Caso::copiaIdentica:
+        return "cópia idêntica de " + nome_;
     }
     return {};
 }
@@ -105,6 +107,7 @@ Selo::Tom Selo::tom() const noexcept
         return Tom::ok;
     case Caso::nomeOpaco:
     case Caso::sufixoDeCopia:
+    case Caso::copiaIdentica:
     case Caso::instaladorNuncaUsado:
         return Tom::aviso;
     case Caso::pareceRelacionado:
@@ -126,6 +129,9 @@ std::size_t std::hash<tarrafa::Selo>::operator()(const tarrafa::Selo& selo) cons
         break;
     case tarrafa::Selo::Caso::pareceRelacionado:
         tarrafa::misturar(semente, std::hash<int> {}(selo.quantidade()));
+        break;
+    case tarrafa::Selo::Caso::copiaIdentica:
+        tarrafa::misturar(semente, std::hash<std::string> {}(selo.nome()));
         break;
     default:
         break;

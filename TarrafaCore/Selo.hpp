@@ -24,6 +24,7 @@ public:
         instaladorNuncaUsado,
         pareceRelacionado,
         screenshot,
+        copiaIdentica,
     };
 
     // How the badge is coloured by the interface; no order between tones.
@@ -41,12 +42,21 @@ public:
         return Selo(Caso::pareceRelacionado, std::nullopt, outros);
     }
     [[nodiscard]] static Selo screenshot() noexcept { return Selo(Caso::screenshot); }
+    // Its bytes are those of an older file of the folder, named here whatever its name.
+    [[nodiscard]] static Selo copiaIdentica(std::string nomeDoOriginal)
+    {
+        Selo selo(Caso::copiaIdentica);
+        selo.nome_ = std::move(nomeDoOriginal);
+        return selo;
+    }
 
     [[nodiscard]] Caso caso() const noexcept { return caso_; }
     // The last-use date of abertoEm; absent for every other case.
     [[nodiscard]] const std::optional<Date>& data() const noexcept { return data_; }
     // The count of pareceRelacionado; 0 for every other case.
     [[nodiscard]] int quantidade() const noexcept { return quantidade_; }
+    // The original's name of copiaIdentica; empty for every other case.
+    [[nodiscard]] const std::string& nome() const noexcept { return nome_; }
 
     // The text shown to the user, e.g. "aberto em 07/03" or "parece relacionado a outros 2".
     [[nodiscard]] std::string rotulo() const;
@@ -56,7 +66,7 @@ public:
     // formatter shared by the whole process (made on first use, from TZ as it is then).
     [[nodiscard]] static std::string dia(Date data);
 
-    // Same case and same payload (the same instant, the same count).
+    // Same case and same payload (the same instant, the same count, the same name).
     friend bool operator==(const Selo&, const Selo&) = default;
 
 private:
@@ -67,10 +77,11 @@ private:
     {
     }
 
-    // In this order the badge takes 24 bytes rather than 32.
+    // In this order the badge wastes no padding.
     Caso caso_;
     int quantidade_;
     std::optional<Date> data_;
+    std::string nome_;
 };
 
 // The case's name as written in code, used by the machine-readable outputs.
@@ -93,6 +104,8 @@ private:
         return "pareceRelacionado";
     case Selo::Caso::screenshot:
         return "screenshot";
+    case Selo::Caso::copiaIdentica:
+        return "copiaIdentica";
     }
     return {};
 }
@@ -115,8 +128,8 @@ private:
 
 } // namespace tarrafa
 
-// The case's position in declaration order, then the date (abertoEm) or the count
-// (pareceRelacionado).
+// The case's position in declaration order, then the date (abertoEm), the count
+// (pareceRelacionado) or the original's name (copiaIdentica).
 template <> struct std::hash<tarrafa::Selo> {
     std::size_t operator()(const tarrafa::Selo& selo) const noexcept;
 };

@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <algorithm>
 #include <set>
 #include <string>
 #include <sys/wait.h>
@@ -91,7 +93,8 @@ protected:
         const std::string github = "https://github.com/tarrafa/relatorios/raw/main/";
         escrever(arquivo("relatorio.pdf"), std::string(2000, 'a'));
         definirAtributo(arquivo("relatorio.pdf"), "user.xdg.origin.url", github + "relatorio.pdf");
-        escrever(arquivo("relatorio (1).pdf"), std::string(2000, 'a'));
+        // A copy by name only: its bytes differ from the first one's.
+        escrever(arquivo("relatorio (1).pdf"), std::string(2000, 'z'));
         definirAtributo(arquivo("relatorio (1).pdf"), "user.xdg.origin.url", github + "relatorio.pdf");
         escrever(arquivo("IMG_2041.jpg"), std::string(500, 'b'));
         definirAtributo(arquivo("IMG_2041.jpg"), "user.xdg.origin.url", github + "IMG_2041.jpg");
@@ -196,6 +199,43 @@ TEST_F(Cli, TextListsGroupsItemsBadgesAndTheParagraph)
     EXPECT_LT(e.saida.find("GitHub"), e.saida.find("Instaladores"));
     EXPECT_LT(e.saida.find("Instaladores"), e.saida.find("Sem origem"));
     EXPECT_NE(e.saida.find("São 5 arquivos que chegaram"), std::string::npos);
+}
+
+TEST_F(Cli, IdenticalFilesOfUnrelatedNamesAreCopiesOfTheOldestInJsonAndText)
+{
+    const std::string conteudo(3000, 'c'); // the installer's bytes
+    escrever(arquivo("a8f3c2e1d9.bin"), conteudo);
+    escrever(arquivo("copia-do-instalador.bin"), conteudo);
+    // The installer, written first, is the oldest of the three.
+
+    const Execucao json = executar("--json '" + downloads() + "'", casa_.caminho());
+    ASSERT_EQ(json.status, 0) << json.erros;
+    const Json raiz = Json::parse(json.saida);
+    std::map<std::string, Json> porNome;
+    for (const Json& grupo : raiz.at("grupos")) {
+        for (const Json& item : grupo.at("itens")) {
+            porNome[item.at("nome").get<std::string>()] = item;
+        }
+    }
+    EXPECT_EQ(porNome.at("a8f3c2e1d9.bin").at("duplicataDe"), arquivo("Firefox 121.0.1.deb"));
+    EXPECT_EQ(porNome.at("copia-do-instalador.bin").at("duplicataDe"), arquivo("Firefox 121.0.1.deb"));
+    EXPECT_TRUE(porNome.at("Firefox 121.0.1.deb").at("duplicataDe").is_null());
+    // Same size as nothing else, or same size and other bytes: not copies.
+    EXPECT_TRUE(porNome.at("relatorio (1).pdf").at("duplicataDe").is_null());
+    EXPECT_TRUE(porNome.at("notas.txt").at("duplicataDe").is_null());
+    const Json& selos = porNome.at("a8f3c2e1d9.bin").at("selos");
+    EXPECT_TRUE(std::ranges::any_of(selos, [](const Json& selo) {
+        return selo.at("caso") == "copiaIdentica" && selo.at("rotulo") == "cópia idêntica de Firefox 121.0.1.deb"
+            && selo.at("tom") == "aviso";
+    })) << selos.dump(2);
+
+    const Execucao texto = executar("'" + downloads() + "'", casa_.caminho());
+    ASSERT_EQ(texto.status, 0) << texto.erros;
+    EXPECT_NE(texto.saida.find("  copia-do-instalador.bin  [nunca aberto]  [cópia idêntica de Firefox 121.0.1.deb]  3 KB\n"),
+        std::string::npos)
+        << texto.saida;
+    // The hashes are remembered in the user's cache folder.
+    EXPECT_TRUE(std::filesystem::exists(casa_ / ".cache/Tarrafa/hashes.sqlite"));
 }
 
 TEST_F(Cli, NameThatIsNotUtf8IsWrittenWithReplacementCharacter)

@@ -182,6 +182,7 @@ public:
         : home_("HOME", pasta_.caminho())
         , dados_("XDG_DATA_HOME", pasta_.caminho() + "/.local/share")
         , config_("XDG_CONFIG_HOME", pasta_.caminho() + "/.config")
+        , cache_("XDG_CACHE_HOME", pasta_.caminho() + "/.cache")
         , dirs_("XDG_DATA_DIRS", pasta_.caminho() + "/usr/local/share:" + pasta_.caminho() + "/usr/share")
     {
         criarPasta(pasta_.caminho() + "/.local/share");
@@ -196,6 +197,7 @@ private:
     VariavelTemporaria home_;
     VariavelTemporaria dados_;
     VariavelTemporaria config_;
+    VariavelTemporaria cache_;
     VariavelTemporaria dirs_;
 };
 

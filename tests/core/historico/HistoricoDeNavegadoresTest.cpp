@@ -63,6 +63,46 @@ TEST_F(HistoricoTest, ChromiumRecordFillsOriginsDatesAndAgent)
     EXPECT_TRUE(semSobras());
 }
 
+TEST_F(HistoricoTest, ChromiumContentHashStandsForTheFileOnlyWhileItIsAsSaved)
+{
+    const std::string sha(32, '\x5a');
+    {
+        Banco banco(casa / ".config/chromium/Default/History");
+        criarTabelasChromium(banco);
+        banco.sql("ALTER TABLE downloads ADD COLUMN hash BLOB NOT NULL DEFAULT x''");
+        sqlite3_int64 id = 1;
+        for (const char* nome : {"igual.pdf", "mudou.pdf", "cresceu.pdf", "curto.pdf"}) {
+            teste::DownloadChromium d;
+            d.id = id++;
+            d.caminho = downloads + "/" + nome;
+            d.cadeia = {"https://exemplo.org/" + std::string(nome)};
+            d.recebidos = 4;
+            d.inicio = 1'700'000'000;
+            d.fim = 1'700'000'010;
+            teste::inserirChromium(banco, d);
+        }
+        std::string hex;
+        for (int i = 0; i < 32; ++i) {
+            hex += "5a";
+        }
+        banco.sql("UPDATE downloads SET hash = x'" + hex + "' WHERE id < 4");
+        banco.sql("UPDATE downloads SET hash = x'5a5a' WHERE id = 4"); // not a SHA-256
+    }
+    teste::escrever(downloads + "/igual.pdf", "abcd");
+    teste::definirMtime(downloads + "/igual.pdf", 1'700'000'009);
+    teste::escrever(downloads + "/mudou.pdf", "abcd");
+    teste::definirMtime(downloads + "/mudou.pdf", 1'700'000'100); // written after the download ended
+    teste::escrever(downloads + "/cresceu.pdf", "abcdef");
+    teste::definirMtime(downloads + "/cresceu.pdf", 1'700'000'009);
+    teste::escrever(downloads + "/curto.pdf", "abcd");
+    teste::definirMtime(downloads + "/curto.pdf", 1'700'000'009);
+
+    const auto lido = PastaScanner().varrerComIdentidades(downloads);
+    ASSERT_EQ(lido.sha256.size(), 1U);
+    EXPECT_EQ(lido.sha256.at(downloads + "/igual.pdf"), sha);
+    EXPECT_TRUE(semSobras());
+}
+
 TEST_F(HistoricoTest, ChromiumLastAccessCountsOnlyWhenOpenedAndZeroMeansNone)
 {
     teste::escrever(downloads + "/a.zip", "a");

@@ -29,6 +29,7 @@ constexpr std::array kTodosOsCasos {
     Selo::Caso::instaladorNuncaUsado,
     Selo::Caso::pareceRelacionado,
     Selo::Caso::screenshot,
+    Selo::Caso::copiaIdentica,
 };
 
 // Runs the check in a freshly started copy of this test program, so that the shared
@@ -163,6 +164,25 @@ TEST(Selo, CasesAreDeclaredInTheHashingOrder)
     EXPECT_EQ(nomeDoCaso(Selo::Caso::instaladorNuncaUsado), "instaladorNuncaUsado");
     EXPECT_EQ(nomeDoCaso(Selo::Caso::pareceRelacionado), "pareceRelacionado");
     EXPECT_EQ(nomeDoCaso(Selo::Caso::screenshot), "screenshot");
+    EXPECT_EQ(nomeDoCaso(Selo::Caso::copiaIdentica), "copiaIdentica");
+}
+
+TEST(Selo, IdenticalCopyNamesItsOriginalInTheCopySuffixTone)
+{
+    const Selo selo = Selo::copiaIdentica("Relatório anual.pdf");
+    EXPECT_EQ(selo.rotulo(), "cópia idêntica de Relatório anual.pdf");
+    EXPECT_EQ(selo.tom(), Selo::sufixoDeCopia().tom());
+    EXPECT_EQ(selo.nome(), "Relatório anual.pdf");
+    EXPECT_EQ(selo.quantidade(), 0);
+    EXPECT_EQ(selo.data(), std::nullopt);
+    EXPECT_TRUE(Selo::nuncaAberto().nome().empty());
+
+    EXPECT_EQ(selo, Selo::copiaIdentica("Relatório anual.pdf"));
+    EXPECT_NE(selo, Selo::copiaIdentica("Relatório.pdf"));
+    const std::hash<Selo> hash;
+    EXPECT_EQ(hash(selo), hash(Selo::copiaIdentica("Relatório anual.pdf")));
+    EXPECT_NE(hash(selo), hash(Selo::copiaIdentica("Relatório.pdf")));
+    EXPECT_NE(hash(Selo::copiaIdentica("")), hash(Selo::screenshot()));
 }
 
 TEST(Selo, TonesHaveTheirNamesAsWrittenInCode)

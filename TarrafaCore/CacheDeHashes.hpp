@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "TarrafaCore/Identidade.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace tarrafa {
+
+// A 128-bit content hash (XXH3-128): the low and the high half.
+struct Hash128 {
+    std::uint64_t baixo = 0;
+    std::uint64_t alto = 0;
+    friend bool operator==(const Hash128&, const Hash128&) = default;
+    friend auto operator<=>(const Hash128&, const Hash128&) = default;
+};
+
+// The hashes of files already read, kept between runs so that a folder seen before is compared
+// without reading it again. An entry stands for one file (device and inode) as it was: it is
+// used only while the file keeps the size and modification time it had when it was read.
+//
+// Losing the cache costs only a new reading, so it never stands in the way: a file that
+// cannot be opened or created, a damaged one or one locked by another program leaves the
+// cache empty and the comparison reads. Entries not used for 90 days are dropped.
+class CacheDeHashes final {
+public:
+    struct Entrada {
+        // Of the first and last 64 KiB (the whole file when it is no larger than both).
+        std::optional<Hash128> parcial;
+        // Of the whole file.
+        std::optional<Hash128> completo;
+    };
+
+    // Opens (or creates, with its folder) the cache file.
+    explicit CacheDeHashes(const std::string& arquivo);
+    // A cache that remembers nothing and writes nothing.
+    CacheDeHashes() = default;
+    CacheDeHashes(const CacheDeHashes&) = delete;
+    CacheDeHashes& operator=(const CacheDeHashes&) = delete;
+    // Writes what is still pending.
+    ~CacheDeHashes();
+
+    [[nodiscard]] bool aberto() const noexcept { return db_ != nullptr; }
+    // What is known of the file as it is now; none when it is not known, or was read when it
+    // had another size or modification time.
+    [[nodiscard]] std::optional<Entrada> buscar(const Identidade& arquivo);
+    // Remembers what was read; written with the next gravar().
+    void guardar(const Identidade& arquivo, const Entrada& entrada);
+    // Writes the entries kept since the last call, in one transaction.
+    void gravar();
+
+private:
+    struct Pendente {
+        Identidade arquivo;
+        Entrada entrada;
+    };
+    sqlite3* db_ = nullptr;
+    std::vector<Pendente> pendentes_;
+    // Entries found that were last used long ago: their date is renewed with the next write.
+    std::vector<Identidade> renovar_;
+};
+
+} // namespace tarrafa
