@@ -209,8 +209,9 @@ PastaViva::Atualizacao PastaViva::varrerTudo()
         }
         const std::uint64_t ordem = antigo == antigos.end() ? proximaOrdem_++ : antigo->second.ordem;
         std::string nome = lidas[i].nome;
-        porNome_.insert_or_assign(std::move(nome),
-            Registro {std::move(lidas[i]), std::move(item), baixando[i], ordem, std::move(series[i])});
+        std::string sha256 = completa.sha256;
+        porNome_.insert_or_assign(std::move(nome), Registro {std::move(lidas[i]), std::move(item), baixando[i], ordem,
+                                                       std::move(series[i]), std::move(sha256)});
     }
     for (const auto& [nome, registro] : antigos) {
         if (!porNome_.contains(nome)) {
@@ -321,8 +322,10 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
                 {Evento::alterado, completa.id, completa.nome, item, baixando[i], completa.identidade});
         }
         std::string nome = lidas[i].nome;
-        porNome_.insert_or_assign(std::move(nome), Registro {std::move(lidas[i]), std::move(item), baixando[i],
-                                                       antes ? antes->ordem : proximaOrdem_++, std::move(series[i])});
+        std::string sha256 = completa.sha256;
+        porNome_.insert_or_assign(std::move(nome),
+            Registro {std::move(lidas[i]), std::move(item), baixando[i], antes ? antes->ordem : proximaOrdem_++,
+                std::move(series[i]), std::move(sha256)});
     }
 
     // Entries not named whose verdict still moved: a history that now knows where they came
@@ -351,6 +354,7 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
             }
             Registro& registro = porNome_.at(completa->nome);
             registro.item = triar(*completa, registro.baixando, registro.serie);
+            registro.sha256 = completa->sha256;
             outros.erase(completa->nome);
             relatados.insert(completa->nome);
             atualizacao.mudancas.push_back({Evento::origemEncontrada, completa->id, completa->nome, registro.item,
@@ -420,6 +424,17 @@ std::unordered_map<std::string, Identidade> PastaViva::identidades() const
     porId.reserve(porNome_.size());
     for (const auto& [nome, registro] : porNome_) {
         porId.emplace(registro.propria.id, registro.propria.identidade);
+    }
+    return porId;
+}
+
+std::unordered_map<std::string, std::string> PastaViva::sha256() const
+{
+    std::unordered_map<std::string, std::string> porId;
+    for (const auto& [nome, registro] : porNome_) {
+        if (!registro.sha256.empty()) {
+            porId.emplace(registro.propria.id, registro.sha256);
+        }
     }
     return porId;
 }

@@ -70,6 +70,9 @@ public:
     [[nodiscard]] std::vector<GrupoOrigem> grupos() const;
     // What each entry was when read, by id.
     [[nodiscard]] std::unordered_map<std::string, Identidade> identidades() const;
+    // By id, the SHA-256 of the bytes as a browser recorded it, for the files whose record still
+    // stands for them.
+    [[nodiscard]] std::unordered_map<std::string, std::string> sha256() const;
 
 private:
     struct Registro {
@@ -78,6 +81,7 @@ private:
         bool baixando = false;
         std::uint64_t ordem = 0;
         std::string serie; // its series key, made once
+        std::string sha256; // what a browser's record says of its bytes, if anything
     };
 
     [[nodiscard]] std::vector<const Registro*> emOrdem(bool baixando) const;

@@ -203,6 +203,7 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
         Q_EMIT gruposChanged();
         raioX_.emplace(grupos_);
         Q_EMIT raioXChanged();
+        comparacaoAgendada_.start();
     }
     if (baixandoMudou) {
         Q_EMIT baixandoChanged();

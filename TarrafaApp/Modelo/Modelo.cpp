@@ -69,6 +69,9 @@ Modelo::Modelo(std::string pasta, QString arquivoDecisoes, QObject* parent)
 {
     // Saves run one at a time, in order, and never wait behind a scan.
     gravador_.setMaxThreadCount(1);
+    comparacaoAgendada_.setSingleShot(true);
+    comparacaoAgendada_.setInterval(300);
+    connect(&comparacaoAgendada_, &QTimer::timeout, this, &Modelo::compararConteudos);
     // A folder that cannot be made shows up later as a decision file that cannot be written,
     // which is silent too.
     QDir().mkpath(QFileInfo(arquivoDecisoes_).absolutePath());
@@ -84,6 +87,7 @@ Modelo::~Modelo()
     // nobody to hand its result to; the decisions taken are on disk before the model goes.
     vigia_.reset();
     pararVarredura_.request_stop();
+    pararComparacao_.request_stop();
     concluirGravacoes();
 }
 
@@ -296,9 +300,14 @@ void Modelo::aplicar(Varredura resultado)
         return;
     }
     grupos_ = std::move(resultado.grupos);
+    // The copies known so far keep their badges until the comparison of this scan says again.
+    if (!duplicataDe_.empty()) {
+        grupos_ = Duplicatas::marcar(grupos_, duplicataDe_);
+    }
     chavesDeBusca_ = std::move(resultado.chavesDeBusca);
     identidades_ = std::move(resultado.identidades);
     grupoDe_ = std::move(resultado.grupoDe);
+    sha256_ = std::move(resultado.sha256);
     if (baixando_ != resultado.baixando) {
         baixando_ = std::move(resultado.baixando);
         Q_EMIT baixandoChanged();
@@ -318,6 +327,7 @@ void Modelo::aplicar(Varredura resultado)
     podarDecisoes(existentes);
     setCarregando(false);
     Q_EMIT varreduraTerminada();
+    compararConteudos();
 }
 
 void Modelo::decidir(const std::vector<std::string>& pedidos, Decisao decisao)
@@ -679,6 +689,7 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
         varredura.grupos = std::move(grupos);
         varredura.chavesDeBusca = std::move(chaves);
         varredura.baixando = viva->baixando();
+        varredura.sha256 = viva->sha256();
         varredura.viva = std::move(viva);
         return varredura;
     } catch (const std::system_error& erro) {

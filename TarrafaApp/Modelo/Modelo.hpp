@@ -3,6 +3,7 @@
 
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/Decisao.hpp"
+#include "TarrafaCore/Duplicatas.hpp"
 #include "TarrafaApp/Modelo/Destino.hpp"
 #include "TarrafaCore/Identidade.hpp"
 #include "TarrafaCore/PastaViva.hpp"
@@ -14,6 +15,7 @@
 #include <QString>
 #include <QFutureWatcher>
 #include <QThreadPool>
+#include <QTimer>
 #include <QUndoStack>
 
 #include <cstdint>
@@ -122,6 +124,16 @@ public:
     // count, never decided or moved.
     [[nodiscard]] const std::vector<ItemTriado>& baixando() const noexcept { return baixando_; }
 
+    // Files whose bytes repeat an older file's, by id, with that file's id: compared in the
+    // background after each scan and each change the watcher brings, their badges arriving
+    // when the comparison ends.
+    [[nodiscard]] const std::unordered_map<std::string, std::string>& duplicataDe() const noexcept
+    {
+        return duplicataDe_;
+    }
+    // Where the hashes of the files read are remembered; by default the user's cache folder.
+    void setArquivoDeHashes(std::string arquivo) { arquivoDeHashes_ = std::move(arquivo); }
+
     // What one background scan hands back: the snapshots and their groups, or why the folder
     // could not be read.
     struct Varredura {
@@ -141,6 +153,8 @@ public:
         std::optional<std::string> naoConfigurada;
         // Downloads still arriving, apart from the groups.
         std::vector<ItemTriado> baixando;
+        // By id, the browsers' hashes of the files' bytes.
+        std::unordered_map<std::string, std::string> sha256;
         // The folder as read, ready to be kept up to date by a watcher; none when the scan
         // did not come from the folder itself (a test's).
         std::shared_ptr<PastaViva> viva;
@@ -171,6 +185,9 @@ Q_SIGNALS:
     void baixandoChanged();
     // The watcher's changes have just been applied (after the signals of what they changed).
     void mudancasAplicadas();
+    // A comparison of contents ended and its badges are on the items (after gruposChanged,
+    // when they changed anything).
+    void duplicatasComparadas();
 
 private:
     // Calls funcao with each item listed at the destination, in order, under the search.
@@ -182,6 +199,11 @@ private:
     void vigiar(std::shared_ptr<PastaViva> viva);
     // What the watcher of that generation found; dropped if a newer scan took its place.
     void aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao& atualizacao);
+    // Compares the files' contents in the background; the result replaces the last one.
+    void compararConteudos();
+    [[nodiscard]] std::vector<Duplicatas::Arquivo> arquivosParaComparar() const;
+    // Puts the copies' badges on the items, and takes them off those no longer copies.
+    void aplicarDuplicatas(std::unordered_map<std::string, std::string> duplicataDe);
     void pedirGravacao();
     void iniciarGravacao();
     // Takes in what one save did; starts nothing.
@@ -242,6 +264,14 @@ private:
     std::uint64_t geracaoViva_ = 0;
     // Stopped first thing in the destructor: its thread posts to this object.
     std::unique_ptr<Vigia> vigia_;
+
+    std::unordered_map<std::string, std::string> duplicataDe_;
+    std::unordered_map<std::string, std::string> sha256_;
+    std::string arquivoDeHashes_;
+    std::uint64_t comparacaoMaisNova_ = 0;
+    std::stop_source pararComparacao_;
+    // The watcher's changes come in bursts: one comparison after the burst, not one per batch.
+    QTimer comparacaoAgendada_;
 
     QUndoStack pilha_;
     // What this window moved to the Trash in the session and is still there, oldest first.

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Files of identical contents: compared off the interface thread after each scan and after
+// the watcher's changes, so that the inbox shows at once and the badges come when ready.
+#include "TarrafaApp/Modelo/Modelo.hpp"
+
+#include "TarrafaCore/CacheDeHashes.hpp"
+#include "TarrafaCore/PastasDoUsuario.hpp"
+
+#include <QFutureWatcher>
+#include <QThread>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <optional>
+#include <system_error>
+#include <unordered_set>
+#include <utility>
+
+namespace tarrafa::app {
+
+std::vector<Duplicatas::Arquivo> Modelo::arquivosParaComparar() const
+{
+    // Only files that share their size with another can be copies; the others are not even
+    // handed over.
+    std::unordered_map<std::int64_t, int> porTamanho;
+    for (const GrupoOrigem& grupo : grupos_) {
+        for (const ItemTriado& item : grupo.itens()) {
+            if (!item.snapshot().ehPasta() && item.snapshot().tamanho() > 0) {
+                ++porTamanho[item.snapshot().tamanho()];
+            }
+        }
+    }
+    std::vector<Duplicatas::Arquivo> arquivos;
+    for (const GrupoOrigem& grupo : grupos_) {
+        for (const ItemTriado& item : grupo.itens()) {
+            const FileSnapshot& snapshot = item.snapshot();
+            if (snapshot.ehPasta() || snapshot.tamanho() <= 0 || porTamanho[snapshot.tamanho()] < 2) {
+                continue;
+            }
+            const auto identidade = identidades_.find(item.id());
+            if (identidade == identidades_.end()) {
+                continue; // a made-up scan's file: there is nothing to read
+            }
+            const auto sha = sha256_.find(item.id());
+            arquivos.push_back({item.id(), identidade->second, snapshot.chegouEm(),
+                sha == sha256_.end() ? std::string() : sha->second});
+        }
+    }
+    return arquivos;
+}
+
+void Modelo::compararConteudos()
+{
+    comparacaoAgendada_.stop();
+    pararComparacao_.request_stop();
+    pararComparacao_ = std::stop_source();
+    const std::uint64_t esta = ++comparacaoMaisNova_;
+    using Achadas = std::optional<std::unordered_map<std::string, std::string>>;
+    auto* vigia = new QFutureWatcher<Achadas>(this);
+    connect(vigia, &QFutureWatcherBase::finished, this, [this, vigia, esta] {
+        Q_ASSERT(QThread::currentThread() == thread());
+        vigia->deleteLater();
+        Achadas achadas = vigia->future().takeResult();
+        if (esta == comparacaoMaisNova_ && achadas) {
+            aplicarDuplicatas(std::move(*achadas));
+        }
+    });
+    const std::string arquivoDeHashes
+        = arquivoDeHashes_.empty() ? PastasDoUsuario::arquivoDeHashes() : arquivoDeHashes_;
+    vigia->setFuture(QtConcurrent::run(
+        [arquivos = arquivosParaComparar(), arquivoDeHashes, parar = pararComparacao_.get_token()]() -> Achadas {
+            try {
+                CacheDeHashes cache(arquivoDeHashes);
+                return Duplicatas::encontrar(arquivos, cache, parar).duplicataDe;
+            } catch (const std::system_error&) {
+                return std::nullopt; // called off: a newer comparison takes its place
+            } catch (const std::bad_alloc&) {
+                return std::nullopt;
+            }
+        }));
+}
+
+void Modelo::aplicarDuplicatas(std::unordered_map<std::string, std::string> duplicataDe)
+{
+    // Every file that is or was a copy is looked at again: the watcher may have brought an
+    // item made anew, without its badge, since the last comparison.
+    std::unordered_set<std::string> tocados;
+    for (const auto& [copia, original] : duplicataDe_) {
+        tocados.insert(copia);
+    }
+    for (const auto& [copia, original] : duplicataDe) {
+        tocados.insert(copia);
+    }
+    duplicataDe_ = std::move(duplicataDe);
+    if (tocados.empty()) {
+        Q_EMIT duplicatasComparadas();
+        return;
+    }
+    std::unordered_map<std::string, const ItemTriado*> porId;
+    for (const GrupoOrigem& grupo : grupos_) {
+        for (const ItemTriado& item : grupo.itens()) {
+            porId.emplace(item.id(), &item);
+        }
+    }
+    std::unordered_map<std::string, ItemTriado> refeitos;
+    for (const std::string& id : tocados) {
+        const auto item = porId.find(id);
+        if (item == porId.end()) {
+            continue;
+        }
+        const auto copia = duplicataDe_.find(id);
+        const auto original = copia == duplicataDe_.end() ? porId.end() : porId.find(copia->second);
+        ItemTriado novo = original == porId.end() ? Duplicatas::desmarcar(*item->second)
+                                                  : Duplicatas::marcar(*item->second, original->second->nome());
+        if (!(novo == *item->second)) {
+            refeitos.emplace(id, std::move(novo));
+        }
+    }
+    if (refeitos.empty()) {
+        Q_EMIT duplicatasComparadas();
+        return;
+    }
+    for (GrupoOrigem& grupo : grupos_) {
+        bool mudou = false;
+        std::vector<ItemTriado> itens = grupo.itens();
+        for (ItemTriado& item : itens) {
+            if (const auto refeito = refeitos.find(item.id()); refeito != refeitos.end()) {
+                item = refeito->second;
+                mudou = true;
+            }
+        }
+        if (mudou) {
+            grupo = GrupoOrigem(grupo.origem(), std::move(itens));
+        }
+    }
+    Q_EMIT gruposChanged();
+    Q_EMIT duplicatasComparadas();
+}
+
+} // namespace tarrafa::app
