@@ -3,7 +3,7 @@
 
 #include "TarrafaCore/Texto.hpp"
 
-#include <uriparser/Uri.h>
+#include "TarrafaCore/UriAnalisada.hpp"
 
 #include <utility>
 
@@ -33,39 +33,6 @@ struct Partes {
     std::string host;
     std::string caminho;
 };
-
-// Owns a parsed URI so that its members are freed on every way out.
-class UriAnalisada {
-public:
-    UriAnalisada(const char* inicio, const char* fim)
-    {
-        const char* posicaoDoErro = nullptr;
-        ok_ = uriParseSingleUriExA(&uri_, inicio, fim, &posicaoDoErro) == URI_SUCCESS;
-    }
-    UriAnalisada(const UriAnalisada&) = delete;
-    UriAnalisada& operator=(const UriAnalisada&) = delete;
-    ~UriAnalisada()
-    {
-        if (ok_) {
-            uriFreeUriMembersA(&uri_);
-        }
-    }
-
-    [[nodiscard]] bool ok() const noexcept { return ok_; }
-    [[nodiscard]] const UriUriA& uri() const noexcept { return uri_; }
-
-private:
-    UriUriA uri_ {};
-    bool ok_ = false;
-};
-
-std::string_view texto(const UriTextRangeA& faixa)
-{
-    if (faixa.first == nullptr || faixa.afterLast == nullptr || faixa.afterLast < faixa.first) {
-        return {};
-    }
-    return {faixa.first, static_cast<std::size_t>(faixa.afterLast - faixa.first)};
-}
 
 // RFC 3986 parsing. A reference without an authority (a relative path such as
 // "github.com/x", "mailto:", a bare file path) or with an empty host ("file:///x") has no

@@ -2,9 +2,11 @@
 // Origins from where-from addresses, which any web page can set to anything. The input is
 // one address for analisarUma() and, cut at line feeds, the list analisar() takes. An origin
 // becomes a group: its key must be non-empty and apart from the "no origin" key, and its
-// label and address are shown and written to JSON, so they must be valid UTF-8.
+// label and address are shown and written to JSON, so they must be valid UTF-8. The same
+// addresses, shown in the details pane, lose their secrets.
 #include "Apoio.hpp"
 
+#include "TarrafaCore/Endereco.hpp"
 #include "TarrafaCore/Origem.hpp"
 #include "TarrafaCore/Texto.hpp"
 
@@ -73,5 +75,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* dados, std::size_t tam
     // The personal-site rule also sees path segments straight from the address.
     const std::string pessoa = OrigemParser::nomeDePessoa(texto);
     TARRAFA_EXIGIR(Texto::ehUtf8Valido(pessoa));
+
+    // An address as shown keeps no query or fragment, and is hardly longer than the address.
+    const std::string limpo = Endereco::semSegredos(texto);
+    TARRAFA_EXIGIR(limpo.find_first_of("?#") == std::string::npos);
+    TARRAFA_EXIGIR(limpo.size() <= texto.size() + 2);
     return 0;
 }
