@@ -42,6 +42,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     , lixeira_(botao(QStringLiteral("Mover para a Lixeira"), "moverParaLixeira", this))
     , devolver_(botao(QStringLiteral("Devolver à caixa de entrada"), "devolver", this))
     , restaurar_(botao(QStringLiteral("Restaurar"), "restaurar", this))
+    , detalhes_(botao(QStringLiteral("Detalhes"), "alternarDetalhes", this))
     , opacidade_(new QGraphicsOpacityEffect(this))
 {
     setObjectName(QStringLiteral("barraDeAcoes"));
@@ -60,6 +61,10 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     linha->addWidget(adiar_, 0, Qt::AlignVCenter);
     linha->addWidget(resolver_, 0, Qt::AlignVCenter);
     linha->addWidget(lixeira_, 0, Qt::AlignVCenter);
+    linha->addSpacing(8);
+    linha->addWidget(detalhes_, 0, Qt::AlignVCenter);
+    detalhes_->setCheckable(true);
+    detalhes_->setToolTip(QStringLiteral("Mostrar ou esconder a prévia e a procedência (Espaço)"));
 
     setGraphicsEffect(opacidade_);
 

@@ -39,6 +39,8 @@ public:
     [[nodiscard]] QPushButton& devolver() const noexcept { return *devolver_; }
     // Only in "Resolvidos": the chosen files this window moved to the Trash come back.
     [[nodiscard]] QPushButton& restaurar() const noexcept { return *restaurar_; }
+    // Shows or hides the details pane beside the list (checked while it shows).
+    [[nodiscard]] QPushButton& detalhes() const noexcept { return *detalhes_; }
     // 0.6 while nothing is chosen, 1 otherwise.
     [[nodiscard]] qreal opacidade() const;
 
@@ -63,6 +65,7 @@ private:
     QPushButton* lixeira_;
     QPushButton* devolver_;
     QPushButton* restaurar_;
+    QPushButton* detalhes_;
     QGraphicsOpacityEffect* opacidade_;
     std::vector<std::string> ids_; // of the listed items, in order
 };

@@ -42,6 +42,7 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
 
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
         &ListaDeArquivos::aoMudarSelecaoDaVista);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this, &ListaDeArquivos::itemAtualChanged);
     connect(&selecao_, &Selecao::selecionadosChanged, this, &ListaDeArquivos::aplicarSelecao);
     // Postponing or ignoring leaves a row in its group's list, showing its new state. The model
     // announces each file's decision on its own: the rows are told once, on the next turn.
@@ -112,6 +113,17 @@ void ListaDeArquivos::setItens(std::vector<ItemTriado> itens)
         scrollTo(arquivos_->index(*linha), QAbstractItemView::PositionAtTop);
         verticalScrollBar()->setValue(verticalScrollBar()->value() - deslocamento);
     }
+    // The same file may come with new badges: the pane that describes it is told either way.
+    Q_EMIT itemAtualChanged();
+}
+
+std::optional<ItemTriado> ListaDeArquivos::itemAtual() const
+{
+    const QModelIndex atual = currentIndex();
+    if (!atual.isValid() || atual.row() >= static_cast<int>(arquivos_->itens().size())) {
+        return std::nullopt;
+    }
+    return arquivos_->item(atual.row());
 }
 
 void ListaDeArquivos::selecionarTudo()
@@ -229,6 +241,13 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
 
 void ListaDeArquivos::keyPressEvent(QKeyEvent* evento)
 {
+    // Space shows or hides the details pane, as in file managers' previews; with Ctrl it still
+    // toggles the row's selection.
+    if (evento->key() == Qt::Key_Space && evento->modifiers() == Qt::NoModifier) {
+        Q_EMIT alternarDetalhesPedido();
+        evento->accept();
+        return;
+    }
     // Enter opens the file with the keyboard focus, as a double-click does.
     if ((evento->key() == Qt::Key_Return || evento->key() == Qt::Key_Enter) && currentIndex().isValid()) {
         abrirSeEstiverNaPasta(arquivos_->item(currentIndex().row()).id());

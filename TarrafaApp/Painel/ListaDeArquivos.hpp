@@ -6,6 +6,7 @@
 
 #include <QListView>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,14 @@ public:
 
     // The menu a right-click on a row opens, built for that row's file.
     [[nodiscard]] QMenu* menuDaLinha(const QModelIndex& indice);
+    // The file of the row with the keyboard focus (the one last clicked or moved to).
+    [[nodiscard]] std::optional<ItemTriado> itemAtual() const;
+
+Q_SIGNALS:
+    // Another file has the keyboard focus, or the one that had it changed.
+    void itemAtualChanged();
+    // Space was pressed on the list: the details pane is shown or hidden.
+    void alternarDetalhesPedido();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* evento) override;

@@ -11,6 +11,7 @@
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Plural.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
+#include "TarrafaApp/Painel/Detalhes.hpp"
 #include "TarrafaApp/Painel/Escopo.hpp"
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
 #include "TarrafaApp/Painel/IndicadorDeProgresso.hpp"
@@ -21,6 +22,7 @@
 
 #include <QEvent>
 #include <QFrame>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMetaObject>
 #include <QPushButton>
@@ -101,6 +103,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     , arquivos_(new QWidget(pilha_))
     , barra_(new BarraDeAcoes(modelo, *selecao_, arquivos_))
     , lista_(new ListaDeArquivos(modelo, *selecao_, arquivos_))
+    , detalhes_(new Detalhes(modelo, arquivos_))
     , indicador_(new IndicadorDeProgresso(this))
 {
     setObjectName(QStringLiteral("painel"));
@@ -131,7 +134,27 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     linhasDosArquivos->setSpacing(0);
     linhasDosArquivos->addWidget(barra_);
     linhasDosArquivos->addWidget(divisor(arquivos_, QStringLiteral("divisorDosArquivos")));
-    linhasDosArquivos->addWidget(lista_, 1);
+    auto* listaEDetalhes = new QHBoxLayout;
+    listaEDetalhes->setContentsMargins(0, 0, 0, 0);
+    listaEDetalhes->setSpacing(0);
+    listaEDetalhes->addWidget(lista_, 1);
+    auto* divisorDosDetalhes = new QFrame(arquivos_);
+    divisorDosDetalhes->setObjectName(QStringLiteral("divisorDosDetalhes"));
+    divisorDosDetalhes->setFrameShape(QFrame::VLine);
+    divisorDosDetalhes->setFrameShadow(QFrame::Plain);
+    divisorDosDetalhes->setForegroundRole(QPalette::Mid);
+    divisorDosDetalhes->setFixedWidth(1);
+    listaEDetalhes->addWidget(divisorDosDetalhes);
+    listaEDetalhes->addWidget(detalhes_);
+    linhasDosArquivos->addLayout(listaEDetalhes, 1);
+    barra_->detalhes().setChecked(detalhesVisiveis_);
+    connect(&barra_->detalhes(), &QPushButton::toggled, this, [this, divisorDosDetalhes](bool visiveis) {
+        divisorDosDetalhes->setVisible(visiveis);
+        setDetalhesVisiveis(visiveis);
+    });
+    connect(lista_, &ListaDeArquivos::alternarDetalhesPedido, this, [this] { barra_->detalhes().toggle(); });
+    connect(lista_, &ListaDeArquivos::itemAtualChanged, this, &Painel::descrever);
+    connect(selecao_, &Selecao::selecionadosChanged, this, &Painel::descrever);
 
     pilha_->setObjectName(QStringLiteral("conteudo"));
     pilha_->addWidget(erro_);
@@ -179,6 +202,40 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
 }
 
 Painel::~Painel() = default;
+
+void Painel::setDetalhesVisiveis(bool visiveis)
+{
+    detalhesVisiveis_ = visiveis;
+    if (barra_->detalhes().isChecked() != visiveis) {
+        barra_->detalhes().setChecked(visiveis); // comes back here through toggled
+        return;
+    }
+    detalhes_->setVisible(visiveis);
+    descrever();
+}
+
+void Painel::descrever()
+{
+    // Hidden, it describes nothing: no picture is looked for behind the person's back.
+    if (!detalhesVisiveis_) {
+        detalhes_->mostrar(std::nullopt);
+        return;
+    }
+    // The row the person is on; when that row is not among the chosen files (they were chosen
+    // some other way), the first chosen file of the list.
+    std::optional<ItemTriado> item = lista_->itemAtual();
+    const std::set<std::string>& escolhidos = selecao_->selecionados();
+    if (!escolhidos.empty() && (!item || !escolhidos.contains(item->id()))) {
+        item.reset();
+        for (const ItemTriado& listado : lista_->itens()) {
+            if (escolhidos.contains(listado.id())) {
+                item = listado;
+                break;
+            }
+        }
+    }
+    detalhes_->mostrar(item);
+}
 
 ConfirmacaoLixeira* Painel::confirmacao() const
 {

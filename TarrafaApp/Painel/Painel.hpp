@@ -21,6 +21,7 @@ namespace tarrafa::app {
 class BarraDeAcoes;
 class ConfirmacaoLixeira;
 class ConteudoIndisponivel;
+class Detalhes;
 class FaixaResumo;
 class IndicadorDeProgresso;
 class ListaDeArquivos;
@@ -65,6 +66,11 @@ public:
     [[nodiscard]] Selecao& selecao() noexcept { return *selecao_; }
     // The Trash question on screen, if one is.
     [[nodiscard]] ConfirmacaoLixeira* confirmacao() const;
+    // The pane beside the file list: the picture and the provenance of the file the person is on.
+    [[nodiscard]] Detalhes& detalhes() const noexcept { return *detalhes_; }
+    // Whether the pane shows beside the list; the choice lasts for the window's life.
+    [[nodiscard]] bool detalhesVisiveis() const noexcept { return detalhesVisiveis_; }
+    void setDetalhesVisiveis(bool visiveis);
 
     // Selects every file listed, when files are listed.
     void selecionarTudo();
@@ -96,6 +102,8 @@ private:
     // The chosen files the list shows now, in its order.
     [[nodiscard]] std::vector<ItemTriado> escolhidosNaLista() const;
     void posicionarIndicador();
+    // Has the details pane describe the file the person is on.
+    void descrever();
     void pintarSubtitulo();
     void mostrarTitulo(const QString& titulo);
 
@@ -119,6 +127,7 @@ private:
     QWidget* arquivos_;
     BarraDeAcoes* barra_;
     ListaDeArquivos* lista_;
+    Detalhes* detalhes_;
     IndicadorDeProgresso* indicador_;
     QPointer<ConfirmacaoLixeira> confirmacao_;
 
@@ -128,6 +137,7 @@ private:
     std::vector<ItemTriado> itensMostrados_;
     std::optional<Resposta> proximaResposta_;
     bool agendado_ = false;
+    bool detalhesVisiveis_ = true;
     bool estreitarSelecao_ = false; // the search changed since the last update
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Renders the window over a made-up Downloads folder into PNG pictures, one per screen:
 // the inbox, one group with two files selected, the postponed list, the diagnostics, the
-// Trash question, and the two placeholders (nothing found, folder unreadable). Everything happens in a fake
+// details pane for a PDF, a photo and an installer, the Trash question, and the two placeholders (nothing found, folder unreadable). Everything happens in a fake
 // home; nothing real is read or moved.
 //
 //   tarrafa_capturas PASTA_DE_SAIDA
@@ -9,14 +9,20 @@
 #include "CasaFalsa.hpp"
 #include "Downloads.hpp"
 
+#include "TarrafaApp/App/IconeDoAplicativo.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
+#include "TarrafaApp/Painel/Detalhes.hpp"
+#include "TarrafaApp/Painel/Previa.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QCryptographicHash>
+#include <QLinearGradient>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QIcon>
 #include <QFile>
 #include <QPainter>
 #include <QPalette>
@@ -27,6 +33,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 
 using namespace tarrafa::app;
 using namespace tarrafa::app::teste;
@@ -123,7 +131,7 @@ std::vector<Arquivo> pastaDeExemplo()
             .baixadoHaDias = 300},
         {.nome = "a7f3c9e1b2d4.pdf",
             .tamanho = 1300 * KB,
-            .origem = kExemplo + "a7f3c9e1b2d4.pdf",
+            .origem = kExemplo + "compartilhado/a7f3c9e1b2d4.pdf?token=9f8e7d6c5b4a3f2e&expira=1735689600",
             .baixadoHaDias = 310},
         {.nome = "file.zip", .tamanho = 14 * MB, .origem = kExemplo + "file.zip", .baixadoHaDias = 320},
         {.nome = "Captura de tela de 2025-03-10 14-22-01.png",
@@ -137,6 +145,59 @@ std::vector<Arquivo> pastaDeExemplo()
         {.nome = "notas.txt", .tamanho = 3 * KB, .baixadoHaDias = 400, .usadoHaDias = 10},
         {.nome = "Fotos da viagem", .baixadoHaDias = 180, .pasta = true},
     };
+}
+
+// What a desktop thumbnailer leaves for a PDF: the first page, small, in the shared cache,
+// with the file's URI and modification time written in the picture.
+void escreverMiniaturaDePdf(const std::string& caminho)
+{
+    QImage pagina(181, 256, QImage::Format_ARGB32);
+    pagina.fill(Qt::white);
+    QPainter p(&pagina);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.fillRect(QRect(16, 18, 120, 12), QColor(0x1f, 0x4e, 0x79));
+    p.fillRect(QRect(16, 38, 80, 6), QColor(0x9b, 0xa7, 0xb4));
+    for (int y = 60; y < 236; y += 11) {
+        const int largura = (y / 11) % 4 == 3 ? 96 : 149;
+        p.fillRect(QRect(16, y, largura, 5), QColor(0xc8, 0xcf, 0xd6));
+    }
+    p.setPen(QColor(0xd0, 0xd0, 0xd0));
+    p.drawRect(pagina.rect().adjusted(0, 0, -1, -1));
+    p.end();
+    struct stat info {};
+    ::stat(caminho.c_str(), &info);
+    const QByteArray uri = Previa::uriDoArquivo(caminho);
+    pagina.setText(QStringLiteral("Thumb::URI"), QString::fromUtf8(uri));
+    pagina.setText(QStringLiteral("Thumb::MTime"), QString::number(static_cast<qint64>(info.st_mtime)));
+    const QString pasta = Previa::pastaDasMiniaturas() + QStringLiteral("/large");
+    QDir().mkpath(pasta);
+    pagina.save(pasta + QLatin1Char('/')
+            + QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex())
+            + QStringLiteral(".png"),
+        "PNG");
+}
+
+// A photo: sky, sea and sun, as a camera would save it.
+void escreverFoto(const std::string& caminho)
+{
+    QImage foto(1600, 1200, QImage::Format_RGB32);
+    QPainter p(&foto);
+    p.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient ceu(0, 0, 0, 700);
+    ceu.setColorAt(0, QColor(0x3a, 0x7b, 0xd5));
+    ceu.setColorAt(1, QColor(0xf6, 0xc1, 0x8b));
+    p.fillRect(QRect(0, 0, 1600, 700), ceu);
+    p.setBrush(QColor(0xff, 0xe0, 0x8a));
+    p.setPen(Qt::NoPen);
+    p.drawEllipse(QPoint(1120, 560), 130, 130);
+    QLinearGradient mar(0, 700, 0, 1200);
+    mar.setColorAt(0, QColor(0x1c, 0x6e, 0x8c));
+    mar.setColorAt(1, QColor(0x0b, 0x3a, 0x53));
+    p.fillRect(QRect(0, 700, 1600, 500), mar);
+    p.setBrush(QColor(0xe9, 0xd6, 0xa8));
+    p.drawEllipse(QRect(-300, 1000, 1200, 500));
+    p.end();
+    foto.save(QString::fromStdString(caminho), "JPEG", 88);
 }
 
 bool salvar(const QPixmap& imagem, const QString& pasta, const char* nome)
@@ -191,6 +252,10 @@ int main(int argc, char* argv[])
         {cenario.pasta() + "/Orçamento 2025.xlsx", "adiado"}, {cenario.pasta() + "/notas.txt", "adiado"},
         {cenario.pasta() + "/declaracao-irpf-2025.pdf", "resolvido"}});
 
+    // As on a desktop: file types have their icons, and the window its own.
+    QIcon::setThemeSearchPaths({QStringLiteral("/usr/share/icons")});
+    QIcon::setThemeName(QStringLiteral("Adwaita"));
+    QApplication::setWindowIcon(iconeDoAplicativo());
     JanelaDeTeste t(cenario);
     t.modelo->setAoVivo(true); // as the application runs: downloads under way show by themselves
     t.janela->resize(1120, 720);
@@ -270,6 +335,40 @@ int main(int argc, char* argv[])
 
     mostrar(Destino::raioX());
     ok = salvar(t.janela->grab(), saida, "raio-x.png") && ok;
+
+    // The details pane: a PDF the desktop already made a thumbnail of, reached through a
+    // signed link from a page; a photo, decoded here; an installer, shown by its type's icon.
+    {
+        const std::string pdf = cenario.pasta() + "/a7f3c9e1b2d4.pdf";
+        const std::string pagina = kExemplo + "compartilhado/?pasta=contabilidade";
+        ::setxattr(pdf.c_str(), "user.xdg.referrer.url", pagina.data(), pagina.size(), 0);
+        escreverFoto(cenario.pasta() + "/IMG_4821.jpg");
+        escreverMiniaturaDePdf(pdf);
+        t.modelo->varrer();
+        ok = t.esperarVarreduras(2) && ok;
+        const auto detalharUm = [&](const Destino& destino, const std::string& nome, const char* arquivo) {
+            mostrar(destino);
+            QSignalSpy pronta(&painel.detalhes(), &Detalhes::previaPronta);
+            painel.selecao().setSelecionados({cenario.pasta() + "/" + nome});
+            bool veio = pronta.count() > 0 || pronta.wait(10000);
+            // Until nothing more comes: the watcher and the comparison of contents may still
+            // bring the same file with news.
+            while (veio && pronta.wait(500)) {
+            }
+            QCoreApplication::processEvents();
+            if (!veio || !painel.detalhes().item() || painel.detalhes().item()->nome() != nome) {
+                std::fprintf(stderr, "os detalhes de %s não apareceram\n", nome.c_str());
+                return false;
+            }
+            return salvar(t.janela->grab(), saida, arquivo);
+        };
+        ok = detalharUm(Destino::grupo("host:arquivos.exemplo.com.br"), "a7f3c9e1b2d4.pdf", "detalhes-pdf.png") && ok;
+        ok = painel.detalhes().fonteDaPrevia() == Previa::Fonte::miniatura && ok;
+        ok = detalharUm(Destino::grupo("gmail"), "IMG_4821.jpg", "detalhes-imagem.png") && ok;
+        ok = painel.detalhes().fonteDaPrevia() == Previa::Fonte::imagem && ok;
+        ok = detalharUm(Destino::grupo("_instaladores"), "ferramenta_1.4.0_amd64.deb", "detalhes-instalador.png") && ok;
+        painel.selecao().setSelecionados({});
+    }
 
     // Two downloads under way (Chromium's, and Firefox's pair of files), then done.
     cenario.criar({.nome = "Apresentação do trimestre.pptx.crdownload", .tamanho = 3'400'000});

@@ -22,6 +22,8 @@ inline void morarEm(const QString& raiz)
     for (const char* pasta : {"/.local/share", "/.config", "/.cache", "/usr/share"}) {
         QDir().mkpath(raiz + QString::fromLatin1(pasta));
     }
+    // The system's MIME database, as every desktop has it: file types are told by their names.
+    QFile::link(QStringLiteral("/usr/share/mime"), raiz + QStringLiteral("/usr/share/mime"));
 }
 
 } // namespace tarrafa::app::teste

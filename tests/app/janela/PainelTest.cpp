@@ -9,6 +9,7 @@
 #include "TarrafaApp/Painel/Baixando.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
+#include "TarrafaApp/Painel/Detalhes.hpp"
 #include "TarrafaApp/Painel/FaixaResumo.hpp"
 #include "TarrafaApp/Painel/IndicadorDeProgresso.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
@@ -507,6 +508,58 @@ private Q_SLOTS:
         // The title stays the destination's.
         QCOMPARE(painel.subtitulo(), QStringLiteral("diagnóstico da pasta"));
         QCOMPARE(t.janela->windowTitle(), QStringLiteral("Raio-X"));
+    }
+
+    void espacoMostraEEscondeOsDetalhesQueSeguemOArquivoEValemParaAJanela()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "relatorio-1.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "relatorio-2.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "b.pdf", .origem = kOutro});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        auto* lista = painel.findChild<ListaDeArquivos*>();
+        auto& botao = painel.findChild<BarraDeAcoes*>()->detalhes();
+        Detalhes& detalhes = painel.detalhes();
+
+        // Shown from the start, describing the file clicked.
+        QVERIFY(painel.detalhesVisiveis());
+        QVERIFY(detalhes.isVisible());
+        QVERIFY(botao.isChecked());
+        const QModelIndex segunda = lista->model()->index(1, 0);
+        QTest::mouseClick(lista->viewport(), Qt::LeftButton, {}, lista->visualRect(segunda).center());
+        QVERIFY(detalhes.item());
+        QCOMPARE(detalhes.item()->id(), lista->itens()[1].id());
+
+        // Space on the list hides it and shows it again; the button follows.
+        lista->setFocus();
+        QTest::keyClick(lista, Qt::Key_Space);
+        QVERIFY(!painel.detalhesVisiveis());
+        QVERIFY(!detalhes.isVisible());
+        QVERIFY(!botao.isChecked());
+        QVERIFY(!detalhes.item()); // hidden, it describes nothing
+        QCOMPARE(painel.selecao().selecionados().size(), std::size_t(1)); // Space chose nothing
+        QTest::keyClick(lista, Qt::Key_Space);
+        QVERIFY(painel.detalhesVisiveis());
+        QVERIFY(detalhes.isVisible());
+        QCOMPARE(detalhes.item()->id(), lista->itens()[1].id());
+
+        // The button does the same, and the choice holds in another group.
+        QTest::mouseClick(&botao, Qt::LeftButton);
+        QVERIFY(!painel.detalhesVisiveis());
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoOutro));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        QVERIFY(!detalhes.isVisible());
+        QTest::mouseClick(&botao, Qt::LeftButton);
+        QVERIFY(detalhes.isVisible());
+        // Typing a space in the search is a space, not the pane.
+        t.janela->busca().setFocus();
+        QTest::keyClicks(&t.janela->busca(), QStringLiteral("b "));
+        QCOMPARE(t.janela->busca().text(), QStringLiteral("b "));
+        QVERIFY(painel.detalhesVisiveis());
     }
 
     void trocarDeGrupoLimpaASelecaoEBuscarEstreitaAoQueSeVe()

@@ -28,6 +28,8 @@ void morarEm(const QString& raiz)
     for (const char* pasta : {"/.local/share", "/.config", "/.cache", "/usr/share", "/run"}) {
         QDir().mkpath(raiz + QString::fromLatin1(pasta));
     }
+    // The system's MIME database, as every desktop has it: file types are told by their names.
+    QFile::link(QStringLiteral("/usr/share/mime"), raiz + QStringLiteral("/usr/share/mime"));
     QFile::setPermissions(
         raiz + QStringLiteral("/run"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// Qt before the core headers: moc reads <compare> correctly only after Qt's configuration.
+#include <QImage>
+#include <QWidget>
+
+#include "TarrafaApp/Painel/Previa.hpp"
+#include "TarrafaCore/TriageEngine.hpp"
+
+#include <cstdint>
+#include <optional>
+
+class QLabel;
+class QPushButton;
+class QVBoxLayout;
+
+namespace tarrafa::app {
+
+class Modelo;
+
+// The pane beside the file list: a picture of the file and where it came from, for the file
+// the person is on. The picture is found on a worker thread; until it comes, and when there is
+// none, the file type's icon stands in.
+class Detalhes final : public QWidget {
+    Q_OBJECT
+
+public:
+    // The largest the picture is shown: as wide as the pane's content, not quite as tall.
+    static constexpr int kLadoDaPrevia = 256;
+    static constexpr int kAlturaDaPrevia = 200;
+
+    explicit Detalhes(Modelo& modelo, QWidget* parent = nullptr);
+
+    // The file to describe; none for the pane's hint.
+    void mostrar(const std::optional<ItemTriado>& item);
+    [[nodiscard]] const std::optional<ItemTriado>& item() const noexcept { return item_; }
+    // Where the picture shown came from (nenhuma: the type's icon).
+    [[nodiscard]] Previa::Fonte fonteDaPrevia() const noexcept { return fonte_; }
+    [[nodiscard]] const QImage& previa() const noexcept { return imagem_; }
+
+    // The address "Copiar endereço" copies whole: the file's own; and the page
+    // "Abrir página de origem" opens: the one that led to it.
+    [[nodiscard]] std::optional<std::string> enderecoDoArquivo() const;
+    [[nodiscard]] std::optional<std::string> paginaDeOrigem() const;
+
+    // "24/11/2026 08:15", in the local time zone.
+    [[nodiscard]] static QString dataEHora(Date data);
+
+Q_SIGNALS:
+    // The picture for the file shown has been looked for (found or not).
+    void previaPronta();
+
+private:
+    void limpar();
+    void linha(const QString& rotulo, const QString& valor, const char* nome);
+    void mostrarIconeDoTipo(const std::string& caminho);
+
+    Modelo& modelo_;
+    std::optional<ItemTriado> item_;
+    std::uint64_t geracao_ = 0;
+    QLabel* imagemRotulo_;
+    QLabel* nome_;
+    QWidget* campos_;
+    QVBoxLayout* linhasDosCampos_;
+    QPushButton* abrirPagina_;
+    QPushButton* copiar_;
+    QLabel* dica_;
+    QImage imagem_;
+    Previa::Fonte fonte_ = Previa::Fonte::nenhuma;
+};
+
+} // namespace tarrafa::app

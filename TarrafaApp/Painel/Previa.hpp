@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// The picture the details pane shows of a file, found without writing anything anywhere and
+// without touching the file's access time.
+namespace tarrafa::app::Previa {
+
+// Where the picture came from.
+enum class Fonte {
+    miniatura, // the desktop's shared thumbnail cache
+    imagem, // the image itself, decoded at the size shown
+    nenhuma, // neither: the pane shows the file type's icon
+};
+
+struct Resultado {
+    QImage imagem;
+    Fonte fonte = Fonte::nenhuma;
+};
+
+// The file's URI as the thumbnail cache names it: file:// and the path's bytes, percent-encoded
+// as GLib encodes them (what every thumbnailer of the desktop uses).
+[[nodiscard]] QByteArray uriDoArquivo(const std::string& caminho);
+
+// The thumbnail the desktop made of the file, when one is valid for it as it is now: its
+// Thumb::URI names the file and its Thumb::MTime is the file's modification time (seconds).
+// Looked up in the largest sizes first. A note under fail/ (a thumbnailer that gave up) counts
+// as a thumbnail that says "none": nothing is shown, nothing decoded.
+// pastaDoCache: the thumbnails folder ($XDG_CACHE_HOME/thumbnails).
+struct Miniatura {
+    QImage imagem;
+    bool falhou = false; // a thumbnailer recorded that it could not make one
+};
+[[nodiscard]] Miniatura miniaturaEmCache(
+    const QString& pastaDoCache, const std::string& caminho, std::int64_t modificadoSegundos);
+
+// The image file decoded to fit within the size (never larger than it is), read through a
+// descriptor opened without updating the access time. Null when it is not an image Qt reads,
+// or cannot be read.
+[[nodiscard]] QImage imagemReduzida(const std::string& caminho, QSize limite);
+
+// The thumbnails folder of the user: $XDG_CACHE_HOME/thumbnails, else ~/.cache/thumbnails.
+[[nodiscard]] QString pastaDasMiniaturas();
+
+// The thumbnail, else the image itself when the file is an image; meant for a worker thread.
+[[nodiscard]] Resultado carregar(const std::string& caminho, QSize limite);
+
+} // namespace tarrafa::app::Previa
