@@ -252,9 +252,6 @@ int main(int argc, char* argv[])
         {cenario.pasta() + "/Orçamento 2025.xlsx", "adiado"}, {cenario.pasta() + "/notas.txt", "adiado"},
         {cenario.pasta() + "/declaracao-irpf-2025.pdf", "resolvido"}});
 
-    // As on a desktop: file types have their icons, and the window its own.
-    QIcon::setThemeSearchPaths({QStringLiteral("/usr/share/icons")});
-    QIcon::setThemeName(QStringLiteral("Adwaita"));
     QApplication::setWindowIcon(iconeDoAplicativo());
     JanelaDeTeste t(cenario);
     t.modelo->setAoVivo(true); // as the application runs: downloads under way show by themselves
@@ -346,6 +343,22 @@ int main(int argc, char* argv[])
         escreverMiniaturaDePdf(pdf);
         t.modelo->varrer();
         ok = t.esperarVarreduras(2) && ok;
+        // As on a desktop, file types have their icons from a theme: Adwaita's file-type icons
+        // alone, so that the sidebar keeps the symbols every other picture shows.
+        const QStringList caminhosDosTemas = QIcon::themeSearchPaths();
+        const QString tema = QIcon::themeName();
+        const QTemporaryDir temas;
+        QDir().mkpath(temas.path() + QStringLiteral("/Tipos/48x48"));
+        QFile::link(QStringLiteral("/usr/share/icons/Adwaita/48x48/mimetypes"),
+            temas.path() + QStringLiteral("/Tipos/48x48/mimetypes"));
+        QFile indice(temas.path() + QStringLiteral("/Tipos/index.theme"));
+        if (indice.open(QIODevice::WriteOnly)) {
+            indice.write("[Icon Theme]\nName=Tipos\nDirectories=48x48/mimetypes\n\n[48x48/mimetypes]\nSize=48\n"
+                         "Context=MimeTypes\nType=Scalable\nMinSize=16\nMaxSize=256\n");
+            indice.close();
+        }
+        QIcon::setThemeSearchPaths({temas.path()});
+        QIcon::setThemeName(QStringLiteral("Tipos"));
         const auto detalharUm = [&](const Destino& destino, const std::string& nome, const char* arquivo) {
             mostrar(destino);
             QSignalSpy pronta(&painel.detalhes(), &Detalhes::previaPronta);
@@ -368,6 +381,8 @@ int main(int argc, char* argv[])
         ok = painel.detalhes().fonteDaPrevia() == Previa::Fonte::imagem && ok;
         ok = detalharUm(Destino::grupo("_instaladores"), "ferramenta_1.4.0_amd64.deb", "detalhes-instalador.png") && ok;
         painel.selecao().setSelecionados({});
+        QIcon::setThemeSearchPaths(caminhosDosTemas);
+        QIcon::setThemeName(tema);
     }
 
     // Two downloads under way (Chromium's, and Firefox's pair of files), then done.
