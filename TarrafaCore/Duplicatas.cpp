@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/Duplicatas.hpp"
 
+#include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/NameAnalyzer.hpp"
 
@@ -156,6 +157,27 @@ private:
     const std::stop_token& parar_;
     std::unique_ptr<char[]> bloco_;
 };
+
+// Of two identical files, which is the original: the one that arrived first. Files written in
+// the same instant (the clock of a file system ticks in milliseconds) are told apart by their
+// names: one without a copy suffix, then the shorter name, then the bytes.
+bool maisOriginal(const Arquivo* a, const Arquivo* b)
+{
+    if (a->chegouEm != b->chegouEm) {
+        return a->chegouEm < b->chegouEm;
+    }
+    const std::string nomeA = Caminho::nomeDe(a->id);
+    const std::string nomeB = Caminho::nomeDe(b->id);
+    const bool copiaA = NameAnalyzer::temSufixoDeCopia(nomeA);
+    const bool copiaB = NameAnalyzer::temSufixoDeCopia(nomeB);
+    if (copiaA != copiaB) {
+        return copiaB;
+    }
+    if (nomeA.size() != nomeB.size()) {
+        return nomeA.size() < nomeB.size();
+    }
+    return a->id < b->id;
+}
 
 // Files of one size already known to hold the same bytes without reading them: links to
 // one inode, or files the browser gave the same hash. One of them is read for all.
@@ -313,12 +335,7 @@ private:
         if (arquivos.size() < 2) {
             return;
         }
-        const Arquivo* original = *std::ranges::min_element(arquivos, [](const Arquivo* a, const Arquivo* b) {
-            if (a->chegouEm != b->chegouEm) {
-                return a->chegouEm < b->chegouEm;
-            }
-            return a->id < b->id;
-        });
+        const Arquivo* original = *std::ranges::min_element(arquivos, maisOriginal);
         for (const Arquivo* arquivo : arquivos) {
             if (arquivo != original) {
                 resultado_.duplicataDe.emplace(arquivo->id, original->id);

@@ -79,6 +79,8 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
     std::vector<std::string> ordemDosNovosGrupos;
     std::unordered_set<std::string> removidos;
     bool baixandoMudou = false;
+    // Files whose bytes may be others now: what was known of them as copies no longer holds.
+    std::unordered_set<std::string> conteudoMudou;
     for (const PastaViva::Mudanca& m : atualizacao.mudancas) {
         if (const auto onde = grupoDe_.find(m.id); onde != grupoDe_.end()) {
             saemDe[onde->second].insert(m.id);
@@ -89,10 +91,15 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
         }
         if (!m.item) {
             removidos.insert(m.id);
+            conteudoMudou.insert(m.id);
             identidades_.erase(m.id);
             continue;
         }
         if (m.identidade) {
+            const auto antes = identidades_.find(m.id);
+            if (antes == identidades_.end() || !(antes->second == *m.identidade)) {
+                conteudoMudou.insert(m.id);
+            }
             identidades_.insert_or_assign(m.id, *m.identidade);
         }
         if (m.baixando) {
@@ -198,7 +205,25 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
         chavesDeBusca_.push_back(std::move(chaves[i]));
     }
 
-    const bool gruposMudaram = !saemDe.empty() || !ordemDosNovosGrupos.empty();
+    bool gruposMudaram = !saemDe.empty() || !ordemDosNovosGrupos.empty();
+    // A copy the watcher made anew (its origin found, say) keeps its badge at once, unless its
+    // bytes or its original's may have changed: the comparison that follows says again.
+    const auto tocaCopias = [this, &atualizacao] {
+        std::unordered_set<std::string> envolvidos;
+        for (const auto& [copia, original] : duplicataDe_) {
+            envolvidos.insert(copia);
+            envolvidos.insert(original);
+        }
+        return std::ranges::any_of(
+            atualizacao.mudancas, [&envolvidos](const PastaViva::Mudanca& m) { return envolvidos.contains(m.id); });
+    };
+    if (gruposMudaram && !duplicataDe_.empty() && tocaCopias()) {
+        auto vigentes = duplicataDe_;
+        std::erase_if(vigentes, [&conteudoMudou](const auto& par) {
+            return conteudoMudou.contains(par.first) || conteudoMudou.contains(par.second);
+        });
+        marcarCopias(std::move(vigentes));
+    }
     if (gruposMudaram) {
         Q_EMIT gruposChanged();
         raioX_.emplace(grupos_);

@@ -81,6 +81,14 @@ void Modelo::compararConteudos()
 
 void Modelo::aplicarDuplicatas(std::unordered_map<std::string, std::string> duplicataDe)
 {
+    if (marcarCopias(std::move(duplicataDe))) {
+        Q_EMIT gruposChanged();
+    }
+    Q_EMIT duplicatasComparadas();
+}
+
+bool Modelo::marcarCopias(std::unordered_map<std::string, std::string> duplicataDe)
+{
     // Every file that is or was a copy is looked at again: the watcher may have brought an
     // item made anew, without its badge, since the last comparison.
     std::unordered_set<std::string> tocados;
@@ -92,8 +100,7 @@ void Modelo::aplicarDuplicatas(std::unordered_map<std::string, std::string> dupl
     }
     duplicataDe_ = std::move(duplicataDe);
     if (tocados.empty()) {
-        Q_EMIT duplicatasComparadas();
-        return;
+        return false;
     }
     std::unordered_map<std::string, const ItemTriado*> porId;
     for (const GrupoOrigem& grupo : grupos_) {
@@ -116,8 +123,7 @@ void Modelo::aplicarDuplicatas(std::unordered_map<std::string, std::string> dupl
         }
     }
     if (refeitos.empty()) {
-        Q_EMIT duplicatasComparadas();
-        return;
+        return false;
     }
     for (GrupoOrigem& grupo : grupos_) {
         bool mudou = false;
@@ -132,8 +138,7 @@ void Modelo::aplicarDuplicatas(std::unordered_map<std::string, std::string> dupl
             grupo = GrupoOrigem(grupo.origem(), std::move(itens));
         }
     }
-    Q_EMIT gruposChanged();
-    Q_EMIT duplicatasComparadas();
+    return true;
 }
 
 } // namespace tarrafa::app

@@ -202,8 +202,11 @@ private:
     // Compares the files' contents in the background; the result replaces the last one.
     void compararConteudos();
     [[nodiscard]] std::vector<Duplicatas::Arquivo> arquivosParaComparar() const;
-    // Puts the copies' badges on the items, and takes them off those no longer copies.
+    // Takes in a comparison's result: the copies' badges go on the items, and off those no
+    // longer copies.
     void aplicarDuplicatas(std::unordered_map<std::string, std::string> duplicataDe);
+    // The badging alone; whether any group changed.
+    bool marcarCopias(std::unordered_map<std::string, std::string> duplicataDe);
     void pedirGravacao();
     void iniciarGravacao();
     // Takes in what one save did; starts nothing.

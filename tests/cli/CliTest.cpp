@@ -204,9 +204,10 @@ TEST_F(Cli, TextListsGroupsItemsBadgesAndTheParagraph)
 TEST_F(Cli, IdenticalFilesOfUnrelatedNamesAreCopiesOfTheOldestInJsonAndText)
 {
     const std::string conteudo(3000, 'c'); // the installer's bytes
-    escrever(arquivo("a8f3c2e1d9.bin"), conteudo);
+    escrever(arquivo("a8f3c2e1d9b7c6d5e4f3.bin"), conteudo);
     escrever(arquivo("copia-do-instalador.bin"), conteudo);
-    // The installer, written first, is the oldest of the three.
+    // The installer, written first, is the oldest of the three; were the clock not to tick
+    // between the writes, its name (the shortest, without a copy suffix) would tell.
 
     const Execucao json = executar("--json '" + downloads() + "'", casa_.caminho());
     ASSERT_EQ(json.status, 0) << json.erros;
@@ -217,13 +218,13 @@ TEST_F(Cli, IdenticalFilesOfUnrelatedNamesAreCopiesOfTheOldestInJsonAndText)
             porNome[item.at("nome").get<std::string>()] = item;
         }
     }
-    EXPECT_EQ(porNome.at("a8f3c2e1d9.bin").at("duplicataDe"), arquivo("Firefox 121.0.1.deb"));
+    EXPECT_EQ(porNome.at("a8f3c2e1d9b7c6d5e4f3.bin").at("duplicataDe"), arquivo("Firefox 121.0.1.deb"));
     EXPECT_EQ(porNome.at("copia-do-instalador.bin").at("duplicataDe"), arquivo("Firefox 121.0.1.deb"));
     EXPECT_TRUE(porNome.at("Firefox 121.0.1.deb").at("duplicataDe").is_null());
     // Same size as nothing else, or same size and other bytes: not copies.
     EXPECT_TRUE(porNome.at("relatorio (1).pdf").at("duplicataDe").is_null());
     EXPECT_TRUE(porNome.at("notas.txt").at("duplicataDe").is_null());
-    const Json& selos = porNome.at("a8f3c2e1d9.bin").at("selos");
+    const Json& selos = porNome.at("a8f3c2e1d9b7c6d5e4f3.bin").at("selos");
     EXPECT_TRUE(std::ranges::any_of(selos, [](const Json& selo) {
         return selo.at("caso") == "copiaIdentica" && selo.at("rotulo") == "cópia idêntica de Firefox 121.0.1.deb"
             && selo.at("tom") == "aviso";

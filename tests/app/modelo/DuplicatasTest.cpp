@@ -44,7 +44,9 @@ private Q_SLOTS:
     void selosDeCopiaChegamDepoisDaVarreduraEOMaisAntigoFicaIntocado()
     {
         const std::string conteudo(5000, 'x');
-        escrever(emDownloads("Contrato assinado.pdf"), conteudo); // written first: the oldest
+        // Written first, and the shortest name without a copy suffix: the original whether or not
+        // the file system's clock ticked between the writes.
+        escrever(emDownloads("Contrato.pdf"), conteudo);
         escrever(emDownloads("a8f3c2e1d9.pdf"), conteudo);
         escrever(emDownloads("documento (1).pdf"), conteudo);
         escrever(emDownloads("outro.pdf"), std::string(5000, 'y'));
@@ -57,18 +59,18 @@ private Q_SLOTS:
         QVERIFY(esperar(comparadas, 1));
 
         QCOMPARE(modelo->duplicataDe().size(), std::size_t(2));
-        QVERIFY(temSelo(*modelo, "a8f3c2e1d9.pdf", Selo::copiaIdentica("Contrato assinado.pdf")));
-        QVERIFY(temSelo(*modelo, "documento (1).pdf", Selo::copiaIdentica("Contrato assinado.pdf")));
+        QVERIFY(temSelo(*modelo, "a8f3c2e1d9.pdf", Selo::copiaIdentica("Contrato.pdf")));
+        QVERIFY(temSelo(*modelo, "documento (1).pdf", Selo::copiaIdentica("Contrato.pdf")));
         // The copy's badge takes the place of the name's copy suffix.
         QVERIFY(!temSelo(*modelo, "documento (1).pdf", Selo::sufixoDeCopia()));
-        QVERIFY(semCopia(*modelo, "Contrato assinado.pdf"));
+        QVERIFY(semCopia(*modelo, "Contrato.pdf"));
         QVERIFY(semCopia(*modelo, "outro.pdf"));
-        QCOMPARE(modelo->duplicataDe().at(emDownloads("a8f3c2e1d9.pdf")), emDownloads("Contrato assinado.pdf"));
+        QCOMPARE(modelo->duplicataDe().at(emDownloads("a8f3c2e1d9.pdf")), emDownloads("Contrato.pdf"));
 
         // A new scan keeps the badges while it compares again, and finds the same.
         modelo->varrer();
         QVERIFY(esperar(fins, 2));
-        QVERIFY(temSelo(*modelo, "a8f3c2e1d9.pdf", Selo::copiaIdentica("Contrato assinado.pdf")));
+        QVERIFY(temSelo(*modelo, "a8f3c2e1d9.pdf", Selo::copiaIdentica("Contrato.pdf")));
         QVERIFY(esperar(comparadas, 2));
         QCOMPARE(modelo->duplicataDe().size(), std::size_t(2));
     }
@@ -92,6 +94,35 @@ private Q_SLOTS:
         QVERIFY(itemPorNome(*modelo, "IMG_0001.jpg"));
         QVERIFY(semCopia(*modelo, "IMG_0001.jpg"));
         QCOMPARE(fins.count(), 1); // never a whole new scan
+    }
+
+    void pastaViva_copiaQueSoGanhaOrigemNaoPerdeOSeloNemPorUmInstante()
+    {
+        const std::string conteudo(4000, 'q');
+        escrever(emDownloads("nota.pdf"), conteudo);
+        escrever(emDownloads("nota-baixada-de-novo.pdf"), conteudo);
+        auto modelo = std::make_unique<Modelo>(Casa::downloads(), Casa::arquivoDeDecisoes());
+        modelo->setAoVivo(true);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        QSignalSpy comparadas(modelo.get(), &Modelo::duplicatasComparadas);
+        QVERIFY(esperar(fins, 1));
+        QVERIFY(esperar(comparadas, 1));
+        const Selo selo = Selo::copiaIdentica("nota.pdf");
+        QVERIFY(temSelo(*modelo, "nota-baixada-de-novo.pdf", selo));
+
+        // Each update the watcher applies is looked at as the window would draw it.
+        int semSelo = 0;
+        int atualizacoes = 0;
+        connect(modelo.get(), &Modelo::mudancasAplicadas, this, [&] {
+            ++atualizacoes;
+            if (!temSelo(*modelo, "nota-baixada-de-novo.pdf", selo)) {
+                ++semSelo;
+            }
+        });
+        definirOrigem(emDownloads("nota-baixada-de-novo.pdf"), "https://exemplo.org/nota.pdf");
+        QTRY_VERIFY(itemPorNome(*modelo, "nota-baixada-de-novo.pdf")->origem().chave() != Origem::kChaveSemOrigem);
+        QVERIFY(atualizacoes > 0);
+        QCOMPARE(semSelo, 0);
     }
 };
 

@@ -123,6 +123,14 @@ QString campo(const Detalhes& detalhes, const char* nome)
     return rotulo->text().remove(QChar(0x200B));
 }
 
+// What "Copiar endereço" puts on the clipboard.
+QString copiado(Detalhes& detalhes)
+{
+    QGuiApplication::clipboard()->clear();
+    detalhes.findChild<QPushButton*>(QStringLiteral("copiarEndereco"))->click();
+    return QGuiApplication::clipboard()->text();
+}
+
 // Shows the item and waits for its picture to be looked for.
 bool descrever(Detalhes& detalhes, const std::optional<ItemTriado>& item)
 {
@@ -277,9 +285,7 @@ private Q_SLOTS:
         }
 
         // "Copiar endereço" copies the file's address whole; the page opens in the browser.
-        QGuiApplication::clipboard()->clear();
-        detalhes.findChild<QPushButton*>(QStringLiteral("copiarEndereco"))->click();
-        QCOMPARE(QGuiApplication::clipboard()->text(), QString::fromStdString(endereco));
+        QCOMPARE(copiado(detalhes), QString::fromStdString(endereco));
         Navegador navegador;
         QDesktopServices::setUrlHandler(QStringLiteral("https"), &navegador, "abrir");
         auto* abrir = detalhes.findChild<QPushButton*>(QStringLiteral("abrirPaginaDeOrigem"));
@@ -309,10 +315,7 @@ private Q_SLOTS:
         QCOMPARE(campo(detalhes, "endereco1"), QStringLiteral("https://banco.exemplo.com/extratos"));
         QCOMPARE(campo(detalhes, "baixadoEm"), Detalhes::dataEHora(Date::desde1970(1'760'000'005)));
         QCOMPARE(campo(detalhes, "tamanho"), QStringLiteral("2 KB"));
-        QGuiApplication::clipboard()->clear();
-        detalhes.findChild<QPushButton*>(QStringLiteral("copiarEndereco"))->click();
-        QCOMPARE(QGuiApplication::clipboard()->text(),
-            QStringLiteral("https://cdn.banco.exemplo.com/tmp/extrato.csv?assinatura=ff00"));
+        QCOMPARE(copiado(detalhes), QStringLiteral("https://cdn.banco.exemplo.com/tmp/extrato.csv?assinatura=ff00"));
         QDir(QDir::homePath() + QStringLiteral("/.config/chromium")).removeRecursively();
     }
 

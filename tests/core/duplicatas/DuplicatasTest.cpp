@@ -315,15 +315,31 @@ TEST_F(DuplicatasTest, PedidoDeParadaInterrompe)
     }
 }
 
-TEST_F(DuplicatasTest, EmpateNaChegadaDecidePeloCaminho)
+TEST_F(DuplicatasTest, EmpateNaChegadaDecidePeloNome)
 {
+    // Written in the same tick of the file system's clock: the names tell. "Relatório (1).pdf"
+    // sorts before "Relatório.pdf" byte by byte, yet it is the copy.
     const std::string conteudo = bytesDe(1000, 12);
-    teste::escrever(pasta / "b", conteudo);
-    teste::escrever(pasta / "a", conteudo);
+    for (const char* nome : {"Relatório (1).pdf", "Relatório.pdf", "Relatório-final.pdf", "b", "a"}) {
+        teste::escrever(pasta / nome, conteudo);
+    }
     CacheDeHashes semCache;
-    const auto resultado = Duplicatas::encontrar({arquivo(pasta / "b", 5), arquivo(pasta / "a", 5)}, semCache);
-    ASSERT_EQ(resultado.duplicataDe.size(), 1U);
-    EXPECT_EQ(resultado.duplicataDe.at(pasta / "b"), pasta / "a");
+    const auto porSufixo = Duplicatas::encontrar(
+        {arquivo(pasta / "Relatório (1).pdf", 5), arquivo(pasta / "Relatório.pdf", 5)}, semCache);
+    ASSERT_EQ(porSufixo.duplicataDe.size(), 1U);
+    EXPECT_EQ(porSufixo.duplicataDe.at(pasta / "Relatório (1).pdf"), pasta / "Relatório.pdf");
+
+    const auto porTamanho = Duplicatas::encontrar(
+        {arquivo(pasta / "Relatório-final.pdf", 5), arquivo(pasta / "Relatório.pdf", 5)}, semCache);
+    EXPECT_EQ(porTamanho.duplicataDe.at(pasta / "Relatório-final.pdf"), pasta / "Relatório.pdf");
+
+    const auto porBytes = Duplicatas::encontrar({arquivo(pasta / "b", 5), arquivo(pasta / "a", 5)}, semCache);
+    EXPECT_EQ(porBytes.duplicataDe.at(pasta / "b"), pasta / "a");
+
+    // Arrival still comes first: a copy's name that arrived earlier is the original.
+    const auto porChegada = Duplicatas::encontrar(
+        {arquivo(pasta / "Relatório (1).pdf", 4), arquivo(pasta / "Relatório.pdf", 5)}, semCache);
+    EXPECT_EQ(porChegada.duplicataDe.at(pasta / "Relatório.pdf"), pasta / "Relatório (1).pdf");
 }
 
 // --- the badge on the items ---
