@@ -21,21 +21,56 @@
 
 namespace {
 
+// What a usage error prints after its message: the forms of the command, and where to learn
+// more.
 constexpr std::string_view kUso
     = "Uso: tarrafa-cli [--json] [PASTA]\n"
       "     tarrafa-cli adiar|resolver|ignorar|esquecer ARQUIVO...\n"
       "     tarrafa-cli lixeira|restaurar ARQUIVO...\n"
       "     tarrafa-cli vigiar [--json] [PASTA]\n"
-      "Mostra a caixa de entrada da pasta (por padrão, a sua pasta Downloads)\n"
-      "agrupada por origem, e o Raio-X da pasta. Nada é alterado.\n"
-      "Com adiar, resolver ou ignorar, anota essa decisão para cada ARQUIVO da pasta\n"
-      "Downloads, como a janela faz; esquecer devolve o ARQUIVO à caixa de entrada.\n"
-      "lixeira move cada ARQUIVO para a Lixeira (e o anota como resolvido); restaurar\n"
-      "traz de volta da Lixeira o ARQUIVO que estava na pasta, sem nunca substituir outro.\n"
-      "ARQUIVO é um nome da pasta Downloads ou um caminho até ele.\n"
-      "vigiar escreve uma linha a cada mudança na pasta (chegou, mudou, saiu, origem,\n"
-      "baixando) até ser interrompido; com --json, uma linha JSON por mudança.\n"
-      "  --json   escreve um objeto JSON em vez do texto\n";
+      "Veja tarrafa-cli --help ou man tarrafa-cli.\n";
+
+// --help: every subcommand and option, each with an example.
+constexpr std::string_view kAjuda
+    = "Uso: tarrafa-cli [--json] [PASTA]\n"
+      "     tarrafa-cli adiar|resolver|ignorar|esquecer ARQUIVO...\n"
+      "     tarrafa-cli lixeira|restaurar ARQUIVO...\n"
+      "     tarrafa-cli vigiar [--json] [PASTA]\n"
+      "\n"
+      "Sem subcomando, mostra a caixa de entrada da PASTA (por padrão, a sua pasta\n"
+      "Downloads) agrupada por origem, com o motivo de cada arquivo talvez ser\n"
+      "entulho, e o Raio-X da pasta. Ler a pasta não altera nada nela.\n"
+      "  tarrafa-cli ~/Downloads\n"
+      "\n"
+      "Subcomandos (ARQUIVO é um nome da pasta Downloads ou um caminho até ele):\n"
+      "  adiar      adia cada ARQUIVO: sai da caixa de entrada e vai para Adiados\n"
+      "               tarrafa-cli adiar contrato.pdf\n"
+      "  resolver   marca cada ARQUIVO como resolvido\n"
+      "               tarrafa-cli resolver 'Relatório anual.pdf'\n"
+      "  ignorar    marca cada ARQUIVO como ignorado\n"
+      "               tarrafa-cli ignorar ~/Downloads/fotos\n"
+      "  esquecer   esquece a decisão: o ARQUIVO volta à caixa de entrada\n"
+      "               tarrafa-cli esquecer contrato.pdf\n"
+      "  lixeira    move cada ARQUIVO para a Lixeira e o marca como resolvido\n"
+      "               tarrafa-cli lixeira instalador.deb\n"
+      "  restaurar  traz o ARQUIVO de volta da Lixeira, sem nunca substituir outro\n"
+      "               tarrafa-cli restaurar instalador.deb\n"
+      "  vigiar     escreve uma linha a cada mudança na pasta (chegou, mudou, saiu,\n"
+      "             origem, baixando) até ser interrompido\n"
+      "               tarrafa-cli vigiar\n"
+      "\n"
+      "Opções:\n"
+      "  --json     escreve JSON em vez de texto (com vigiar, uma linha por mudança)\n"
+      "               tarrafa-cli --json | jq '.raioX.total'\n"
+      "  --         o que vem depois é PASTA ou ARQUIVO, mesmo começando com \"-\"\n"
+      "               tarrafa-cli adiar -- -rascunho.txt\n"
+      "  -h, --help mostra esta ajuda\n"
+      "               tarrafa-cli --help\n"
+      "  --version  mostra a versão\n"
+      "               tarrafa-cli --version\n"
+      "\n"
+      "Status de saída: 0 feito; 1 a pasta ou um ARQUIVO não pôde ser lido, movido ou\n"
+      "decidido; 2 erro de uso. Mais em man tarrafa-cli.\n";
 
 void escrever(std::FILE* destino, std::string_view texto)
 {
@@ -239,7 +274,10 @@ int main(int argc, char** argv)
         if (!semMaisOpcoes && argumento == "--json") {
             json = true;
         } else if (!semMaisOpcoes && (argumento == "--help" || argumento == "-h")) {
-            escrever(stdout, kUso);
+            escrever(stdout, kAjuda);
+            return 0;
+        } else if (!semMaisOpcoes && argumento == "--version") {
+            escrever(stdout, "tarrafa-cli " TARRAFA_VERSAO "\n");
             return 0;
         } else if (!semMaisOpcoes && argumento == "--") {
             semMaisOpcoes = true;

@@ -26,6 +26,26 @@ namespace tarrafa {
 
 namespace {
 
+// The eventfd that wakes the watcher's thread: one more wake-up asked for, and all asked for
+// taken. Neither can fail on an eventfd but for a signal, which is simply tried again.
+void sinalizar(int fd) noexcept
+{
+    const std::uint64_t um = 1;
+    while (::write(fd, &um, sizeof um) < 0 && errno == EINTR) {
+    }
+}
+
+void esvaziarSinal(int fd) noexcept
+{
+    std::uint64_t valor = 0;
+    while (::read(fd, &valor, sizeof valor) < 0 && errno == EINTR) {
+    }
+}
+
+} // namespace
+
+namespace {
+
 using Relogio = std::chrono::steady_clock;
 
 // The top level: entries coming and going, written, renamed, their attributes changed, and
@@ -422,8 +442,7 @@ void Vigia::Estado::rodar()
             continue;
         }
         if ((fds[1].revents & POLLIN) != 0) {
-            std::uint64_t valor = 0;
-            (void)::read(acordar.get(), &valor, sizeof valor);
+            esvaziarSinal(acordar.get());
             std::vector<std::vector<std::byte>> recebidos;
             std::optional<LoteDeEventos> pedidoAgora;
             {
@@ -487,8 +506,7 @@ Vigia::~Vigia()
         const std::lock_guard trava(estado_->mutex);
         estado_->parar = true;
     }
-    const std::uint64_t um = 1;
-    (void)::write(estado_->acordar.get(), &um, sizeof um);
+    sinalizar(estado_->acordar.get());
     estado_->fio.join();
 }
 
@@ -498,8 +516,7 @@ void Vigia::injetar(std::span<const std::byte> eventos)
         const std::lock_guard trava(estado_->mutex);
         estado_->injetados.emplace_back(eventos.begin(), eventos.end());
     }
-    const std::uint64_t um = 1;
-    (void)::write(estado_->acordar.get(), &um, sizeof um);
+    sinalizar(estado_->acordar.get());
 }
 
 void Vigia::pedir(LoteDeEventos lote)
@@ -515,8 +532,7 @@ void Vigia::pedir(LoteDeEventos lote)
         pedido.tudo = pedido.tudo || lote.tudo;
         pedido.conferir = pedido.conferir || lote.conferir;
     }
-    const std::uint64_t um = 1;
-    (void)::write(estado_->acordar.get(), &um, sizeof um);
+    sinalizar(estado_->acordar.get());
 }
 
 std::size_t Vigia::pastasVigiadas() const

@@ -244,7 +244,10 @@ int main(int argc, char** argv)
         for (int r = 0; r < o.repeticoes; ++r) {
             const std::string caminho = o.pasta + "/chegou " + std::to_string(r) + ".pdf";
             const int fd = ::open(caminho.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-            (void)::write(fd, "pdf", 3);
+            if (fd < 0 || ::write(fd, "pdf", 3) != 3) {
+                std::fprintf(stderr, "cannot write %s\n", caminho.c_str());
+                return 1;
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(300)); // still being written
             ::close(fd);
             const auto fechado = Relogio::now();
@@ -285,7 +288,10 @@ int main(int argc, char** argv)
         }
         ::close(saida[1]);
         char linha[512];
-        (void)::read(saida[0], linha, sizeof linha); // "Vigiando ...": watching from here on
+        if (::read(saida[0], linha, sizeof linha) <= 0) { // "Vigiando ...": watching from here on
+            std::fprintf(stderr, "tarrafa-cli vigiar said nothing\n");
+            return 1;
+        }
         std::this_thread::sleep_for(std::chrono::seconds(1));
         const auto [trocas0, cpu0] = trocasECpu(pid);
         std::this_thread::sleep_for(std::chrono::seconds(o.ocioso));

@@ -12,3 +12,8 @@ target_compile_definitions(tarrafa_policy INTERFACE
 if(TARRAFA_WERROR)
     target_compile_options(tarrafa_policy INTERFACE -Werror)
 endif()
+# The hardening Debian builds its own packages with: checked string and memory functions where
+# the optimiser can see the sizes, and the relocations made read-only before main().
+target_compile_definitions(tarrafa_policy INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+target_compile_options(tarrafa_policy INTERFACE -fstack-protector-strong)
+target_link_options(tarrafa_policy INTERFACE -Wl,-z,relro -Wl,-z,now)

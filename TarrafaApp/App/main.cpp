@@ -10,11 +10,44 @@
 
 #include "TarrafaCore/BancoCopiado.hpp"
 
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr const char* kAjuda = "Uso: tarrafa [--help|--version]\n"
+                               "Abre a sua pasta Downloads como caixa de entrada: os arquivos agrupados por\n"
+                               "origem, cada um com o motivo de talvez ser entulho, para decidir um a um.\n"
+                               "Nada é apagado: os arquivos só vão para a Lixeira, depois de perguntar.\n"
+                               "  -h, --help  mostra esta ajuda\n"
+                               "  --version   mostra a versão\n"
+                               "Sem janela, o mesmo está em tarrafa-cli. Mais em man tarrafa.\n";
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
+    // Answered before any window system is asked for: they work over ssh and in scripts.
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+            std::fputs(kAjuda, stdout);
+            return 0;
+        }
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::fputs("tarrafa " TARRAFA_VERSAO "\n", stdout);
+            return 0;
+        }
+    }
     // A session that ends while a scan copies a browser history leaves no copy behind.
     tarrafa::BancoCopiado::removerCopiasAoSinal();
     QApplication aplicacao(argc, argv);
+    // What Qt did not take as its own (-platform, -style...) is not for us.
+    const QStringList argumentos = QApplication::arguments();
+    if (argumentos.size() > 1) {
+        std::fprintf(stderr, "tarrafa: opção desconhecida: %s\n", qPrintable(argumentos[1]));
+        std::fputs("Uso: tarrafa [--help|--version]\n", stderr);
+        return 2;
+    }
     QApplication::setApplicationName(QStringLiteral("tarrafa"));
     QApplication::setApplicationDisplayName(QStringLiteral("Tarrafa"));
     QApplication::setApplicationVersion(QStringLiteral(TARRAFA_VERSAO));

@@ -177,6 +177,7 @@ int main(int argc, char* argv[])
     relogio.start();
     Modelo modelo(pasta, casa.path() + QStringLiteral("/decisoes.json"));
     QSignalSpy varreduras(&modelo, &Modelo::varreduraTerminada);
+    QSignalSpy comparadas(&modelo, &Modelo::duplicatasComparadas);
     JanelaPrincipal janela(modelo);
     janela.resize(1120, 720);
     janela.show();
@@ -194,6 +195,12 @@ int main(int argc, char* argv[])
     std::printf("primeira varredura terminada:        %8.1f ms\n", varreduraPronta);
     std::printf("caixa de entrada pintada:            %8.1f ms (depois da varredura: %.1f ms)\n",
         caixaPintada, caixaPintada - varreduraPronta);
+    // The contents compared in the background (no cache of hashes yet), their badges applied.
+    if (comparadas.isEmpty() && !comparadas.wait(600000)) {
+        qFatal("the comparison of contents did not end");
+    }
+    std::printf("cópias comparadas (sem cache):       %8.1f ms (depois da varredura: %.1f ms)\n", ms(relogio),
+        ms(relogio) - varreduraPronta);
 
     // One keystroke, then the painted result. The first letter turns the inbox from group
     // cards into the flat file list; the next ones narrow the list.
@@ -275,14 +282,20 @@ int main(int argc, char* argv[])
     if (!varreduras.wait(120000)) {
         qFatal("the scan that starts the watch did not end");
     }
+    if (!comparadas.wait(120000)) {
+        qFatal("the comparison after the scan did not end");
+    }
     QSignalSpy mudancas(&modelo, &Modelo::mudancasAplicadas);
     std::vector<double> ateOModelo;
     std::vector<double> ateAPintura;
     std::vector<double> cpuDaInterface;
+    std::vector<double> cpuComComparacao;
     for (int i = 0; i < repeticoes; ++i) {
         const std::string caminho = pasta + "/chegou agora " + std::to_string(i) + ".pdf";
         const int fd = ::open(caminho.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        (void)::write(fd, "%PDF", 4);
+        if (fd < 0 || ::write(fd, "%PDF", 4) != 4) {
+            qFatal("could not write a new file");
+        }
         const double cpuAntes = cpuDoFio();
         QElapsedTimer tempo;
         tempo.start();
@@ -297,15 +310,27 @@ int main(int argc, char* argv[])
         cpuDaInterface.push_back(cpuDoFio() - cpuAntes);
         EsperaPintura(grupos).esperar();
         ateAPintura.push_back(ms(tempo));
+        // The comparison the change sets off, a moment later, and its badges.
+        const qsizetype comparacoes = comparadas.count();
+        while (comparadas.count() == comparacoes) {
+            if (!comparadas.wait(5000)) {
+                qFatal("the comparison after a change did not end");
+            }
+        }
+        cpuComComparacao.push_back(cpuDoFio() - cpuAntes);
         ::unlink(caminho.c_str());
         const qsizetype depois = mudancas.count();
         while (mudancas.count() == depois && mudancas.wait(5000)) {
+        }
+        const qsizetype depoisDeSair = comparadas.count();
+        while (comparadas.count() == depoisDeSair && comparadas.wait(5000)) {
         }
     }
     std::printf("arquivo novo fechado, mediana de %d:\n", repeticoes);
     mostrar("  até o modelo atualizado", ateOModelo);
     mostrar("  até a caixa de entrada pintada", ateAPintura);
     mostrar("  CPU da linha da interface", cpuDaInterface);
+    mostrar("  CPU da linha da interface, com a comparação de conteúdos", cpuComComparacao);
     modelo.concluirGravacoes();
     return 0;
 }
