@@ -10,6 +10,7 @@
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <algorithm>
 #include <optional>
 #include <system_error>
 #include <unordered_set>
@@ -20,28 +21,28 @@ namespace tarrafa::app {
 std::vector<Duplicatas::Arquivo> Modelo::arquivosParaComparar() const
 {
     // Only files that share their size with another can be copies; the others are not even
-    // handed over.
-    std::unordered_map<std::int64_t, int> porTamanho;
+    // handed over. One pass over the items, and identities looked up for the candidates alone.
+    std::unordered_map<std::int64_t, std::vector<const ItemTriado*>> porTamanho;
     for (const GrupoOrigem& grupo : grupos_) {
         for (const ItemTriado& item : grupo.itens()) {
-            if (!item.snapshot().ehPasta() && item.snapshot().tamanho() > 0) {
-                ++porTamanho[item.snapshot().tamanho()];
+            const FileSnapshot& snapshot = item.snapshot();
+            if (!snapshot.ehPasta() && snapshot.tamanho() > 0) {
+                porTamanho[snapshot.tamanho()].push_back(&item);
             }
         }
     }
     std::vector<Duplicatas::Arquivo> arquivos;
-    for (const GrupoOrigem& grupo : grupos_) {
-        for (const ItemTriado& item : grupo.itens()) {
-            const FileSnapshot& snapshot = item.snapshot();
-            if (snapshot.ehPasta() || snapshot.tamanho() <= 0 || porTamanho[snapshot.tamanho()] < 2) {
-                continue;
-            }
-            const auto identidade = identidades_.find(item.id());
+    for (const auto& [tamanho, itens] : porTamanho) {
+        if (itens.size() < 2) {
+            continue;
+        }
+        for (const ItemTriado* item : itens) {
+            const auto identidade = identidades_.find(item->id());
             if (identidade == identidades_.end()) {
                 continue; // a made-up scan's file: there is nothing to read
             }
-            const auto sha = sha256_.find(item.id());
-            arquivos.push_back({item.id(), identidade->second, snapshot.chegouEm(),
+            const auto sha = sha256_.find(item->id());
+            arquivos.push_back({item->id(), identidade->second, item->snapshot().chegouEm(),
                 sha == sha256_.end() ? std::string() : sha->second});
         }
     }
@@ -102,10 +103,17 @@ bool Modelo::marcarCopias(std::unordered_map<std::string, std::string> duplicata
     if (tocados.empty()) {
         return false;
     }
+    // The items involved (copies then and now, and their originals), found in one pass.
+    std::unordered_set<std::string> envolvidos = tocados;
+    for (const auto& [copia, original] : duplicataDe_) {
+        envolvidos.insert(original);
+    }
     std::unordered_map<std::string, const ItemTriado*> porId;
     for (const GrupoOrigem& grupo : grupos_) {
         for (const ItemTriado& item : grupo.itens()) {
-            porId.emplace(item.id(), &item);
+            if (envolvidos.contains(item.id())) {
+                porId.emplace(item.id(), &item);
+            }
         }
     }
     std::unordered_map<std::string, ItemTriado> refeitos;
@@ -125,18 +133,20 @@ bool Modelo::marcarCopias(std::unordered_map<std::string, std::string> duplicata
     if (refeitos.empty()) {
         return false;
     }
+    // Only the groups that hold a changed item are made again.
     for (GrupoOrigem& grupo : grupos_) {
-        bool mudou = false;
-        std::vector<ItemTriado> itens = grupo.itens();
+        const auto& itensDoGrupo = grupo.itens();
+        if (std::none_of(itensDoGrupo.begin(), itensDoGrupo.end(),
+                [&refeitos](const ItemTriado& item) { return refeitos.contains(item.id()); })) {
+            continue;
+        }
+        std::vector<ItemTriado> itens = itensDoGrupo;
         for (ItemTriado& item : itens) {
             if (const auto refeito = refeitos.find(item.id()); refeito != refeitos.end()) {
                 item = refeito->second;
-                mudou = true;
             }
         }
-        if (mudou) {
-            grupo = GrupoOrigem(grupo.origem(), std::move(itens));
-        }
+        grupo = GrupoOrigem(grupo.origem(), std::move(itens));
     }
     return true;
 }
