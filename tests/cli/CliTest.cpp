@@ -271,6 +271,36 @@ TEST(CliErro, UnknownOptionIsAUsageError)
     const Execucao e = executar("--jsn", pasta.caminho());
     EXPECT_EQ(e.status, 2);
     EXPECT_NE(e.erros.find("opção desconhecida: --jsn"), std::string::npos);
+    // A short usage, not the whole help.
+    EXPECT_NE(e.erros.find("Uso: tarrafa-cli [--json] [PASTA]"), std::string::npos);
+    EXPECT_NE(e.erros.find("tarrafa-cli --help"), std::string::npos);
+    EXPECT_EQ(e.erros.find("Subcomandos"), std::string::npos);
+}
+
+TEST(CliAjuda, HelpNamesEverySubcommandAndOptionWithAnExampleAndVersionSaysIt)
+{
+    teste::PastaTemporaria pasta;
+    for (const char* pedido : {"--help", "-h"}) {
+        const Execucao e = executar(pedido, pasta.caminho());
+        EXPECT_EQ(e.status, 0);
+        EXPECT_TRUE(e.erros.empty()) << e.erros;
+        for (const char* palavra :
+            {"adiar", "resolver", "ignorar", "esquecer", "lixeira", "restaurar", "vigiar", "--json", "--version"}) {
+            // Described on a line of its own, with an example before the next description.
+            const std::string descrito = std::string("\n  ") + palavra + " ";
+            const auto onde = e.saida.find(descrito);
+            ASSERT_NE(onde, std::string::npos) << palavra << "\n" << e.saida;
+            const auto exemplo = e.saida.find("\n               tarrafa-cli ", onde + 1);
+            auto proxima = onde + 1;
+            do {
+                proxima = e.saida.find("\n  ", proxima + 1);
+            } while (proxima != std::string::npos && e.saida[proxima + 3] == ' ');
+            EXPECT_LT(exemplo, proxima) << palavra << " has no example";
+        }
+    }
+    const Execucao versao = executar("--version", pasta.caminho());
+    EXPECT_EQ(versao.status, 0);
+    EXPECT_EQ(versao.saida, "tarrafa-cli " TARRAFA_VERSAO "\n");
 }
 
 TEST(CliErro, ADownloadsFolderTurnedOffIsNotScanned)
