@@ -68,6 +68,14 @@ inline Descritor abrirParaLer(int base, const char* caminho) noexcept
     return abrirSemTocarAcesso(base, caminho, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
 }
 
+// Opens an entry of the scanned folder to read its bytes (to compare it, to preview it): not
+// through a link put in its place, without touching its access time, and without blocking
+// should it have become a FIFO.
+inline Descritor abrirArquivoParaLer(const char* caminho) noexcept
+{
+    return abrirSemTocarAcesso(AT_FDCWD, caminho, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+}
+
 // Everything left in an open file, up to a limit; none with errno set when a read fails, or
 // with EFBIG when the file holds more than the limit (it is then not what it claims to be).
 inline std::optional<std::string> lerTudo(int fd, std::size_t limite)

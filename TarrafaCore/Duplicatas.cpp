@@ -107,8 +107,7 @@ private:
     Descritor abrir(const Arquivo& arquivo)
     {
         pararSePedido(parar_);
-        Descritor fd = abrirSemTocarAcesso(
-            AT_FDCWD, arquivo.id.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+        Descritor fd = abrirArquivoParaLer(arquivo.id.c_str());
         if (!fd.valido()) {
             return fd;
         }

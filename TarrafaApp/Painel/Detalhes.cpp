@@ -15,7 +15,6 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
-#include <QMimeDatabase>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QUrl>
@@ -25,11 +24,6 @@
 namespace tarrafa::app {
 
 namespace {
-
-QString deUtf8(const std::string& texto)
-{
-    return QString::fromUtf8(texto.data(), qsizetype(texto.size()));
-}
 
 QLabel* rotulo(QWidget* pai, const QString& nome)
 {
@@ -139,7 +133,7 @@ Detalhes::Detalhes(Modelo& modelo, QWidget* parent)
 
     connect(copiar_, &QPushButton::clicked, this, [this] {
         if (const auto endereco = enderecoDoArquivo()) {
-            QGuiApplication::clipboard()->setText(deUtf8(*endereco));
+            QGuiApplication::clipboard()->setText(QString::fromStdString(*endereco));
         }
     });
     connect(abrirPagina_, &QPushButton::clicked, this, [this] {
@@ -196,10 +190,7 @@ void Detalhes::linha(const QString& rotuloDoCampo, const QString& valor, const c
 
 void Detalhes::mostrarIconeDoTipo(const std::string& caminho)
 {
-    static const QMimeDatabase tipos;
-    // By the name alone: the file is not opened to tell its type.
-    const QMimeType tipo
-        = tipos.mimeTypeForFile(QFile::decodeName(QByteArray::fromStdString(caminho)), QMimeDatabase::MatchExtension);
+    const QMimeType tipo = Previa::tipoPeloNome(caminho);
     const QIcon icone = QIcon::fromTheme(
         tipo.iconName(), QIcon::fromTheme(tipo.genericIconName(), QApplication::windowIcon()));
     imagemRotulo_->setPixmap(icone.pixmap(96, 96));
@@ -233,20 +224,20 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
     }
 
     const FileSnapshot& s = item_->snapshot();
-    nome_->setText(deUtf8(s.nome()));
+    nome_->setText(QString::fromStdString(s.nome()));
     for (const Selo& selo : item_->selos()) {
         if (selo.caso() == Selo::Caso::copiaIdentica) {
-            linha(QStringLiteral("Conteúdo"), deUtf8(selo.rotulo()), "copiaDe");
+            linha(QStringLiteral("Conteúdo"), QString::fromStdString(selo.rotulo()), "copiaDe");
         }
     }
-    linha(QStringLiteral("Origem"), deUtf8(item_->origem().rotulo()), "origem");
+    linha(QStringLiteral("Origem"), QString::fromStdString(item_->origem().rotulo()), "origem");
     // Shown without what may be secret; "Copiar endereço" gives the whole address.
     for (std::size_t i = 0; i < s.origens().size(); ++i) {
-        linha(papelDoEndereco(i), quebravel(deUtf8(Endereco::semSegredos(s.origens()[i]))),
+        linha(papelDoEndereco(i), quebravel(QString::fromStdString(Endereco::semSegredos(s.origens()[i]))),
             ("endereco" + std::to_string(i)).c_str());
     }
     if (s.quarentenaAgente()) {
-        linha(QStringLiteral("Baixado por"), deUtf8(*s.quarentenaAgente()), "baixadoPor");
+        linha(QStringLiteral("Baixado por"), QString::fromStdString(*s.quarentenaAgente()), "baixadoPor");
     }
     if (s.baixadoEm()) {
         linha(QStringLiteral("Baixado em"), dataEHora(*s.baixadoEm()), "baixadoEm");

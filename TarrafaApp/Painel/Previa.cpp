@@ -3,14 +3,14 @@
 
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/Identidade.hpp"
+#include "TarrafaCore/PastasDoUsuario.hpp"
+#include "TarrafaApp/Painel/Revelar.hpp"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QImageReader>
 #include <QMimeDatabase>
-
-#include <glib.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -48,32 +48,20 @@ std::optional<QImage> lerMiniatura(const QString& arquivo, const QByteArray& uri
 
 } // namespace
 
-QByteArray uriDoArquivo(const std::string& caminho)
-{
-    gchar* uri = g_filename_to_uri(caminho.c_str(), nullptr, nullptr);
-    if (uri == nullptr) {
-        return {};
-    }
-    QByteArray texto(uri);
-    g_free(uri);
-    return texto;
-}
-
 QString pastaDasMiniaturas()
 {
-    const QByteArray cache = qgetenv("XDG_CACHE_HOME");
-    if (cache.startsWith('/')) {
-        return QFile::decodeName(cache) + QStringLiteral("/thumbnails");
-    }
-    return QDir::homePath() + QStringLiteral("/.cache/thumbnails");
+    return QFile::decodeName(QByteArray::fromStdString(PastasDoUsuario::cache())) + QStringLiteral("/thumbnails");
+}
+
+QMimeType tipoPeloNome(const std::string& caminho)
+{
+    static const QMimeDatabase tipos; // read once; safe to ask from any thread
+    return tipos.mimeTypeForFile(QFile::decodeName(QByteArray::fromStdString(caminho)), QMimeDatabase::MatchExtension);
 }
 
 Miniatura miniaturaEmCache(const QString& pastaDoCache, const std::string& caminho, std::int64_t modificadoSegundos)
 {
-    const QByteArray uri = uriDoArquivo(caminho);
-    if (uri.isEmpty()) {
-        return {};
-    }
+    const QByteArray uri = uriDoArquivo(caminho).toLatin1();
     const QString nome = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex())
         + QStringLiteral(".png");
     for (const char* tamanho : kTamanhos) {
@@ -96,8 +84,7 @@ Miniatura miniaturaEmCache(const QString& pastaDoCache, const std::string& camin
 
 QImage imagemReduzida(const std::string& caminho, QSize limite)
 {
-    Descritor fd
-        = abrirSemTocarAcesso(AT_FDCWD, caminho.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    Descritor fd = abrirArquivoParaLer(caminho.c_str());
     struct stat info {};
     if (!fd.valido() || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return {};
@@ -140,10 +127,7 @@ Resultado carregar(const std::string& caminho, QSize limite)
         return {};
     }
     // Only what is named as an image is decoded: other files are not read at all.
-    static const QMimeDatabase tipos;
-    const QMimeType tipo = tipos.mimeTypeForFile(QFile::decodeName(QByteArray::fromStdString(caminho)),
-        QMimeDatabase::MatchExtension);
-    if (!tipo.name().startsWith(QStringLiteral("image/"))) {
+    if (!tipoPeloNome(caminho).name().startsWith(QStringLiteral("image/"))) {
         return {};
     }
     QImage imagem = imagemReduzida(caminho, limite);

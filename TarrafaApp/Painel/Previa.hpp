@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QImage>
+#include <QMimeType>
 #include <QSize>
 #include <QString>
 
@@ -25,10 +26,6 @@ struct Resultado {
     Fonte fonte = Fonte::nenhuma;
 };
 
-// The file's URI as the thumbnail cache names it: file:// and the path's bytes, percent-encoded
-// as GLib encodes them (what every thumbnailer of the desktop uses).
-[[nodiscard]] QByteArray uriDoArquivo(const std::string& caminho);
-
 // The thumbnail the desktop made of the file, when one is valid for it as it is now: its
 // Thumb::URI names the file and its Thumb::MTime is the file's modification time (seconds).
 // Looked up in the largest sizes first. A note under fail/ (a thumbnailer that gave up) counts
@@ -46,8 +43,11 @@ struct Miniatura {
 // or cannot be read.
 [[nodiscard]] QImage imagemReduzida(const std::string& caminho, QSize limite);
 
-// The thumbnails folder of the user: $XDG_CACHE_HOME/thumbnails, else ~/.cache/thumbnails.
+// The thumbnails folder of the user: thumbnails in the cache folder.
 [[nodiscard]] QString pastaDasMiniaturas();
+
+// The file's type told by its name alone: the file is not opened.
+[[nodiscard]] QMimeType tipoPeloNome(const std::string& caminho);
 
 // The thumbnail, else the image itself when the file is an image; meant for a worker thread.
 [[nodiscard]] Resultado carregar(const std::string& caminho, QSize limite);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/Revelar.hpp"
 
+#include "TarrafaCore/Caminho.hpp"
+
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -10,23 +12,29 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <glib.h>
+
 namespace tarrafa::app {
 
 namespace {
 
 void abrirPastaQueContem(const std::string& caminho)
 {
-    const std::string::size_type barra = caminho.rfind('/');
-    const QByteArray pasta
-        = QByteArray::fromStdString(barra == 0 ? std::string("/") : caminho.substr(0, barra));
-    QDesktopServices::openUrl(
-        QUrl(QStringLiteral("file://") + QString::fromLatin1(pasta.toPercentEncoding("/"))));
+    QDesktopServices::openUrl(QUrl(uriDoArquivo(Caminho::pastaDe(caminho))));
 }
 
 } // namespace
 
 QString uriDoArquivo(const std::string& caminho)
 {
+    // GLib's spelling, byte for byte: the one the desktop's thumbnailers hash to name their
+    // files, and one every file manager reads.
+    if (gchar* uri = g_filename_to_uri(caminho.c_str(), nullptr, nullptr)) {
+        QString texto = QString::fromLatin1(uri);
+        g_free(uri);
+        return texto;
+    }
+    // A relative path, which GLib refuses: its bytes, percent-encoded all the same.
     return QStringLiteral("file://")
         + QString::fromLatin1(QByteArray::fromStdString(caminho).toPercentEncoding("/"));
 }

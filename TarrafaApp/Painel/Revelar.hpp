@@ -16,8 +16,8 @@ void mostrarNoGerenciadorDeArquivos(const std::string& caminho);
 // Opens the file with the desktop's default application for its type.
 void abrirArquivo(const std::string& caminho);
 
-// The file:// URI of a path, percent-encoding its exact bytes, so a name that is not
-// valid UTF-8 still points at the right file.
+// The file:// URI of a path, percent-encoding its exact bytes as GLib does, so a name that is
+// not valid UTF-8 still points at the right file, and the desktop's thumbnail cache knows it.
 [[nodiscard]] QString uriDoArquivo(const std::string& caminho);
 
 } // namespace tarrafa::app

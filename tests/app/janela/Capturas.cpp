@@ -13,6 +13,7 @@
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/Detalhes.hpp"
 #include "TarrafaApp/Painel/Previa.hpp"
+#include "TarrafaApp/Painel/Revelar.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 
@@ -166,7 +167,7 @@ void escreverMiniaturaDePdf(const std::string& caminho)
     p.end();
     struct stat info {};
     ::stat(caminho.c_str(), &info);
-    const QByteArray uri = Previa::uriDoArquivo(caminho);
+    const QByteArray uri = uriDoArquivo(caminho).toLatin1();
     pagina.setText(QStringLiteral("Thumb::URI"), QString::fromUtf8(uri));
     pagina.setText(QStringLiteral("Thumb::MTime"), QString::number(static_cast<qint64>(info.st_mtime)));
     const QString pasta = Previa::pastaDasMiniaturas() + QStringLiteral("/large");

@@ -7,6 +7,7 @@
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Detalhes.hpp"
 #include "TarrafaApp/Painel/Previa.hpp"
+#include "TarrafaApp/Painel/Revelar.hpp"
 
 #include <QApplication>
 #include <QClipboard>
@@ -84,7 +85,7 @@ void escreverMiniatura(const std::string& caminho, std::int64_t mtime, QColor co
 {
     QImage miniatura(64, 48, QImage::Format_RGB32);
     miniatura.fill(cor);
-    const QByteArray uri = Previa::uriDoArquivo(caminho);
+    const QByteArray uri = uriDoArquivo(caminho).toLatin1();
     miniatura.setText(QStringLiteral("Thumb::URI"), QString::fromUtf8(uri));
     miniatura.setText(QStringLiteral("Thumb::MTime"), QString::number(mtime));
     const QString destino = (pasta.isEmpty() ? Previa::pastaDasMiniaturas() + QLatin1Char('/') + QLatin1String(tamanho)
