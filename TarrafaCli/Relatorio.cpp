@@ -86,20 +86,32 @@ namespace {
 
 // Downloads still arriving are not the person's files yet: apart from the groups and the
 // diagnostics, as in the window.
-std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
+// Whether each snapshot is a download under way, as its folder's names tell.
+std::vector<bool> emAndamento(const std::vector<FileSnapshot>& snapshots)
 {
     std::unordered_set<std::string> nomes;
     for (const FileSnapshot& s : snapshots) {
         nomes.insert(s.nome());
     }
     const auto existe = [&nomes](const std::string& nome) { return nomes.contains(nome); };
-    std::vector<FileSnapshot> baixando;
+    std::vector<bool> baixando;
+    baixando.reserve(snapshots.size());
+    for (const FileSnapshot& s : snapshots) {
+        baixando.push_back(EmAndamento::baixando(s.nome(), !s.ehPasta(), s.tamanho(), existe));
+    }
+    return baixando;
+}
+
+std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
+{
+    const std::vector<bool> baixando = emAndamento(snapshots);
+    std::vector<FileSnapshot> chegando;
     std::vector<FileSnapshot> arquivos;
-    for (FileSnapshot& s : snapshots) {
-        (EmAndamento::baixando(s.nome(), !s.ehPasta(), s.tamanho(), existe) ? baixando : arquivos).push_back(std::move(s));
+    for (std::size_t k = 0; k < snapshots.size(); ++k) {
+        (baixando[k] ? chegando : arquivos).push_back(std::move(snapshots[k]));
     }
     snapshots = std::move(arquivos);
-    return baixando;
+    return chegando;
 }
 
 } // namespace
@@ -123,11 +135,17 @@ Relatorio Relatorio::de(const std::string& pasta)
         identidades.emplace(lido.snapshots[k].id(), lido.identidades[k]);
     }
     // Downloads under way are in no group: they are compared with nothing.
-    std::vector<FileSnapshot> arquivos = lido.snapshots;
-    separarBaixando(arquivos);
+    const std::vector<bool> baixando = emAndamento(lido.snapshots);
+    std::vector<const FileSnapshot*> arquivos;
+    arquivos.reserve(lido.snapshots.size());
+    for (std::size_t k = 0; k < lido.snapshots.size(); ++k) {
+        if (!baixando[k]) {
+            arquivos.push_back(&lido.snapshots[k]);
+        }
+    }
     CacheDeHashes cache(PastasDoUsuario::arquivoDeHashes());
     Duplicatas::Resultado duplicatas
-        = Duplicatas::encontrar(Duplicatas::arquivosDe(arquivos, identidades, lido.sha256), cache);
+        = Duplicatas::encontrar(Duplicatas::candidatos(arquivos, identidades, lido.sha256), cache);
     return Relatorio(pasta, AppsInstalados::listar(), std::move(lido.snapshots), Date::agora(),
         std::move(duplicatas.duplicataDe));
 }

@@ -368,18 +368,28 @@ Resultado encontrar(std::vector<Arquivo> arquivos, CacheDeHashes& cache, std::st
     return comparacao.terminar();
 }
 
-std::vector<Arquivo> arquivosDe(const std::vector<FileSnapshot>& snapshots,
+std::vector<Arquivo> candidatos(const std::vector<const FileSnapshot*>& snapshots,
     const std::unordered_map<std::string, Identidade>& identidades,
     const std::unordered_map<std::string, std::string>& sha256)
 {
+    // Sizes first: most files share theirs with no other, and are not even looked up.
+    std::unordered_map<std::int64_t, int> porTamanho;
+    for (const FileSnapshot* snapshot : snapshots) {
+        if (!snapshot->ehPasta() && snapshot->tamanho() > 0) {
+            ++porTamanho[snapshot->tamanho()];
+        }
+    }
     std::vector<Arquivo> arquivos;
-    for (const FileSnapshot& snapshot : snapshots) {
-        const auto identidade = identidades.find(snapshot.id());
-        if (snapshot.ehPasta() || identidade == identidades.end()) {
+    for (const FileSnapshot* snapshot : snapshots) {
+        if (snapshot->ehPasta() || snapshot->tamanho() <= 0 || porTamanho[snapshot->tamanho()] < 2) {
             continue;
         }
-        const auto sha = sha256.find(snapshot.id());
-        arquivos.push_back({snapshot.id(), identidade->second, snapshot.chegouEm(),
+        const auto identidade = identidades.find(snapshot->id());
+        if (identidade == identidades.end()) {
+            continue;
+        }
+        const auto sha = sha256.find(snapshot->id());
+        arquivos.push_back({snapshot->id(), identidade->second, snapshot->chegouEm(),
             sha == sha256.end() ? std::string() : sha->second});
     }
     return arquivos;

@@ -53,8 +53,10 @@ struct Resultado {
 // with ECANCELED once stop is requested.
 [[nodiscard]] Resultado encontrar(std::vector<Arquivo> arquivos, CacheDeHashes& cache, std::stop_token parar = {});
 
-// The files a scan found, ready to compare. sha256: by id, the browsers' hashes.
-[[nodiscard]] std::vector<Arquivo> arquivosDe(const std::vector<FileSnapshot>& snapshots,
+// Among the files a scan found, those worth comparing: files (not folders) of a size another
+// one shares, the only ones that can be copies, with what the scan read of them. A snapshot
+// without an identity (a made-up one) is left out. sha256: by id, the browsers' hashes.
+[[nodiscard]] std::vector<Arquivo> candidatos(const std::vector<const FileSnapshot*>& snapshots,
     const std::unordered_map<std::string, Identidade>& identidades,
     const std::unordered_map<std::string, std::string>& sha256 = {});
 

@@ -138,7 +138,11 @@ int main(int argc, char** argv)
     for (std::size_t k = 0; k < lido.snapshots.size(); ++k) {
         identidades.emplace(lido.snapshots[k].id(), lido.identidades[k]);
     }
-    const std::vector<Duplicatas::Arquivo> arquivos = Duplicatas::arquivosDe(lido.snapshots, identidades);
+    std::vector<const FileSnapshot*> snapshots;
+    for (const FileSnapshot& snapshot : lido.snapshots) {
+        snapshots.push_back(&snapshot);
+    }
+    const std::vector<Duplicatas::Arquivo> arquivos = Duplicatas::candidatos(snapshots, identidades);
 
     // The budget: every file of a size shared with another, at both ends, and the files that
     // are then candidates read whole.
@@ -175,7 +179,7 @@ int main(int argc, char** argv)
 
     std::printf("folder: %zu files, %d identical pairs of 1 MiB, %d same-size pairs that differ, %llu files "
                 "share a size\n",
-        arquivos.size(), opcoes.pares, opcoes.colisoes, static_cast<unsigned long long>(colidem));
+        lido.snapshots.size(), opcoes.pares, opcoes.colisoes, static_cast<unsigned long long>(colidem));
     std::printf("cold (no hash cache, page cache dropped): %8.1f ms  %zu copies  read %llu bytes (budget %llu)  "
                 "%zu files opened\n",
         ms(tempoFrio), frio.duplicataDe.size(), static_cast<unsigned long long>(frio.bytesLidos),

@@ -20,33 +20,13 @@ namespace tarrafa::app {
 
 std::vector<Duplicatas::Arquivo> Modelo::arquivosParaComparar() const
 {
-    // Only files that share their size with another can be copies; the others are not even
-    // handed over. One pass over the items, and identities looked up for the candidates alone.
-    std::unordered_map<std::int64_t, std::vector<const ItemTriado*>> porTamanho;
+    std::vector<const FileSnapshot*> snapshots;
     for (const GrupoOrigem& grupo : grupos_) {
         for (const ItemTriado& item : grupo.itens()) {
-            const FileSnapshot& snapshot = item.snapshot();
-            if (!snapshot.ehPasta() && snapshot.tamanho() > 0) {
-                porTamanho[snapshot.tamanho()].push_back(&item);
-            }
+            snapshots.push_back(&item.snapshot());
         }
     }
-    std::vector<Duplicatas::Arquivo> arquivos;
-    for (const auto& [tamanho, itens] : porTamanho) {
-        if (itens.size() < 2) {
-            continue;
-        }
-        for (const ItemTriado* item : itens) {
-            const auto identidade = identidades_.find(item->id());
-            if (identidade == identidades_.end()) {
-                continue; // a made-up scan's file: there is nothing to read
-            }
-            const auto sha = sha256_.find(item->id());
-            arquivos.push_back({item->id(), identidade->second, item->snapshot().chegouEm(),
-                sha == sha256_.end() ? std::string() : sha->second});
-        }
-    }
-    return arquivos;
+    return Duplicatas::candidatos(snapshots, identidades_, sha256_);
 }
 
 void Modelo::compararConteudos()

@@ -342,6 +342,32 @@ TEST_F(DuplicatasTest, EmpateNaChegadaDecidePeloNome)
     EXPECT_EQ(porChegada.duplicataDe.at(pasta / "Relatório.pdf"), pasta / "Relatório (1).pdf");
 }
 
+TEST(CandidatosADuplicata, SoArquivosDeTamanhoRepetidoComIdentidadeEOHashDoNavegador)
+{
+    const auto snapshot = [](const std::string& nome, std::int64_t tamanho, bool pasta = false) {
+        return FileSnapshot("/d/" + nome, nome, pasta, tamanho, std::nullopt, Date::desde1970(1), std::nullopt, {},
+            false, std::nullopt);
+    };
+    const std::vector<FileSnapshot> todos {snapshot("a", 10), snapshot("b", 10), snapshot("sozinho", 11),
+        snapshot("pasta", 10, true), snapshot("vazio1", 0), snapshot("vazio2", 0), snapshot("inventado", 10)};
+    std::vector<const FileSnapshot*> ponteiros;
+    std::unordered_map<std::string, Identidade> identidades;
+    for (const FileSnapshot& s : todos) {
+        ponteiros.push_back(&s);
+        if (s.nome() != "inventado") {
+            identidades[s.id()] = Identidade {1, identidades.size() + 1, S_IFREG, s.tamanho(), 7};
+        }
+    }
+    const auto arquivos = Duplicatas::candidatos(ponteiros, identidades, {{"/d/b", std::string(32, 'x')}});
+    ASSERT_EQ(arquivos.size(), 2U);
+    EXPECT_EQ(arquivos[0].id, "/d/a");
+    EXPECT_TRUE(arquivos[0].sha256.empty());
+    EXPECT_EQ(arquivos[1].id, "/d/b");
+    EXPECT_EQ(arquivos[1].sha256, std::string(32, 'x'));
+    EXPECT_EQ(arquivos[1].identidade, identidades.at("/d/b"));
+    EXPECT_EQ(arquivos[1].chegouEm, Date::desde1970(1));
+}
+
 // --- the badge on the items ---
 
 ItemTriado item(const std::string& nome, std::vector<Selo> selos)
