@@ -300,14 +300,13 @@ void Modelo::aplicar(Varredura resultado)
         return;
     }
     grupos_ = std::move(resultado.grupos);
-    // The copies known so far keep their badges until the comparison of this scan says again.
-    if (!duplicataDe_.empty()) {
-        grupos_ = Duplicatas::marcar(grupos_, duplicataDe_);
-    }
     chavesDeBusca_ = std::move(resultado.chavesDeBusca);
     identidades_ = std::move(resultado.identidades);
     grupoDe_ = std::move(resultado.grupoDe);
     sha256_ = std::move(resultado.sha256);
+    // The copies known so far keep their badges until the comparison of this scan says again:
+    // only their groups are made anew.
+    marcarCopias(duplicataDe_);
     if (baixando_ != resultado.baixando) {
         baixando_ = std::move(resultado.baixando);
         Q_EMIT baixandoChanged();
