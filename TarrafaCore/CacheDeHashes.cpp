@@ -30,7 +30,7 @@ sqlite3_int64 comoInteiro(std::uint64_t valor)
     return inteiro;
 }
 
-class Comando final {
+class Comando {
 public:
     Comando(sqlite3* db, const char* sql)
     {
@@ -93,6 +93,18 @@ bool executar(sqlite3* db, const char* sql)
 
 } // namespace
 
+class CacheDeHashes::Busca final : public Comando {
+public:
+    explicit Busca(sqlite3* db)
+        : Comando(db,
+              "SELECT parcial, completo, usado FROM hashes WHERE dispositivo = ?1 AND inode = ?2"
+              " AND tamanho = ?3 AND modificado = ?4")
+    {
+    }
+};
+
+CacheDeHashes::CacheDeHashes() = default;
+
 CacheDeHashes::CacheDeHashes(const std::string& arquivo)
 {
     const std::filesystem::path caminho(arquivo);
@@ -121,43 +133,43 @@ CacheDeHashes::CacheDeHashes(const std::string& arquivo)
             " PRIMARY KEY (dispositivo, inode)) WITHOUT ROWID");
     // A file that is not a cache of ours (damaged, or another table of that name) is left
     // alone and not used.
-    Comando prova(db, "SELECT parcial, completo, usado FROM hashes WHERE dispositivo = 0 AND inode = 0"
-                      " AND tamanho = 0 AND modificado = 0");
-    if (!pronto || !prova.valido()) {
+    auto busca = pronto ? std::make_unique<Busca>(db) : nullptr;
+    if (!busca || !busca->valido()) {
+        busca.reset();
         sqlite3_close(db);
         return;
     }
     db_ = db;
+    busca_ = std::move(busca);
 }
 
 CacheDeHashes::~CacheDeHashes()
 {
     gravar();
+    busca_.reset(); // its statement is finalised before the connection closes
     sqlite3_close(db_);
 }
 
 std::optional<CacheDeHashes::Entrada> CacheDeHashes::buscar(const Identidade& arquivo)
 {
-    if (db_ == nullptr) {
+    if (!busca_) {
         return std::nullopt;
     }
-    Comando busca(db_,
-        "SELECT parcial, completo, usado FROM hashes WHERE dispositivo = ?1 AND inode = ?2"
-        " AND tamanho = ?3 AND modificado = ?4");
-    if (!busca.valido()) {
-        return std::nullopt;
-    }
+    Busca& busca = *busca_;
     busca.ligar(arquivo);
-    if (busca.passo() != SQLITE_ROW) {
-        return std::nullopt;
+    std::optional<Entrada> entrada;
+    if (busca.passo() == SQLITE_ROW) {
+        Entrada lida {busca.hash(0), busca.hash(1)};
+        if (lida.parcial || lida.completo) {
+            if (busca.inteiro(2) < agora() - kDia) {
+                renovar_.push_back(arquivo);
+            }
+            entrada = lida;
+        }
     }
-    Entrada entrada {busca.hash(0), busca.hash(1)};
-    if (!entrada.parcial && !entrada.completo) {
-        return std::nullopt;
-    }
-    if (busca.inteiro(2) < agora() - kDia) {
-        renovar_.push_back(arquivo);
-    }
+    // Reset at once: a statement left on a row would hold a read lock the window and the
+    // command line would wait on.
+    busca.reiniciar();
     return entrada;
 }
 

@@ -4,6 +4,7 @@
 #include "TarrafaCore/Identidade.hpp"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +40,7 @@ public:
     // Opens (or creates, with its folder) the cache file.
     explicit CacheDeHashes(const std::string& arquivo);
     // A cache that remembers nothing and writes nothing.
-    CacheDeHashes() = default;
+    CacheDeHashes();
     CacheDeHashes(const CacheDeHashes&) = delete;
     CacheDeHashes& operator=(const CacheDeHashes&) = delete;
     // Writes what is still pending.
@@ -55,11 +56,14 @@ public:
     void gravar();
 
 private:
+    // The lookup, prepared once: it runs for every file of a shared size.
+    class Busca;
     struct Pendente {
         Identidade arquivo;
         Entrada entrada;
     };
     sqlite3* db_ = nullptr;
+    std::unique_ptr<Busca> busca_;
     std::vector<Pendente> pendentes_;
     // Entries found that were last used long ago: their date is renewed with the next write.
     std::vector<Identidade> renovar_;
