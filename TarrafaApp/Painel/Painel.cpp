@@ -39,14 +39,19 @@ namespace {
 // Left and right of the title, lined up with the summary strip's cells below it.
 constexpr int kMargemDoCabecalho = 20;
 
-QFrame* divisor(QWidget* pai, const QString& nome)
+// A one-pixel line across (between rows of the page) or down (between the list and the pane).
+QFrame* divisor(QWidget* pai, const QString& nome, Qt::Orientation sentido = Qt::Horizontal)
 {
     auto* linha = new QFrame(pai);
     linha->setObjectName(nome);
-    linha->setFrameShape(QFrame::HLine);
+    linha->setFrameShape(sentido == Qt::Horizontal ? QFrame::HLine : QFrame::VLine);
     linha->setFrameShadow(QFrame::Plain);
     linha->setForegroundRole(QPalette::Mid);
-    linha->setFixedHeight(1);
+    if (sentido == Qt::Horizontal) {
+        linha->setFixedHeight(1);
+    } else {
+        linha->setFixedWidth(1);
+    }
     return linha;
 }
 
@@ -138,12 +143,7 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     listaEDetalhes->setContentsMargins(0, 0, 0, 0);
     listaEDetalhes->setSpacing(0);
     listaEDetalhes->addWidget(lista_, 1);
-    auto* divisorDosDetalhes = new QFrame(arquivos_);
-    divisorDosDetalhes->setObjectName(QStringLiteral("divisorDosDetalhes"));
-    divisorDosDetalhes->setFrameShape(QFrame::VLine);
-    divisorDosDetalhes->setFrameShadow(QFrame::Plain);
-    divisorDosDetalhes->setForegroundRole(QPalette::Mid);
-    divisorDosDetalhes->setFixedWidth(1);
+    QFrame* divisorDosDetalhes = divisor(arquivos_, QStringLiteral("divisorDosDetalhes"), Qt::Vertical);
     listaEDetalhes->addWidget(divisorDosDetalhes);
     listaEDetalhes->addWidget(detalhes_);
     linhasDosArquivos->addLayout(listaEDetalhes, 1);
