@@ -64,6 +64,15 @@ void misturar(std::size_t& semente, std::size_t valor) noexcept
 
 } // namespace
 
+// Items hold their badges by value; a badge that grows makes every folder heavier.
+static_assert(sizeof(Selo) <= 32);
+
+const std::string& Selo::nome() const noexcept
+{
+    static const std::string nenhum;
+    return nome_ ? *nome_ : nenhum;
+}
+
 std::string Selo::dia(Date data)
 {
     return formatadorDeDia().formatar(data);
@@ -75,7 +84,7 @@ std::string Selo::rotulo() const
     case Caso::nuncaAberto:
         return "nunca aberto";
     case Caso::abertoEm:
-        return "aberto em " + (data_ ? dia(*data_) : std::string());
+        return "aberto em " + dia(data_);
     case Caso::nomeOpaco:
         return "nome não identifica";
     case Caso::sufixoDeCopia:
@@ -91,7 +100,7 @@ std::string Selo::rotulo() const
     case Caso::screenshot:
         return "captura de tela";
     case Caso::copiaIdentica:
-        return "cópia idêntica de " + nome_;
+        return "cópia idêntica de " + nome();
     }
     return {};
 }

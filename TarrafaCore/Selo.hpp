@@ -4,6 +4,7 @@
 #include "TarrafaCore/Date.hpp"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,24 +40,27 @@ public:
     // outros: how many other files of the folder share this file's series.
     [[nodiscard]] static Selo pareceRelacionado(int outros) noexcept
     {
-        return Selo(Caso::pareceRelacionado, std::nullopt, outros);
+        return Selo(Caso::pareceRelacionado, kSemData, outros);
     }
     [[nodiscard]] static Selo screenshot() noexcept { return Selo(Caso::screenshot); }
     // Its bytes are those of an older file of the folder, named here whatever its name.
     [[nodiscard]] static Selo copiaIdentica(std::string nomeDoOriginal)
     {
         Selo selo(Caso::copiaIdentica);
-        selo.nome_ = std::move(nomeDoOriginal);
+        selo.nome_ = std::make_shared<const std::string>(std::move(nomeDoOriginal));
         return selo;
     }
 
     [[nodiscard]] Caso caso() const noexcept { return caso_; }
     // The last-use date of abertoEm; absent for every other case.
-    [[nodiscard]] const std::optional<Date>& data() const noexcept { return data_; }
+    [[nodiscard]] std::optional<Date> data() const noexcept
+    {
+        return caso_ == Caso::abertoEm ? std::optional<Date>(data_) : std::nullopt;
+    }
     // The count of pareceRelacionado; 0 for every other case.
     [[nodiscard]] int quantidade() const noexcept { return quantidade_; }
     // The original's name of copiaIdentica; empty for every other case.
-    [[nodiscard]] const std::string& nome() const noexcept { return nome_; }
+    [[nodiscard]] const std::string& nome() const noexcept;
 
     // The text shown to the user, e.g. "aberto em 07/03" or "parece relacionado a outros 2".
     [[nodiscard]] std::string rotulo() const;
@@ -67,21 +71,27 @@ public:
     [[nodiscard]] static std::string dia(Date data);
 
     // Same case and same payload (the same instant, the same count, the same name).
-    friend bool operator==(const Selo&, const Selo&) = default;
+    friend bool operator==(const Selo& a, const Selo& b) noexcept
+    {
+        return a.caso_ == b.caso_ && a.quantidade_ == b.quantidade_ && a.data() == b.data() && a.nome() == b.nome();
+    }
 
 private:
-    explicit Selo(Caso caso, std::optional<Date> data = std::nullopt, int quantidade = 0) noexcept
+    static constexpr Date kSemData = Date::desde1970(0.0);
+
+    explicit Selo(Caso caso, Date data = kSemData, int quantidade = 0) noexcept
         : caso_(caso)
         , quantidade_(quantidade)
         , data_(data)
     {
     }
 
-    // In this order the badge wastes no padding.
+    // A folder's worth of items carries a few badges each: 32 bytes apiece. The date means
+    // something for abertoEm alone, and the rare copy's name is shared, not held.
     Caso caso_;
     int quantidade_;
-    std::optional<Date> data_;
-    std::string nome_;
+    Date data_;
+    std::shared_ptr<const std::string> nome_;
 };
 
 // The case's name as written in code, used by the machine-readable outputs.
