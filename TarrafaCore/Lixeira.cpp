@@ -7,6 +7,7 @@
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/UriDeArquivo.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -58,13 +59,13 @@ struct Lixeira {
     std::string topo;
 };
 
-// The trashes that may hold a file that was at this path: the home trash, and those at the
-// top of the disk the path is on ($topdir/.Trash/$uid, a sticky folder that is not a link,
+// The trashes that may hold a file that was in this folder: the home trash, and those at the
+// top of the disk the folder is on ($topdir/.Trash/$uid, a sticky folder that is not a link,
 // and $topdir/.Trash-$uid).
-std::vector<Lixeira> lixeirasPara(const std::string& caminhoOriginal)
+std::vector<Lixeira> lixeirasDaPasta(const std::string& pasta)
 {
     std::vector<Lixeira> lixeiras {{PastasDoUsuario::dados() + "/Trash", {}}};
-    const std::optional<std::string> topo = topoDoDisco(Caminho::pastaDe(caminhoOriginal));
+    const std::optional<std::string> topo = topoDoDisco(pasta);
     if (!topo) {
         return lixeiras;
     }
@@ -137,6 +138,39 @@ std::optional<Registro> lerRegistro(const std::string& conteudo, const std::stri
     return Registro {std::move(*caminho), std::move(quando)};
 }
 
+// Calls visitar with every record of the folder's trashes whose file is still there.
+template <typename Visitar> void percorrer(const std::string& pasta, Visitar&& visitar)
+{
+    for (const Lixeira& lixeira : lixeirasDaPasta(pasta)) {
+        const std::string pastaInfo = lixeira.pasta + "/info";
+        DIR* dir = ::opendir(pastaInfo.c_str());
+        if (dir == nullptr) {
+            continue;
+        }
+        while (const dirent* entrada = ::readdir(dir)) {
+            const std::string_view nome = entrada->d_name;
+            constexpr std::string_view kSufixo = ".trashinfo";
+            if (nome.size() <= kSufixo.size() || !nome.ends_with(kSufixo)) {
+                continue;
+            }
+            const std::string info = pastaInfo + "/" + std::string(nome);
+            const std::optional<std::string> conteudo = lerPequeno(info);
+            std::optional<Registro> registro = conteudo ? lerRegistro(*conteudo, lixeira.topo) : std::nullopt;
+            if (!registro) {
+                continue;
+            }
+            std::string arquivo = lixeira.pasta + "/files/" + std::string(nome.substr(0, nome.size() - kSufixo.size()));
+            struct stat noLugar {};
+            if (::lstat(arquivo.c_str(), &noLugar) != 0) {
+                continue; // a record whose file is gone
+            }
+            visitar(Guardado {std::move(registro->caminho), std::move(arquivo), info, lixeira.pasta,
+                std::move(registro->quando)});
+        }
+        ::closedir(dir);
+    }
+}
+
 // Drops the line of this name from the trash's cache of folder sizes, where there is one.
 void esquecerTamanho(const std::string& pastaDaLixeira, const std::string& nome)
 {
@@ -177,6 +211,38 @@ void esquecerTamanho(const std::string& pastaDaLixeira, const std::string& nome)
     }
 }
 
+std::optional<Falha> restaurarDe(const NaLixeira& naLixeira, const std::string& caminhoOriginal)
+{
+    struct stat info {};
+    if (::stat(Caminho::pastaDe(caminhoOriginal).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+        return Falha("a pasta onde ele estava não existe mais.");
+    }
+    const Falha ocupado = "já existe um arquivo com esse nome na pasta. Nada foi substituído.";
+    if (::lstat(caminhoOriginal.c_str(), &info) == 0) {
+        return ocupado;
+    }
+    // Never over what may have appeared meanwhile, and never a copy across disks.
+    if (::renameat2(AT_FDCWD, naLixeira.arquivo.c_str(), AT_FDCWD, caminhoOriginal.c_str(), RENAME_NOREPLACE)
+        != 0) {
+        if (errno == EEXIST) {
+            return ocupado;
+        }
+        if (errno != EINVAL && errno != ENOSYS) {
+            return Falha(std::generic_category().message(errno));
+        }
+        if (::lstat(caminhoOriginal.c_str(), &info) == 0) {
+            return ocupado;
+        }
+        if (::rename(naLixeira.arquivo.c_str(), caminhoOriginal.c_str()) != 0) {
+            return Falha(std::generic_category().message(errno));
+        }
+    }
+    ::unlink(naLixeira.info.c_str());
+    esquecerTamanho(naLixeira.pastaDaLixeira, nomeDe(naLixeira.arquivo));
+    return std::nullopt;
+}
+
+
 #ifdef TARRAFA_COM_GIO
 struct LiberarGObject {
     void operator()(gpointer objeto) const noexcept { g_object_unref(objeto); }
@@ -213,39 +279,29 @@ std::optional<Falha> mover(const std::string& caminho, const std::optional<Ident
 
 std::optional<NaLixeira> procurar(const std::string& caminhoOriginal)
 {
-    std::optional<NaLixeira> achado;
-    std::string maisNovo;
-    for (const Lixeira& lixeira : lixeirasPara(caminhoOriginal)) {
-        const std::string pastaInfo = lixeira.pasta + "/info";
-        DIR* dir = ::opendir(pastaInfo.c_str());
-        if (dir == nullptr) {
-            continue;
+    std::optional<Guardado> maisNovo;
+    percorrer(Caminho::pastaDe(caminhoOriginal), [&](Guardado guardado) {
+        if (guardado.caminhoOriginal == caminhoOriginal && (!maisNovo || guardado.apagadoEm > maisNovo->apagadoEm)) {
+            maisNovo = std::move(guardado);
         }
-        while (const dirent* entrada = ::readdir(dir)) {
-            const std::string_view nome = entrada->d_name;
-            constexpr std::string_view kSufixo = ".trashinfo";
-            if (nome.size() <= kSufixo.size() || !nome.ends_with(kSufixo)) {
-                continue;
-            }
-            const std::string info = pastaInfo + "/" + std::string(nome);
-            const std::optional<std::string> conteudo = lerPequeno(info);
-            const std::optional<Registro> registro
-                = conteudo ? lerRegistro(*conteudo, lixeira.topo) : std::nullopt;
-            if (!registro || registro->caminho != caminhoOriginal || (achado && registro->quando <= maisNovo)) {
-                continue;
-            }
-            const std::string arquivo
-                = lixeira.pasta + "/files/" + std::string(nome.substr(0, nome.size() - kSufixo.size()));
-            struct stat info2 {};
-            if (::lstat(arquivo.c_str(), &info2) != 0) {
-                continue; // a record whose file is gone
-            }
-            achado = NaLixeira {arquivo, info, lixeira.pasta};
-            maisNovo = registro->quando;
-        }
-        ::closedir(dir);
+    });
+    if (!maisNovo) {
+        return std::nullopt;
     }
-    return achado;
+    return NaLixeira {std::move(maisNovo->arquivo), std::move(maisNovo->info), std::move(maisNovo->pastaDaLixeira)};
+}
+
+std::vector<Guardado> listar(const std::string& pasta)
+{
+    std::vector<Guardado> daPasta;
+    percorrer(pasta, [&](Guardado guardado) {
+        if (Caminho::pastaDe(guardado.caminhoOriginal) == pasta) {
+            daPasta.push_back(std::move(guardado));
+        }
+    });
+    std::stable_sort(daPasta.begin(), daPasta.end(),
+        [](const Guardado& a, const Guardado& b) { return a.apagadoEm < b.apagadoEm; });
+    return daPasta;
 }
 
 std::optional<Falha> restaurar(const std::string& caminhoOriginal)
@@ -254,33 +310,16 @@ std::optional<Falha> restaurar(const std::string& caminhoOriginal)
     if (!naLixeira) {
         return Falha("ele não está na Lixeira.");
     }
-    struct stat info {};
-    if (::stat(Caminho::pastaDe(caminhoOriginal).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-        return Falha("a pasta onde ele estava não existe mais.");
+    return restaurarDe(*naLixeira, caminhoOriginal);
+}
+
+std::optional<Falha> restaurar(const Guardado& guardado)
+{
+    struct stat noLugar {};
+    if (::lstat(guardado.arquivo.c_str(), &noLugar) != 0) {
+        return Falha("ele não está mais na Lixeira.");
     }
-    const Falha ocupado = "já existe um arquivo com esse nome na pasta. Nada foi substituído.";
-    if (::lstat(caminhoOriginal.c_str(), &info) == 0) {
-        return ocupado;
-    }
-    // Never over what may have appeared meanwhile, and never a copy across disks.
-    if (::renameat2(AT_FDCWD, naLixeira->arquivo.c_str(), AT_FDCWD, caminhoOriginal.c_str(), RENAME_NOREPLACE)
-        != 0) {
-        if (errno == EEXIST) {
-            return ocupado;
-        }
-        if (errno != EINVAL && errno != ENOSYS) {
-            return Falha(std::generic_category().message(errno));
-        }
-        if (::lstat(caminhoOriginal.c_str(), &info) == 0) {
-            return ocupado;
-        }
-        if (::rename(naLixeira->arquivo.c_str(), caminhoOriginal.c_str()) != 0) {
-            return Falha(std::generic_category().message(errno));
-        }
-    }
-    ::unlink(naLixeira->info.c_str());
-    esquecerTamanho(naLixeira->pastaDaLixeira, nomeDe(naLixeira->arquivo));
-    return std::nullopt;
+    return restaurarDe({guardado.arquivo, guardado.info, guardado.pastaDaLixeira}, guardado.caminhoOriginal);
 }
 
 } // namespace tarrafa::Lixeira

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 // The system Trash, the only way a file ever leaves the folder, and the way back. Shared by
 // the window and the command line. Moving goes through GIO (the desktop's own trash code:
@@ -31,9 +32,27 @@ struct NaLixeira {
 };
 [[nodiscard]] std::optional<NaLixeira> procurar(const std::string& caminhoOriginal);
 
+// One file the Trash holds, as its record describes it.
+struct Guardado {
+    std::string caminhoOriginal; // decoded, absolute
+    std::string arquivo;         // where it lies now, in files/
+    std::string info;            // its record, in info/
+    std::string pastaDaLixeira;
+    std::string apagadoEm;       // DeletionDate as written (ISO 8601, so it sorts as text)
+
+    friend bool operator==(const Guardado&, const Guardado&) = default;
+};
+
+// Every file the Trash holds (the home trash and those at the top of the folder's disk) that
+// was directly in this folder, oldest first; records whose file is gone are left out. Whoever
+// moved it there, in whatever session.
+[[nodiscard]] std::vector<Guardado> listar(const std::string& pasta);
+
 // Puts the newest trashed file with this original path back there, by rename (never a copy),
 // and removes its record; refuses when anything stands at the path now, when the folder it
 // was in is gone, or when no trash holds it.
 [[nodiscard]] std::optional<Falha> restaurar(const std::string& caminhoOriginal);
+// Puts this very trashed file back at its original path, under the same conditions.
+[[nodiscard]] std::optional<Falha> restaurar(const Guardado& guardado);
 
 } // namespace tarrafa::Lixeira

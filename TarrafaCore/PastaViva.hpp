@@ -58,6 +58,8 @@ public:
 
     // The folder's path as ids begin.
     [[nodiscard]] const std::string& pasta() const noexcept { return raiz_; }
+    // How its entries are badged: for files read elsewhere to be badged alike.
+    [[nodiscard]] const TriageEngine& triagem() const noexcept { return triagem_; }
     // The history databases found by the last full read: what the watcher should watch.
     [[nodiscard]] std::vector<std::string> bancosDeHistorico() const;
 

@@ -34,8 +34,12 @@ QString textoDaDecisao(std::size_t quantos, Decisao decisao)
 
 QString textoDaLixeira(std::size_t quantos)
 {
-    return quantos == 1 ? QStringLiteral("Movido para a Lixeira")
-                        : contagem(quantos, "arquivo movido para a Lixeira", "arquivos movidos para a Lixeira");
+    return contagem(quantos, "arquivo movido para a Lixeira", "arquivos movidos para a Lixeira");
+}
+
+QString textoDaRestauracao(std::size_t quantos)
+{
+    return contagem(quantos, "arquivo restaurado", "arquivos restaurados");
 }
 
 ComandoDeDecisao::ComandoDeDecisao(
@@ -58,9 +62,11 @@ void ComandoDeDecisao::undo()
     modelo_.voltarDecisoes(anteriores_);
 }
 
-ComandoDeLixeira::ComandoDeLixeira(Modelo& modelo, std::vector<ItemTriado> movidos, DecisoesAnteriores anteriores)
-    : QUndoCommand(textoDaLixeira(movidos.size()))
+ComandoDeLixeira::ComandoDeLixeira(
+    Modelo& modelo, Sentido sentido, std::vector<Movido> movidos, DecisoesAnteriores anteriores)
+    : QUndoCommand(sentido == Sentido::paraALixeira ? textoDaLixeira(movidos.size()) : textoDaRestauracao(movidos.size()))
     , modelo_(modelo)
+    , sentido_(sentido)
     , movidos_(std::move(movidos))
     , anteriores_(std::move(anteriores))
 {
@@ -71,12 +77,25 @@ void ComandoDeLixeira::redo()
     if (std::exchange(feito_, false)) {
         return;
     }
-    modelo_.moverDeNovo(movidos_);
+    levar(sentido_ == Sentido::paraALixeira);
 }
 
 void ComandoDeLixeira::undo()
 {
-    modelo_.restaurarDaLixeira(movidos_, anteriores_);
+    levar(sentido_ != Sentido::paraALixeira);
+}
+
+void ComandoDeLixeira::levar(bool paraALixeira)
+{
+    // Back in the folder, a file takes the decision it had before the step (after a restore:
+    // none, the inbox); in the Trash it is resolved.
+    movidos_ = paraALixeira ? modelo_.levarDeNovoParaALixeira(movidos_) : modelo_.trazerDaLixeira(movidos_, anteriores_);
+    if (movidos_.empty()) {
+        setObsolete(true);
+    } else {
+        setText(sentido_ == Sentido::paraALixeira ? textoDaLixeira(movidos_.size())
+                                                 : textoDaRestauracao(movidos_.size()));
+    }
 }
 
 } // namespace tarrafa::app

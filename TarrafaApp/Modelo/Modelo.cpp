@@ -5,6 +5,7 @@
 
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
+#include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Lixeira.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
@@ -25,6 +26,8 @@
 #include <exception>
 #include <iterator>
 #include <memory>
+#include <map>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -50,6 +53,61 @@ QString arquivoDeDecisoesPadrao()
 QString deUtf8(const std::string& texto)
 {
     return QString::fromUtf8(texto.data(), qsizetype(texto.size()));
+}
+
+QString paraJanela(const std::string& nome)
+{
+    return deUtf8(Escapes::paraJanela(nome));
+}
+
+QString recusaDeMover(const std::string& nome, const std::string& falha)
+{
+    return QStringLiteral("Não consegui mover ") + paraJanela(nome) + QStringLiteral(" para a Lixeira: ") + deUtf8(falha);
+}
+
+// Why a file did not come back, and where it is now: a file that stays in the Trash can still
+// be restored once its name is free.
+QString recusaDeRestaurar(const std::string& nome, const std::string& falha, const std::string& caminho, bool naLixeira)
+{
+    QString texto = QStringLiteral("Não consegui restaurar ") + paraJanela(nome) + QStringLiteral(": ") + deUtf8(falha);
+    if (naLixeira) {
+        texto += Identidade::ler(caminho)
+            ? QStringLiteral(" Ele continua na Lixeira: renomeie o arquivo novo e use Restaurar em Resolvidos.")
+            : QStringLiteral(" Ele continua na Lixeira.");
+    }
+    return texto;
+}
+
+// Every file of the Trash that was in the folder, as the row "Resolvidos" shows: read where it
+// lies, named as it was, badged as it would be in the folder.
+std::vector<ItemNaLixeira> itensNaLixeira(const std::string& pasta, const TriageEngine& triagem, const std::stop_token& parar)
+{
+    std::vector<Lixeira::Guardado> guardados = Lixeira::listar(PastaScanner::caminhoAbsoluto(pasta));
+    // One read per trash folder, not per file.
+    std::map<std::string, std::vector<std::string>> nomesPorPasta;
+    for (const Lixeira::Guardado& guardado : guardados) {
+        nomesPorPasta[Caminho::pastaDe(guardado.arquivo)].push_back(Caminho::nomeDe(guardado.arquivo));
+    }
+    const PastaScanner scanner(parar);
+    std::unordered_map<std::string, PastaScanner::Leitura> lidas;
+    for (const auto& [pastaDosArquivos, nomes] : nomesPorPasta) {
+        for (PastaScanner::Leitura& leitura : scanner.ler(pastaDosArquivos, nomes)) {
+            std::string id = leitura.id;
+            lidas.insert_or_assign(std::move(id), std::move(leitura));
+        }
+    }
+    std::vector<ItemNaLixeira> itens;
+    itens.reserve(guardados.size());
+    for (Lixeira::Guardado& guardado : guardados) {
+        const auto lida = lidas.find(guardado.arquivo);
+        if (lida == lidas.end()) {
+            continue;
+        }
+        PastaScanner::Leitura leitura = lida->second;
+        leitura.nome = Texto::utf8Valido(Caminho::nomeDe(guardado.caminhoOriginal));
+        itens.push_back({triagem.triarUm(PastaScanner::snapshotDe(std::move(leitura)), 1), std::move(guardado)});
+    }
+    return itens;
 }
 
 
@@ -180,11 +238,10 @@ template <typename Funcao> void Modelo::paraCadaItem(const Destino& destino, Fun
         break;
     case Destino::Caso::resolvidos:
         visitarTodos([](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
-        // And what went to the Trash from here, once a scan no longer finds it in the folder.
-        for (const ItemTriado& item : naLixeira_) {
-            if (!identidades_.contains(item.id())
-                && (!buscando || Texto::chaveDeBusca(item.nome()).find(procurado) != std::string::npos)) {
-                funcao(item);
+        // And what went from here to the Trash, whoever moved it there.
+        for (const ItemNaLixeira& guardado : naLixeira_) {
+            if (!buscando || Texto::chaveDeBusca(guardado.item.nome()).find(procurado) != std::string::npos) {
+                funcao(guardado.item);
             }
         }
         break;
@@ -311,6 +368,7 @@ void Modelo::aplicar(Varredura resultado)
         baixando_ = std::move(resultado.baixando);
         Q_EMIT baixandoChanged();
     }
+    setNaLixeira(std::move(resultado.lixeira));
     Q_EMIT gruposChanged();
     // Every file triage saw is in a group: the diagnostics need nothing else.
     raioX_.emplace(grupos_);
@@ -404,9 +462,10 @@ void Modelo::moverParaLixeira(const std::vector<ItemTriado>& itens)
         return;
     }
     const auto anteriores = anterioresDe(ids);
-    std::vector<ItemTriado> movidos = mover(naPasta);
+    std::vector<Movido> movidos = mover(naPasta);
     if (!movidos.empty()) {
-        auto* comando = new ComandoDeLixeira(*this, std::move(movidos), anteriores);
+        auto* comando
+            = new ComandoDeLixeira(*this, ComandoDeLixeira::Sentido::paraALixeira, std::move(movidos), anteriores);
         const QString texto = comando->text();
         pilha_.push(comando);
         Q_EMIT acaoFeita(texto);
@@ -422,97 +481,189 @@ bool Modelo::estaNaLixeira(const std::string& id) const
     return idsNaLixeira_.contains(id);
 }
 
+bool Modelo::foiParaALixeira(const std::string& caminhoOriginal) const
+{
+    return originaisNaLixeira_.contains(caminhoOriginal);
+}
+
+void Modelo::setNaLixeira(std::vector<ItemNaLixeira> naLixeira)
+{
+    if (naLixeira == naLixeira_) {
+        return;
+    }
+    naLixeira_ = std::move(naLixeira);
+    idsNaLixeira_.clear();
+    originaisNaLixeira_.clear();
+    for (const ItemNaLixeira& guardado : naLixeira_) {
+        idsNaLixeira_.insert(guardado.item.id());
+        originaisNaLixeira_.insert(guardado.guardado.caminhoOriginal);
+    }
+    Q_EMIT lixeiraChanged();
+}
+
 void Modelo::tirarDaLixeira(const std::unordered_set<std::string>& ids)
 {
-    // One pass for the whole batch: a move of thousands of files must not be quadratic.
-    std::erase_if(naLixeira_, [&](const ItemTriado& item) { return ids.contains(item.id()); });
-    for (const std::string& id : ids) {
-        idsNaLixeira_.erase(id);
+    if (ids.empty()) {
+        return;
     }
+    // One pass for the whole batch: a restore of thousands of files must not be quadratic.
+    std::vector<ItemNaLixeira> ficam = naLixeira_;
+    std::erase_if(ficam, [&](const ItemNaLixeira& guardado) { return ids.contains(guardado.item.id()); });
+    setNaLixeira(std::move(ficam));
 }
 
 void Modelo::restaurar(const std::vector<std::string>& ids)
 {
-    // Only what this window put there; back in the inbox, not to a decision from before.
-    const std::unordered_set<std::string> pedidos(ids.begin(), ids.end());
-    std::vector<ItemTriado> itens;
-    std::unordered_map<std::string, std::optional<Decisao>> paraAEntrada;
-    for (const ItemTriado& item : naLixeira_) {
-        if (pedidos.contains(item.id())) {
-            itens.push_back(item);
-            paraAEntrada.emplace(item.id(), std::nullopt);
-        }
-    }
-    if (!itens.empty()) {
-        restaurarDaLixeira(itens, paraAEntrada);
-    }
-}
-
-void Modelo::moverDeNovo(const std::vector<ItemTriado>& itens)
-{
     setMensagem(std::nullopt);
-    (void)mover(itens);
+    const std::unordered_set<std::string> pedidos(ids.begin(), ids.end());
+    QStringList recusas;
+    std::vector<Movido> trazidos;
+    // Back in the inbox, not to a decision from before.
+    std::unordered_map<std::string, std::optional<Decisao>> paraAEntrada;
+    std::unordered_set<std::string> sairam;
+    for (const ItemNaLixeira& guardado : naLixeira_) {
+        if (!pedidos.contains(guardado.item.id())) {
+            continue;
+        }
+        const std::string& caminho = guardado.guardado.caminhoOriginal;
+        // What comes back is what redoing or undoing will look for: this very file.
+        const std::optional<Identidade> identidade = Identidade::ler(guardado.guardado.arquivo);
+        const std::optional<Lixeira::Falha> falha = identidade
+            ? Lixeira::restaurar(guardado.guardado)
+            : std::optional<Lixeira::Falha>(Lixeira::Falha("ele não está mais na Lixeira."));
+        if (falha) {
+            recusas.append(recusaDeRestaurar(guardado.item.nome(), *falha, caminho, identidade.has_value()));
+            continue;
+        }
+        sairam.insert(guardado.item.id());
+        trazidos.push_back({caminho, guardado.item.nome(), *identidade});
+        paraAEntrada.insert_or_assign(caminho, std::nullopt);
+    }
+    if (!recusas.isEmpty()) {
+        setMensagem(recusas.join(QLatin1Char('\n')));
+    }
+    if (sairam.empty()) {
+        return;
+    }
+    tirarDaLixeira(sairam);
+    voltarDecisoes(paraAEntrada);
+    if (!trazidos.empty()) {
+        auto* comando = new ComandoDeLixeira(
+            *this, ComandoDeLixeira::Sentido::daLixeira, std::move(trazidos), std::move(paraAEntrada));
+        const QString texto = comando->text();
+        pilha_.push(comando);
+        Q_EMIT acaoFeita(texto);
+    }
     varrer();
 }
 
-void Modelo::restaurarDaLixeira(
-    const std::vector<ItemTriado>& itens, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores)
+std::vector<Movido> Modelo::levarDeNovoParaALixeira(const std::vector<Movido>& movidos)
 {
     setMensagem(std::nullopt);
     QStringList recusas;
-    std::unordered_map<std::string, std::optional<Decisao>> devolvidos;
-    std::unordered_set<std::string> trazidos;
-    for (const ItemTriado& item : itens) {
-        // Never over what now has the name: the file stays in the Trash and the person is told.
-        if (const std::optional<Lixeira::Falha> falha = Lixeira::restaurar(item.id())) {
-            recusas.append(QStringLiteral("Não consegui restaurar ") + deUtf8(Escapes::paraJanela(item.nome()))
-                + QStringLiteral(": ") + deUtf8(*falha));
+    std::vector<Movido> levados;
+    std::vector<std::string> ids;
+    for (const Movido& movido : movidos) {
+        // Only the file the person confirmed: another that took its name since stays.
+        const std::optional<Identidade> agora = Identidade::ler(movido.caminho);
+        if (!agora) {
+            recusas.append(recusaDeMover(movido.nome, "ele não está mais na pasta."));
             continue;
         }
-        trazidos.insert(item.id());
-        if (const auto anterior = anteriores.find(item.id()); anterior != anteriores.end()) {
+        if (*agora != movido.identidade) {
+            recusas.append(recusaDeMover(movido.nome,
+                "o arquivo com esse nome agora é outro, que você não confirmou. Nada foi movido."));
+            continue;
+        }
+        if (const std::optional<Lixeira::Falha> falha = Lixeira::mover(movido.caminho, movido.identidade)) {
+            recusas.append(recusaDeMover(movido.nome, *falha));
+            continue;
+        }
+        levados.push_back(movido);
+        ids.push_back(movido.caminho);
+    }
+    if (!recusas.isEmpty()) {
+        setMensagem(recusas.join(QLatin1Char('\n')));
+    }
+    registrar(ids, Decisao::resolvido);
+    varrer();
+    return levados;
+}
+
+std::vector<Movido> Modelo::trazerDaLixeira(
+    const std::vector<Movido>& movidos, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores)
+{
+    setMensagem(std::nullopt);
+    // One walk through the Trash for the whole step; each file found by where it was and what
+    // it is, so that another file trashed from the same path is never the one that comes back.
+    std::set<std::string> pastas;
+    for (const Movido& movido : movidos) {
+        pastas.insert(Caminho::pastaDe(movido.caminho));
+    }
+    std::unordered_map<std::string, std::vector<Lixeira::Guardado>> porCaminho;
+    for (const std::string& pasta : pastas) {
+        for (Lixeira::Guardado& guardado : Lixeira::listar(pasta)) {
+            std::string caminho = guardado.caminhoOriginal;
+            porCaminho[std::move(caminho)].push_back(std::move(guardado));
+        }
+    }
+    QStringList recusas;
+    std::vector<Movido> trazidos;
+    std::unordered_map<std::string, std::optional<Decisao>> devolvidos;
+    std::unordered_set<std::string> sairam;
+    for (const Movido& movido : movidos) {
+        const Lixeira::Guardado* achado = nullptr;
+        if (const auto candidatos = porCaminho.find(movido.caminho); candidatos != porCaminho.end()) {
+            for (const Lixeira::Guardado& guardado : candidatos->second) {
+                if (Identidade::ler(guardado.arquivo) == movido.identidade) {
+                    achado = &guardado;
+                    break;
+                }
+            }
+        }
+        const std::optional<Lixeira::Falha> falha = achado
+            ? Lixeira::restaurar(*achado)
+            : std::optional<Lixeira::Falha>(Lixeira::Falha("ele não está mais na Lixeira."));
+        if (falha) {
+            recusas.append(recusaDeRestaurar(movido.nome, *falha, movido.caminho, achado != nullptr));
+            continue;
+        }
+        sairam.insert(achado->arquivo);
+        trazidos.push_back(movido);
+        if (const auto anterior = anteriores.find(movido.caminho); anterior != anteriores.end()) {
             devolvidos.insert(*anterior);
         }
     }
-    tirarDaLixeira(trazidos);
-    Q_EMIT lixeiraChanged();
+    tirarDaLixeira(sairam);
     if (!recusas.isEmpty()) {
         setMensagem(recusas.join(QLatin1Char('\n')));
     }
     voltarDecisoes(devolvidos);
     varrer();
+    return trazidos;
 }
 
-std::vector<ItemTriado> Modelo::mover(const std::vector<ItemTriado>& itens)
+std::vector<Movido> Modelo::mover(const std::vector<ItemTriado>& itens)
 {
     QStringList recusas;
-    std::vector<ItemTriado> movidosItens;
-    std::vector<std::string> movidos;
+    std::vector<Movido> movidos;
+    std::vector<std::string> ids;
     for (const ItemTriado& item : itens) {
         // Only what the person saw: the path must still name the entry the scan read.
         const auto visto = identidades_.find(item.id());
-        const std::optional<Identidade> vista
-            = visto == identidades_.end() ? std::optional<Identidade>(Identidade {}) : std::optional(visto->second);
+        const Identidade vista = visto == identidades_.end() ? Identidade {} : visto->second;
         if (const std::optional<Lixeira::Falha> falha = Lixeira::mover(item.id(), vista)) {
-            recusas.append(QStringLiteral("Não consegui mover ") + deUtf8(Escapes::paraJanela(item.nome()))
-                + QStringLiteral(" para a Lixeira: ") + deUtf8(*falha));
+            recusas.append(recusaDeMover(item.nome(), *falha));
             continue;
         }
-        movidos.push_back(item.id());
-        movidosItens.push_back(item);
-    }
-    if (!movidos.empty()) {
-        // Moved again after coming back: listed once, as the newest.
-        tirarDaLixeira(std::unordered_set<std::string>(movidos.begin(), movidos.end()));
-        naLixeira_.insert(naLixeira_.end(), movidosItens.begin(), movidosItens.end());
-        idsNaLixeira_.insert(movidos.begin(), movidos.end());
-        Q_EMIT lixeiraChanged();
+        ids.push_back(item.id());
+        movidos.push_back({item.id(), item.nome(), vista});
     }
     if (!recusas.isEmpty()) {
         setMensagem(recusas.join(QLatin1Char('\n')));
     }
-    registrar(movidos, Decisao::resolvido);
-    return movidosItens;
+    registrar(ids, Decisao::resolvido);
+    return movidos;
 }
 
 void Modelo::podarDecisoes(const std::unordered_set<std::string>& existentes)
@@ -689,6 +840,7 @@ Modelo::Varredura Modelo::varrerEmSegundoPlano(const std::string& pasta, const s
         varredura.chavesDeBusca = std::move(chaves);
         varredura.baixando = viva->baixando();
         varredura.sha256 = viva->sha256();
+        varredura.lixeira = itensNaLixeira(viva->pasta(), viva->triagem(), parar);
         varredura.viva = std::move(viva);
         return varredura;
     } catch (const std::system_error& erro) {

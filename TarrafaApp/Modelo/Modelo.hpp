@@ -4,8 +4,10 @@
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/Decisao.hpp"
 #include "TarrafaCore/Duplicatas.hpp"
+#include "TarrafaApp/Modelo/Desfazer.hpp"
 #include "TarrafaApp/Modelo/Destino.hpp"
 #include "TarrafaCore/Identidade.hpp"
+#include "TarrafaCore/Lixeira.hpp"
 #include "TarrafaCore/PastaViva.hpp"
 #include "TarrafaCore/Vigia.hpp"
 #include "TarrafaCore/RaioX.hpp"
@@ -29,6 +31,16 @@
 #include <vector>
 
 namespace tarrafa::app {
+
+// A file the Trash holds that was in the folder, whoever moved it there and whenever: the row
+// "Resolvidos" shows for it. Its item's id is where the file lies in the Trash (the folder may
+// hold another file of its name by now); its name is the one it had in the folder.
+struct ItemNaLixeira {
+    ItemTriado item;
+    Lixeira::Guardado guardado;
+
+    friend bool operator==(const ItemNaLixeira&, const ItemNaLixeira&) = default;
+};
 
 // The application's one observable object: the last scan's groups and diagnostics, the
 // decisions, the search text and the sidebar selection, and the actions that change them.
@@ -103,13 +115,17 @@ public:
     // Blocks until every save asked for so far is done (or failed).
     void concluirGravacoes();
 
-    // Whether this window moved the file to the Trash during the session (and it has not come
-    // back): "Resolvidos" lists such files, which the folder no longer holds.
+    // What the Trash holds from the folder, oldest first, as the last scan found it (less what
+    // has come back since): "Resolvidos" lists it, marked "Na Lixeira".
+    [[nodiscard]] const std::vector<ItemNaLixeira>& naLixeira() const noexcept { return naLixeira_; }
+    // Whether the id is one of those rows.
     [[nodiscard]] bool estaNaLixeira(const std::string& id) const;
+    // Whether the Trash holds a file that was at this path in the folder.
+    [[nodiscard]] bool foiParaALixeira(const std::string& caminhoOriginal) const;
     // Whether the last scan, or the watcher since, found the entry in the folder.
     [[nodiscard]] bool estaNaPasta(const std::string& id) const { return identidades_.contains(id); }
-    // Brings files this window moved to the Trash back where they were, and back into the
-    // inbox; a file whose name is taken stays in the Trash and the message says so.
+    // Brings the files of these Trash rows back where they were, into the inbox, as one step
+    // that can be undone; a file whose name is taken stays in the Trash and the message says so.
     void restaurar(const std::vector<std::string>& ids);
 
     // Every decision and every move to the Trash of the session, to undo and redo in order.
@@ -153,6 +169,8 @@ public:
         std::optional<std::string> naoConfigurada;
         // Downloads still arriving, apart from the groups.
         std::vector<ItemTriado> baixando;
+        // What the Trash holds from the folder.
+        std::vector<ItemNaLixeira> lixeira;
         // By id, the browsers' hashes of the files' bytes.
         std::unordered_map<std::string, std::string> sha256;
         // The folder as read, ready to be kept up to date by a watcher; none when the scan
@@ -178,7 +196,7 @@ Q_SIGNALS:
     void selecaoChanged();
     // A scan's result (or its error) has just been applied.
     void varreduraTerminada();
-    // An action that can be undone was done: "3 arquivos adiados", "Movido para a Lixeira".
+    // An action that can be undone was done: "3 arquivos adiados", "1 arquivo restaurado".
     void acaoFeita(const QString& texto);
     // Files went to the Trash or came back from it.
     void lixeiraChanged();
@@ -218,16 +236,19 @@ private:
     void registrar(const std::vector<std::string>& ids, Decisao decisao);
     // Drops the decisions of the files for which sumiu says so, and has the file saved if any went.
     void esquecerDecisoes(const std::function<bool(const std::string&)>& sumiu);
-    // What undoing asks for: decisions as they were, files moved again, files back from the
-    // Trash. Each saves and, for the Trash, scans again.
+    // What undoing and redoing ask for: decisions as they were, files moved again, files back
+    // from the Trash. Each saves and, for the Trash, scans again. The moves act only on the
+    // very files given (their identities checked), say why for the others, and give back the
+    // ones that went.
     friend class ComandoDeDecisao;
     friend class ComandoDeLixeira;
     void voltarDecisoes(const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
-    void moverDeNovo(const std::vector<ItemTriado>& itens);
-    void restaurarDaLixeira(
-        const std::vector<ItemTriado>& itens, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
-    // Moves what it can, says why for the rest; the ones moved, marked resolved.
-    std::vector<ItemTriado> mover(const std::vector<ItemTriado>& itens);
+    std::vector<Movido> levarDeNovoParaALixeira(const std::vector<Movido>& movidos);
+    std::vector<Movido> trazerDaLixeira(
+        const std::vector<Movido>& movidos, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
+    // Moves what it can, as the last scan saw it, says why for the rest; the ones moved,
+    // marked resolved.
+    std::vector<Movido> mover(const std::vector<ItemTriado>& itens);
     [[nodiscard]] std::unordered_map<std::string, std::optional<Decisao>> anterioresDe(
         const std::vector<std::string>& ids) const;
 
@@ -277,9 +298,12 @@ private:
     QTimer comparacaoAgendada_;
 
     QUndoStack pilha_;
-    // What this window moved to the Trash in the session and is still there, oldest first.
-    std::vector<ItemTriado> naLixeira_;
-    std::unordered_set<std::string> idsNaLixeira_; // the same files, to ask about one at a time
+    std::vector<ItemNaLixeira> naLixeira_;
+    // The same files by row id and by the path they had, to ask about one at a time.
+    std::unordered_set<std::string> idsNaLixeira_;
+    std::unordered_set<std::string> originaisNaLixeira_;
+    void setNaLixeira(std::vector<ItemNaLixeira> naLixeira);
+    // Drops the rows of files that came back, by row id.
     void tirarDaLixeira(const std::unordered_set<std::string>& ids);
 };
 

@@ -3,12 +3,12 @@
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Fluxo.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 #include "TarrafaCore/Plural.hpp"
 
 #include <QEvent>
 #include <QGraphicsOpacityEffect>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 
@@ -39,6 +39,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     , contagem_(new QLabel(this))
     , adiar_(botao(QStringLiteral("Adiar"), "adiar", this))
     , resolver_(botao(QStringLiteral("Resolver"), "resolver", this))
+    , ignorar_(botao(QStringLiteral("Ignorar"), "ignorar", this))
     , lixeira_(botao(QStringLiteral("Mover para a Lixeira"), "moverParaLixeira", this))
     , devolver_(botao(QStringLiteral("Devolver à caixa de entrada"), "devolver", this))
     , restaurar_(botao(QStringLiteral("Restaurar"), "restaurar", this))
@@ -50,19 +51,18 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     contagem_->setFont(aparencia::fonte(aparencia::kLegenda));
     aplicarCores();
 
-    auto* linha = new QHBoxLayout(this);
-    linha->setContentsMargins(20, 10, 20, 10);
-    linha->setSpacing(8);
-    linha->addWidget(alternar_, 0, Qt::AlignVCenter);
-    linha->addWidget(contagem_, 0, Qt::AlignVCenter);
-    linha->addStretch(1);
-    linha->addWidget(restaurar_, 0, Qt::AlignVCenter);
-    linha->addWidget(devolver_, 0, Qt::AlignVCenter);
-    linha->addWidget(adiar_, 0, Qt::AlignVCenter);
-    linha->addWidget(resolver_, 0, Qt::AlignVCenter);
-    linha->addWidget(lixeira_, 0, Qt::AlignVCenter);
-    linha->addSpacing(8);
-    linha->addWidget(detalhes_, 0, Qt::AlignVCenter);
+    auto* linhas = new Fluxo(this, 8, 6);
+    linhas->setContentsMargins(20, 10, 20, 10);
+    linhas->addWidget(alternar_);
+    linhas->addWidget(contagem_);
+    linhas->addMola();
+    linhas->addWidget(restaurar_);
+    linhas->addWidget(devolver_);
+    linhas->addWidget(adiar_);
+    linhas->addWidget(resolver_);
+    linhas->addWidget(ignorar_);
+    linhas->addWidget(lixeira_);
+    linhas->addWidget(detalhes_);
     detalhes_->setCheckable(true);
     detalhes_->setToolTip(QStringLiteral("Mostrar ou esconder a prévia e a procedência (Espaço)"));
 
@@ -71,6 +71,7 @@ BarraDeAcoes::BarraDeAcoes(Modelo& modelo, Selecao& selecao, QWidget* parent)
     connect(alternar_, &QPushButton::clicked, this, &BarraDeAcoes::alternar);
     connect(adiar_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::adiado); });
     connect(resolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::resolvido); });
+    connect(ignorar_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::ignorado); });
     connect(devolver_, &QPushButton::clicked, this, [this] { decidirSelecionados(Decisao::novo); });
     connect(restaurar_, &QPushButton::clicked, this, [this] {
         const std::set<std::string>& escolhidos = selecao_.selecionados();
@@ -127,11 +128,17 @@ void BarraDeAcoes::atualizar()
     const auto naLixeira = static_cast<std::size_t>(std::count_if(escolhidosAgora.begin(), escolhidosAgora.end(),
         [this](const std::string& id) { return modelo_.estaNaLixeira(id); }));
     const bool soNaLixeira = escolhidos > 0 && naLixeira == escolhidos;
-    for (QPushButton* acao : {adiar_, resolver_, devolver_}) {
+    for (QPushButton* acao : {adiar_, resolver_, ignorar_, devolver_}) {
         acao->setEnabled(!soNaLixeira);
     }
     lixeira_->setEnabled(escolhidos > naLixeira);
+    // What each list holds decides what can be done to it: the inbox and a group hold files
+    // still to decide; "Adiados" the postponed ones; "Resolvidos" the resolved and ignored ones
+    // and the Trash's.
     const Destino::Caso caso = modelo_.selecao().caso();
+    adiar_->setVisible(caso != Destino::Caso::adiados && caso != Destino::Caso::resolvidos);
+    resolver_->setVisible(caso != Destino::Caso::resolvidos);
+    ignorar_->setVisible(caso != Destino::Caso::resolvidos);
     devolver_->setVisible(caso == Destino::Caso::adiados || caso == Destino::Caso::resolvidos);
     restaurar_->setVisible(caso == Destino::Caso::resolvidos);
     restaurar_->setEnabled(naLixeira > 0);

@@ -19,8 +19,10 @@ class Modelo;
 class Selecao;
 
 // The bar above the file list: select all or none, how many are chosen, and what to do
-// with them (postpone, resolve, move to the Trash after the panel asks). Its buttons stay
-// usable with nothing chosen; the bar is only dimmed then. During a scan it is disabled.
+// with them (postpone, resolve, ignore, move to the Trash after the panel asks), only what
+// makes sense where the list is: nothing postpones what is postponed or resolves what is
+// resolved. Its buttons stay usable with nothing chosen; the bar is only dimmed then. During a
+// scan it is disabled. In a narrow window its buttons wrap onto a second line.
 class BarraDeAcoes final : public QWidget {
     Q_OBJECT
 
@@ -34,6 +36,7 @@ public:
     [[nodiscard]] QLabel& contagem() const noexcept { return *contagem_; }
     [[nodiscard]] QPushButton& adiar() const noexcept { return *adiar_; }
     [[nodiscard]] QPushButton& resolver() const noexcept { return *resolver_; }
+    [[nodiscard]] QPushButton& ignorar() const noexcept { return *ignorar_; }
     [[nodiscard]] QPushButton& moverParaLixeira() const noexcept { return *lixeira_; }
     // Only in "Adiados" and "Resolvidos": the chosen files go back to the inbox.
     [[nodiscard]] QPushButton& devolver() const noexcept { return *devolver_; }
@@ -62,6 +65,7 @@ private:
     QLabel* contagem_;
     QPushButton* adiar_;
     QPushButton* resolver_;
+    QPushButton* ignorar_;
     QPushButton* lixeira_;
     QPushButton* devolver_;
     QPushButton* restaurar_;

@@ -292,6 +292,73 @@ private Q_SLOTS:
         QCOMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
     }
 
+    void cadaListaOfereceSoAsAcoesQueFazemSentidoEABarraCabeNaLarguraMinima()
+    {
+        Downloads cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        const std::string c = cenario.criar({.nome = "c.pdf", .origem = kExemplo});
+        const std::string d = cenario.criar({.nome = "d.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        // The narrowest the window goes: the bar wraps rather than clip a label.
+        t.janela->resize(t.janela->minimumSize().width(), 700);
+        Painel& painel = t.janela->painel();
+        auto* barra = painel.findChild<BarraDeAcoes*>();
+        t.modelo->decidir({b}, Decisao::adiado);
+        t.modelo->decidir({c}, Decisao::resolvido);
+        const std::vector<ItemTriado> todos = t.modelo->itensTodos();
+        t.modelo->moverParaLixeira(
+            {*std::find_if(todos.begin(), todos.end(), [&](const ItemTriado& item) { return item.id() == d; })});
+        QVERIFY(t.esperarVarreduras(2));
+
+        const auto visiveis = [&] {
+            std::vector<std::string> nomes;
+            for (QPushButton* botao : {&barra->restaurar(), &barra->devolver(), &barra->adiar(), &barra->resolver(),
+                     &barra->ignorar(), &barra->moverParaLixeira()}) {
+                if (botao->isVisible()) {
+                    nomes.push_back(botao->objectName().toStdString());
+                }
+            }
+            return nomes;
+        };
+        std::optional<int> larguraDaBarraLateral;
+        const std::vector<std::pair<Destino, std::vector<std::string>>> esperado {
+            {kGrupoExemplo, {"adiar", "resolver", "ignorar", "moverParaLixeira"}},
+            {Destino::adiados(), {"devolver", "resolver", "ignorar", "moverParaLixeira"}},
+            {Destino::resolvidos(), {"restaurar", "devolver", "moverParaLixeira"}},
+        };
+        for (const auto& [destino, acoes] : esperado) {
+            QVERIFY(clicarLinha(t.janela->barraLateral(), destino));
+            QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+            QTRY_COMPARE(visiveis(), acoes);
+            QCoreApplication::processEvents();
+            // Every button whole inside the bar, at least as wide as its label asks.
+            const QRect areaDaBarra = barra->rect();
+            for (QPushButton* botao : barra->findChildren<QPushButton*>()) {
+                if (!botao->isVisible()) {
+                    continue;
+                }
+                const QRect lugar(botao->mapTo(barra, QPoint(0, 0)), botao->size());
+                QVERIFY2(areaDaBarra.contains(lugar), qPrintable(botao->objectName()));
+                QVERIFY2(botao->width() >= botao->sizeHint().width(), qPrintable(botao->objectName()));
+            }
+            // And the sidebar keeps its width from one list to the next.
+            const int largura = t.janela->barraLateral().width();
+            QCOMPARE(larguraDaBarraLateral.value_or(largura), largura);
+            larguraDaBarraLateral = largura;
+            capturar(*t.janela, QStringLiteral("barra-de-acoes-estreita-") + t.modelo->titulo(destino));
+        }
+
+        // "Ignorar" is on the bar too.
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(barra->ignorar().isVisible());
+        painel.selecao().setSelecionados({a});
+        QTest::mouseClick(&barra->ignorar(), Qt::LeftButton);
+        QVERIFY(t.modelo->decisao(a) == Decisao::ignorado);
+        QTRY_COMPARE(painel.findChild<AvisoDeDesfazer*>()->texto(), QStringLiteral("1 arquivo ignorado"));
+    }
+
     void resolvidosListaOQueFoiParaALixeiraERestaurarTrazDeVolta()
     {
         Downloads cenario;
@@ -328,10 +395,14 @@ private Q_SLOTS:
         QVERIFY(Lixeira::procurar(b).has_value());
         QCOMPARE(t.modelo->mensagem(),
             std::optional<QString>(QStringLiteral(
-                "Não consegui restaurar b.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído.")));
+                "Não consegui restaurar b.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído. "
+                "Ele continua na Lixeira: renomeie o arquivo novo e use Restaurar em Resolvidos.")));
         QVERIFY(t.modelo->decisao(a) == Decisao::novo);
-        QVERIFY(t.modelo->estaNaLixeira(b));
-        QVERIFY(!t.modelo->estaNaLixeira(a));
+        QVERIFY(t.modelo->foiParaALixeira(b));
+        QVERIFY(!t.modelo->foiParaALixeira(a));
+        // The one that stayed is still listed, to be restored once its name is free.
+        QCOMPARE(t.modelo->itens(Destino::resolvidos()).size(), std::size_t(1));
+        QCOMPARE(t.modelo->itens(Destino::resolvidos()).front().nome(), std::string("b.pdf"));
         QVERIFY(t.esperarVarreduras(3));
         QTRY_COMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
     }
@@ -348,15 +419,19 @@ private Q_SLOTS:
         t.modelo->decidir({b}, Decisao::resolvido);
         t.modelo->moverParaLixeira({t.modelo->itens(Destino::entrada()).front()});
         QVERIFY(t.esperarVarreduras(2));
-        QVERIFY(t.modelo->estaNaLixeira(a));
+        QVERIFY(t.modelo->foiParaALixeira(a));
         QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::resolvidos()));
         QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
         auto* lista = painel.findChild<ListaDeArquivos*>();
         QTRY_COMPARE(lista->model()->rowCount(), 2);
+        // Its row names where it lies in the Trash.
         int linhaDeA = -1;
+        std::string naLixeiraA;
         for (int linha = 0; linha < 2; ++linha) {
-            if (lista->itens()[static_cast<std::size_t>(linha)].id() == a) {
+            const ItemTriado& item = lista->itens()[static_cast<std::size_t>(linha)];
+            if (item.nome() == "a.pdf" && t.modelo->estaNaLixeira(item.id())) {
                 linhaDeA = linha;
+                naLixeiraA = item.id();
             }
         }
         QVERIFY(linhaDeA >= 0);
@@ -364,7 +439,7 @@ private Q_SLOTS:
         // Only the file in the Trash is chosen: nothing but "Restaurar" can act on it.
         const QPoint ponto = lista->visualRect(lista->model()->index(linhaDeA, 0)).center();
         QTest::mouseClick(lista->viewport(), Qt::LeftButton, {}, ponto);
-        QTRY_COMPARE(painel.findChild<Selecao*>()->selecionados(), std::set<std::string>({a}));
+        QTRY_COMPARE(painel.findChild<Selecao*>()->selecionados(), std::set<std::string>({naLixeiraA}));
         QVERIFY(barra->restaurar().isEnabled());
         for (QPushButton* botao : {&barra->adiar(), &barra->resolver(), &barra->devolver(), &barra->moverParaLixeira()}) {
             QVERIFY2(!botao->isEnabled(), qPrintable(botao->objectName()));
@@ -372,8 +447,8 @@ private Q_SLOTS:
         QTest::keyClick(lista, Qt::Key_Delete);
         QVERIFY(!painel.confirmacao());
         // Asked straight, the model refuses too: a decision on it would describe nothing.
-        t.modelo->decidir({a}, Decisao::adiado);
-        QVERIFY(t.modelo->decisao(a) != Decisao::adiado);
+        t.modelo->decidir({naLixeiraA}, Decisao::adiado);
+        QVERIFY(t.modelo->decisao(naLixeiraA) != Decisao::adiado);
 
         QTest::mouseClick(lista->viewport(), Qt::RightButton, {}, ponto);
         QContextMenuEvent pedido(QContextMenuEvent::Mouse, ponto, lista->viewport()->mapToGlobal(ponto));
@@ -385,7 +460,7 @@ private Q_SLOTS:
         menu->actions().front()->trigger();
         menu->close();
         QTRY_VERIFY(std::filesystem::exists(a));
-        QVERIFY(!t.modelo->estaNaLixeira(a));
+        QVERIFY(!t.modelo->foiParaALixeira(a));
 
         // With both chosen, the decision reaches the one still in the folder.
         QVERIFY(t.esperarVarreduras(3));
@@ -394,8 +469,14 @@ private Q_SLOTS:
         QVERIFY(t.esperarVarreduras(4));
         QTest::mouseClick(&barra->alternarSelecao(), Qt::LeftButton);
         QTRY_COMPARE(painel.findChild<Selecao*>()->selecionados().size(), std::size_t(2));
-        const std::string naPasta = t.modelo->estaNaLixeira(a) ? b : a;
-        const std::string naLixeira = naPasta == a ? b : a;
+        const std::string naPasta = t.modelo->foiParaALixeira(a) ? b : a;
+        std::string naLixeira;
+        for (const std::string& id : painel.findChild<Selecao*>()->selecionados()) {
+            if (t.modelo->estaNaLixeira(id)) {
+                naLixeira = id;
+            }
+        }
+        QVERIFY(!naLixeira.empty());
         const auto registradas = t.modelo->decisoes();
         QVERIFY(barra->devolver().isEnabled());
         QTest::mouseClick(&barra->devolver(), Qt::LeftButton);

@@ -359,7 +359,7 @@ private Q_SLOTS:
         QVERIFY(esperar(fins, 3));
     }
 
-    void desfazerComOutroArquivoNoLugarNaoSubstituiNadaEDiz()
+    void desfazerComOutroArquivoNoLugarNaoSubstituiNadaDizOndeEstaEAposentaOPasso()
     {
         escrever(emDownloads("a.pdf"), "original");
         const auto modelo = modeloVarrido();
@@ -374,7 +374,133 @@ private Q_SLOTS:
         QCOMPARE(ler(arquivoNaLixeira("a.pdf")), std::string("original"));
         QCOMPARE(modelo->mensagem(),
             std::optional<QString>(QStringLiteral(
-                "Não consegui restaurar a.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído.")));
+                "Não consegui restaurar a.pdf: já existe um arquivo com esse nome na pasta. Nada foi substituído. "
+                "Ele continua na Lixeira: renomeie o arquivo novo e use Restaurar em Resolvidos.")));
+        // A step that can no longer be undone leaves the history: nothing to redo over the new file.
+        QCOMPARE(modelo->pilhaDeDesfazer().count(), 0);
+        QVERIFY(!modelo->pilhaDeDesfazer().canRedo());
+        QVERIFY(!modelo->pilhaDeDesfazer().canUndo());
+        // And the file in the Trash is still there to be restored, beside the new one.
+        QVERIFY(esperar(fins, 2));
+        QVERIFY(modelo->foiParaALixeira(emDownloads("a.pdf")));
+        QCOMPARE(nomes(modelo->itens(Destino::resolvidos())), std::vector<std::string> {"a.pdf"});
+        QCOMPARE(nomes(modelo->itens(Destino::entrada())), std::vector<std::string> {"a.pdf"});
+    }
+
+    void refazerComOutroArquivoNoLugarNaoMoveOQueNinguemConfirmou()
+    {
+        escrever(emDownloads("boleto (1).pdf"), "o confirmado");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        modelo->moverParaLixeira(itensPorNome(*modelo, {"boleto (1).pdf"}));
+        QVERIFY(esperar(fins, 1));
+        modelo->pilhaDeDesfazer().undo();
+        QCOMPARE(ler(emDownloads("boleto (1).pdf")), std::string("o confirmado"));
+        QVERIFY(!modelo->mensagem());
+        QVERIFY(esperar(fins, 2));
+
+        // From outside, another file takes the name between undo and redo.
+        const std::string caminho = emDownloads("boleto (1).pdf");
+        std::filesystem::rename(caminho, emDownloads("guardado.pdf"));
+        escrever(caminho, "um arquivo que ninguém confirmou");
+        QVERIFY(modelo->pilhaDeDesfazer().canRedo());
+        modelo->pilhaDeDesfazer().redo();
+
+        QCOMPARE(ler(caminho), std::string("um arquivo que ninguém confirmou"));
+        QCOMPARE(nomesEm(Casa::lixeira() + "/files"), std::vector<std::string> {});
+        QCOMPARE(modelo->mensagem(),
+            std::optional<QString>(QStringLiteral("Não consegui mover boleto (1).pdf para a Lixeira: o arquivo com esse "
+                                                  "nome agora é outro, que você não confirmou. Nada foi movido.")));
+        QVERIFY(modelo->decisao(caminho) != Decisao::resolvido);
+        QCOMPARE(modelo->pilhaDeDesfazer().count(), 0);
+    }
+
+    void restaurarEhUmPassoQueSeDesfazSemDeixarOHistoricoVelho()
+    {
+        escrever(emDownloads("a.pdf"), "conteudo de a");
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        QSignalSpy acoes(modelo.get(), &Modelo::acaoFeita);
+        modelo->moverParaLixeira(itensPorNome(*modelo, {"a.pdf"}));
+        QCOMPARE(acoes.at(0).at(0).toString(), QStringLiteral("1 arquivo movido para a Lixeira"));
+        QVERIFY(esperar(fins, 1));
+        const std::vector<ItemTriado> resolvidos = modelo->itens(Destino::resolvidos());
+        QCOMPARE(nomes(resolvidos), std::vector<std::string> {"a.pdf"});
+        QVERIFY(modelo->estaNaLixeira(resolvidos.front().id()));
+
+        modelo->restaurar({resolvidos.front().id()});
+        QCOMPARE(ler(emDownloads("a.pdf")), std::string("conteudo de a"));
+        QCOMPARE(acoes.count(), 2);
+        QCOMPARE(acoes.at(1).at(0).toString(), QStringLiteral("1 arquivo restaurado"));
+        QCOMPARE(modelo->pilhaDeDesfazer().undoText(), QStringLiteral("1 arquivo restaurado"));
+        QVERIFY(!modelo->foiParaALixeira(emDownloads("a.pdf")));
+        QVERIFY(esperar(fins, 2));
+        QCOMPARE(nomes(modelo->itens(Destino::entrada())), std::vector<std::string> {"a.pdf"});
+
+        // Undoing the restore sends it back; undoing the move before it brings it back again:
+        // every step of the history still does what it says, and no refusal shows.
+        modelo->pilhaDeDesfazer().undo();
+        QVERIFY(!existe(emDownloads("a.pdf")));
+        QVERIFY(!modelo->mensagem());
+        QVERIFY(esperar(fins, 3));
+        QVERIFY(modelo->foiParaALixeira(emDownloads("a.pdf")));
+        QCOMPARE(modelo->pilhaDeDesfazer().undoText(), QStringLiteral("1 arquivo movido para a Lixeira"));
+        modelo->pilhaDeDesfazer().undo();
+        QCOMPARE(ler(emDownloads("a.pdf")), std::string("conteudo de a"));
+        QVERIFY(!modelo->mensagem());
+        QVERIFY(modelo->decisao(emDownloads("a.pdf")) == Decisao::novo);
+        QCOMPARE(nomesEm(Casa::lixeira() + "/files"), std::vector<std::string> {});
+
+        // And forward again, both steps.
+        modelo->pilhaDeDesfazer().redo();
+        QVERIFY(!existe(emDownloads("a.pdf")));
+        modelo->pilhaDeDesfazer().redo();
+        QCOMPARE(ler(emDownloads("a.pdf")), std::string("conteudo de a"));
+        QVERIFY(!modelo->mensagem());
+    }
+
+    void resolvidosListaOQueOutraSessaoOuOutroProgramaMandouParaALixeira()
+    {
+        escrever(emDownloads("antigo.pdf"), "de ontem");
+        escrever(emDownloads("fica.pdf"), "fica");
+        std::filesystem::create_directories(Casa::downloads() + "/sub");
+        escrever(Casa::downloads() + "/sub/dentro.pdf", "de uma subpasta");
+        // Moved by another program, before this window ever opened.
+        QCOMPARE(recusaDoGio(emDownloads("antigo.pdf")), QStringLiteral("(moved)"));
+        QCOMPARE(recusaDoGio(Casa::downloads() + "/sub/dentro.pdf"), QStringLiteral("(moved)"));
+        escrever(emDownloads("antigo.pdf"), "outro de mesmo nome, hoje");
+
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        // Listed under the name it had, beside the new file of that name, which stays in the inbox.
+        const std::vector<ItemTriado> resolvidos = modelo->itens(Destino::resolvidos());
+        QCOMPARE(nomes(resolvidos), std::vector<std::string> {"antigo.pdf"});
+        QCOMPARE(resolvidos.front().snapshot().tamanho(), std::int64_t(8));
+        QVERIFY(modelo->estaNaLixeira(resolvidos.front().id()));
+        QVERIFY(resolvidos.front().id() != emDownloads("antigo.pdf"));
+        QCOMPARE(modelo->contagem(Destino::resolvidos()), std::optional<int>(1));
+        QCOMPARE(nomes(modelo->itens(Destino::entrada())).size(), std::size_t(3));
+
+        // Its name is taken: it stays, and the message says where it is and what to do.
+        modelo->restaurar({resolvidos.front().id()});
+        QCOMPARE(ler(emDownloads("antigo.pdf")), std::string("outro de mesmo nome, hoje"));
+        QVERIFY(modelo->mensagem().has_value());
+        QVERIFY(modelo->mensagem()->endsWith(QStringLiteral("Ele continua na Lixeira: renomeie o arquivo novo e use Restaurar em Resolvidos.")));
+        QVERIFY(!modelo->pilhaDeDesfazer().canUndo());
+        QCOMPARE(modelo->itens(Destino::resolvidos()).size(), std::size_t(1));
+
+        // Once the person renames the new file, Restaurar brings the old one back.
+        std::filesystem::rename(emDownloads("antigo.pdf"), emDownloads("novo.pdf"));
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        modelo->restaurar({resolvidos.front().id()});
+        QCOMPARE(ler(emDownloads("antigo.pdf")), std::string("de ontem"));
+        QVERIFY(!modelo->mensagem());
+        QVERIFY(modelo->itens(Destino::resolvidos()).empty());
+        QVERIFY(esperar(fins, 1));
+        QVERIFY(modelo->itens(Destino::resolvidos()).empty());
+        QCOMPARE(nomes(modelo->itens(Destino::entrada())).size(), std::size_t(4));
     }
 };
 

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -116,6 +117,51 @@ TEST_F(LixeiraTest, OfSeveralTrashedFilesFromOnePathTheNewestComesBack)
     EXPECT_EQ(quantosEm(lixeira() + "/files"), 1U);
 }
 
+TEST_F(LixeiraTest, TheListingGivesWhatWasInTheFolderOldestFirstWhoeverTrashedIt)
+{
+    teste::escrever(em("a.pdf"), "a");
+    teste::escrever(em("sub/c.pdf"), "c");
+    ASSERT_FALSE(Lixeira::mover(em("a.pdf"), std::nullopt));
+    ASSERT_FALSE(Lixeira::mover(em("sub/c.pdf"), std::nullopt));
+    // A record another program left, its file already gone, is not something to restore.
+    teste::escrever(lixeira() + "/info/sumiu.pdf.trashinfo",
+        "[Trash Info]\nPath=" + downloads() + "/sumiu.pdf\nDeletionDate=2026-01-02T03:04:05\n");
+    ::sleep(1);
+    teste::escrever(em("b.pdf"), "b");
+    ASSERT_FALSE(Lixeira::mover(em("b.pdf"), std::nullopt));
+
+    const std::vector<Lixeira::Guardado> guardados = Lixeira::listar(downloads());
+    ASSERT_EQ(guardados.size(), 2U);
+    EXPECT_EQ(guardados[0].caminhoOriginal, em("a.pdf"));
+    EXPECT_EQ(guardados[1].caminhoOriginal, em("b.pdf"));
+    EXPECT_EQ(lerArquivo(guardados[0].arquivo), "a");
+    EXPECT_EQ(guardados[1].info, lixeira() + "/info/b.pdf.trashinfo");
+    EXPECT_EQ(guardados[0].pastaDaLixeira, lixeira());
+    EXPECT_LT(guardados[0].apagadoEm, guardados[1].apagadoEm);
+    EXPECT_EQ(Lixeira::listar(downloads() + "/sub").size(), 1U);
+}
+
+TEST_F(LixeiraTest, ARecordComesBackItselfEvenWhenANewerOneHasItsPath)
+{
+    const std::string caminho = em("a.pdf");
+    teste::escrever(caminho, "primeiro");
+    ASSERT_FALSE(Lixeira::mover(caminho, std::nullopt));
+    ::sleep(1);
+    teste::escrever(caminho, "segundo");
+    ASSERT_FALSE(Lixeira::mover(caminho, std::nullopt));
+    const std::vector<Lixeira::Guardado> guardados = Lixeira::listar(downloads());
+    ASSERT_EQ(guardados.size(), 2U);
+
+    ASSERT_FALSE(Lixeira::restaurar(guardados[0]));
+    EXPECT_EQ(lerArquivo(caminho), "primeiro");
+    EXPECT_FALSE(fs::exists(guardados[0].info));
+    EXPECT_TRUE(fs::exists(guardados[1].arquivo));
+    // Its name is taken now: the second stays, and says why; once gone, says that.
+    EXPECT_EQ(Lixeira::restaurar(guardados[1]).value_or(""),
+        "já existe um arquivo com esse nome na pasta. Nada foi substituído.");
+    EXPECT_EQ(Lixeira::restaurar(guardados[0]).value_or(""), "ele não está mais na Lixeira.");
+}
+
 TEST_F(LixeiraTest, AFileChangedSinceItWasSeenStaysWhereItIs)
 {
     const std::string caminho = em("a.pdf");
@@ -181,6 +227,10 @@ TEST_F(LixeiraTest, AFileOnAnotherDiskComesBackFromThatDisksOwnTrash)
     ASSERT_EQ(quantosEm(lixeiraDoDisco + "/files"), 1U);
     EXPECT_NE(lerArquivo((*fs::directory_iterator(lixeiraDoDisco + "/info")).path()).find("Path=documentos/b.pdf"),
         std::string::npos);
+    const std::vector<Lixeira::Guardado> guardados = Lixeira::listar(disco + "/documentos");
+    ASSERT_EQ(guardados.size(), 1U);
+    EXPECT_EQ(guardados[0].caminhoOriginal, caminho);
+    EXPECT_EQ(guardados[0].pastaDaLixeira, lixeiraDoDisco);
     ASSERT_FALSE(Lixeira::restaurar(caminho));
     EXPECT_EQ(lerArquivo(caminho), "no pendrive");
     EXPECT_EQ(quantosEm(lixeiraDoDisco + "/info"), 0U);
