@@ -5,6 +5,7 @@
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
+#include "TarrafaCore/Spotlight.hpp"
 #include "TarrafaCore/Texto.hpp"
 #include "TarrafaCore/Vigia.hpp"
 
@@ -80,7 +81,8 @@ int executar(const std::string& pasta, bool json)
         escrever(stderr, "Não consegui ler a pasta Downloads: " + *inicio.falha + "\n");
         return 1;
     }
-    const Vigia vigia(viva.pasta(), Vigia::Opcoes {.historicos = viva.bancosDeHistorico()},
+    const Vigia vigia(viva.pasta(),
+        Vigia::Opcoes {.historicos = viva.bancosDeHistorico(), .usosRecentes = Spotlight::arquivoDaLista()},
         [&viva, json](const LoteDeEventos& lote) {
             const PastaViva::Atualizacao atualizacao = viva.aplicar(lote);
             std::string saida;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/PastaViva.hpp"
 
+#include "TarrafaCore/Spotlight.hpp"
+
 #include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/CasamentoDeDownloads.hpp"
 #include "TarrafaCore/EmAndamento.hpp"
@@ -258,6 +260,16 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
     }
     if (lote.historicos) {
         historico_ = HistoricoDeNavegadores::ler(bancos_, parar_);
+    }
+    if (lote.usosRecentes) {
+        // A file opened since: read again only those whose last use the list moved forward.
+        const Spotlight::Indice indice = Spotlight::Indice::carregar();
+        for (const auto& [nome, registro] : porNome_) {
+            const std::optional<Date> uso = indice.ultimoUso(registro.propria.id);
+            if (uso && (!registro.propria.ultimoUso || *registro.propria.ultimoUso < *uso)) {
+                nomes.insert(nome);
+            }
+        }
     }
 
     std::vector<Leitura> lidas = scanner_.ler(raiz_, std::vector<std::string>(nomes.begin(), nomes.end()));

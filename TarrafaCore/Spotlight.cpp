@@ -200,9 +200,14 @@ private:
 
 } // namespace
 
+std::string arquivoDaLista()
+{
+    return PastasDoUsuario::dados() + "/recently-used.xbel";
+}
+
 Indice Indice::carregar()
 {
-    return carregarDe(PastasDoUsuario::dados() + "/recently-used.xbel");
+    return carregarDe(arquivoDaLista());
 }
 
 Indice Indice::carregarDe(const std::string& arquivo)

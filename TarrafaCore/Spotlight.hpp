@@ -32,6 +32,9 @@ private:
     std::unordered_map<std::string, Date> usos_;
 };
 
+// Where the desktop keeps its list of recently used files: $XDG_DATA_HOME/recently-used.xbel.
+[[nodiscard]] std::string arquivoDaLista();
+
 // A date attribute of the index for a file; only kMDItemLastUsedDate is known.
 [[nodiscard]] std::optional<Date> data(const std::string& caminho, std::string_view atributo, const Indice& indice);
 

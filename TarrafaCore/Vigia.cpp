@@ -10,6 +10,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <poll.h>
@@ -136,7 +137,9 @@ struct Vigia::Estado {
         std::string caminho;
     };
     std::unordered_map<int, Abaixo> abaixo;
-    std::unordered_map<int, std::set<std::string>> historicos; // folder watch -> names that count
+    // Folder watch -> the names that count there, and whether each is the recently-used list
+    // (else a history database or its journal).
+    std::unordered_map<int, std::map<std::string, bool>> historicos;
 
     LoteDeEventos lote;
     std::set<std::string> criados; // created, not yet seen opened
@@ -259,7 +262,18 @@ void Vigia::Estado::vigiarHistoricos()
             continue;
         }
         const std::string nome = Caminho::nomeDe(banco);
-        historicos[wd].insert({nome, nome + "-journal", nome + "-wal"});
+        for (std::string contado : {nome, nome + "-journal", nome + "-wal"}) {
+            historicos[wd].try_emplace(std::move(contado), false);
+        }
+    }
+    if (!opcoes.usosRecentes.empty()) {
+        // Written whole beside and renamed over the old one, or written in place: either way an
+        // event of its own name in its folder.
+        const int wd = ::inotify_add_watch(
+            inotify.get(), Caminho::pastaDe(opcoes.usosRecentes).c_str(), kMascaraHistorico | IN_MASK_ADD);
+        if (wd >= 0) {
+            historicos[wd].insert_or_assign(Caminho::nomeDe(opcoes.usosRecentes), true);
+        }
     }
 }
 
@@ -379,9 +393,9 @@ void Vigia::Estado::processar(const inotify_event& evento)
     if (const auto achado = historicos.find(evento.wd); achado != historicos.end()) {
         if ((m & IN_IGNORED) != 0) {
             historicos.erase(achado);
-        } else if (achado->second.contains(nome)) {
+        } else if (const auto contado = achado->second.find(nome); contado != achado->second.end()) {
             marcar();
-            lote.historicos = true;
+            (contado->second ? lote.usosRecentes : lote.historicos) = true;
         }
     }
 }
@@ -460,6 +474,7 @@ void Vigia::Estado::rodar()
                 // Asked for: handed over at once, together with what is pending.
                 lote.nomes.merge(pedidoAgora->nomes);
                 lote.historicos = lote.historicos || pedidoAgora->historicos;
+                lote.usosRecentes = lote.usosRecentes || pedidoAgora->usosRecentes;
                 lote.tudo = lote.tudo || pedidoAgora->tudo;
                 lote.conferir = lote.conferir || pedidoAgora->conferir;
                 entregar();
@@ -529,6 +544,7 @@ void Vigia::pedir(LoteDeEventos lote)
         LoteDeEventos& pedido = *estado_->pedido;
         pedido.nomes.merge(lote.nomes);
         pedido.historicos = pedido.historicos || lote.historicos;
+        pedido.usosRecentes = pedido.usosRecentes || lote.usosRecentes;
         pedido.tudo = pedido.tudo || lote.tudo;
         pedido.conferir = pedido.conferir || lote.conferir;
     }

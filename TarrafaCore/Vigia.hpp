@@ -19,6 +19,8 @@ struct LoteDeEventos {
     std::set<std::string> nomes;
     // A browser's history database was written.
     bool historicos = false;
+    // The desktop's list of recently used files was written: files may have been opened.
+    bool usosRecentes = false;
     // The events cannot say what changed (the kernel's queue overflowed, the folder itself was
     // moved, removed or created again, ".hidden" changed, a watch could not be set): only
     // reading the whole folder again tells.
@@ -27,7 +29,7 @@ struct LoteDeEventos {
     // after a scan had no chance to see.
     bool conferir = false;
 
-    [[nodiscard]] bool vazio() const noexcept { return nomes.empty() && !historicos && !tudo && !conferir; }
+    [[nodiscard]] bool vazio() const noexcept { return nomes.empty() && !historicos && !usosRecentes && !tudo && !conferir; }
 };
 
 // Watches a folder with inotify, on a thread of its own, and hands over what changed once the
@@ -48,6 +50,8 @@ public:
         // History databases to watch (each one's folder is watched for writes to it and to its
         // journal or write-ahead log).
         std::vector<std::string> historicos;
+        // The desktop's recently-used list to watch (its folder, for writes to it); empty: none.
+        std::string usosRecentes;
         // How many folders below the top level may be watched; 0: a quarter of what the
         // kernel allows the user (the rest of the system needs watches too).
         std::size_t maximoDePastas = 0;

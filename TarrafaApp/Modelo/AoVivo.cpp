@@ -3,6 +3,8 @@
 // worked out on the watcher's thread; here only the groups it touches are rebuilt.
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
+#include "TarrafaCore/Spotlight.hpp"
+
 #include "TarrafaCore/Texto.hpp"
 
 #include <QMetaObject>
@@ -31,6 +33,8 @@ void Modelo::vigiar(std::shared_ptr<PastaViva> viva)
     try {
         Vigia::Opcoes opcoes;
         opcoes.historicos = viva->bancosDeHistorico();
+        // "nunca aberto" goes as soon as the desktop notes the file opened.
+        opcoes.usosRecentes = Spotlight::arquivoDaLista();
         vigia_ = std::make_unique<Vigia>(pasta_, std::move(opcoes), [this, viva, geracao](const LoteDeEventos& lote) {
             PastaViva::Atualizacao atualizacao;
             try {

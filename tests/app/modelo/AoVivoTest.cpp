@@ -3,6 +3,7 @@
 #include "Casa.hpp"
 #include "Registro.hpp"
 
+#include <QDateTime>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -178,6 +179,32 @@ private Q_SLOTS:
         sqlite3_close(db);
         QTRY_VERIFY(chaveDoGrupoDe(*modelo, "fatura.pdf") != Origem::kChaveSemOrigem);
         QVERIFY(!itemPorNome(*modelo, "fatura.pdf")->snapshot().origens().empty());
+    }
+
+    void arquivoAbertoPorOutroAplicativoDeixaDeSerNuncaAbertoSemNovaVarredura()
+    {
+        escrever(emDownloads("foto.png"), "png");
+        const auto modelo = modeloAoVivo();
+        QVERIFY(modelo);
+        QVERIFY(itemPorNome(*modelo, "foto.png")->snapshot().nuncaReaberto());
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+
+        // The image viewer notes the use in the desktop's list, an hour after the download.
+        const QString quando = QDateTime::currentDateTimeUtc().addSecs(3600).toString(Qt::ISODate);
+        const QString lista = QStringLiteral(
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<xbel version=\"1.0\" xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\">\n"
+            "<bookmark href=\"file://%1\" added=\"%2\" modified=\"%2\" visited=\"%2\"><info>"
+            "<metadata owner=\"http://freedesktop.org\"><bookmark:applications>"
+            "<bookmark:application name=\"eog\" exec=\"&apos;eog %u&apos;\" modified=\"%2\" count=\"1\"/>"
+            "</bookmark:applications></metadata></info></bookmark>\n</xbel>\n")
+                                  .arg(deBytes(emDownloads("foto.png")), quando);
+        std::filesystem::create_directories(Casa::dados());
+        escrever(Casa::dados() + "/recently-used.xbel.novo", lista.toStdString());
+        std::filesystem::rename(Casa::dados() + "/recently-used.xbel.novo", Casa::dados() + "/recently-used.xbel");
+
+        QTRY_VERIFY(!itemPorNome(*modelo, "foto.png")->snapshot().nuncaReaberto());
+        QCOMPARE(fins.count(), 0); // never a whole new scan
     }
 
     void varrerDeNovoContinuaVigiando()

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <map>
 
@@ -256,6 +258,53 @@ TEST_F(PastaVivaTest, HistoricoEscritoDepoisDoArquivoTrazAOrigem)
 
 namespace tarrafa {
 namespace {
+
+// The desktop's recently-used list, saying an image viewer opened the file at that moment.
+std::string listaDeUsos(const std::string& caminho, std::chrono::system_clock::time_point quando)
+{
+    const std::time_t segundos = std::chrono::system_clock::to_time_t(quando);
+    std::tm utc {};
+    gmtime_r(&segundos, &utc);
+    char data[32];
+    std::strftime(data, sizeof data, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    return std::string(R"(<?xml version="1.0" encoding="UTF-8"?>
+<xbel version="1.0" xmlns:bookmark="http://www.freedesktop.org/standards/desktop-bookmarks">
+  <bookmark href="file://)") + caminho + R"(" added=")" + data + R"(" modified=")" + data + R"(" visited=")" + data
+        + R"(">
+    <info><metadata owner="http://freedesktop.org"><bookmark:applications>
+      <bookmark:application name="eog" exec="&apos;eog %u&apos;" modified=")"
+        + data + R"(" count="1"/>
+    </bookmark:applications></metadata></info>
+  </bookmark>
+</xbel>
+)";
+}
+
+TEST_F(PastaVivaTest, ArquivoAbertoDepoisDeLidoDeixaDeSerNuncaAbertoQuandoAListaMuda)
+{
+    teste::escrever(em("foto.png"), "png");
+    teste::escrever(em("outra.png"), "outra");
+    PastaViva viva(downloads, {});
+    (void)viva.varrerTudo();
+    for (const ItemTriado& item : viva.itens()) {
+        ASSERT_TRUE(item.snapshot().nuncaReaberto()) << item.nome();
+    }
+
+    // Opened an hour after it arrived: a use, not the opening on download.
+    teste::criarPasta(casa / ".local/share");
+    teste::escrever(casa / ".local/share/recently-used.xbel",
+        listaDeUsos(em("foto.png"), std::chrono::system_clock::now() + std::chrono::hours(1)));
+    const auto a = viva.aplicar({.nomes = {}, .historicos = false, .usosRecentes = true});
+    const auto m = porNome(a);
+    ASSERT_EQ(m.size(), 1U);
+    EXPECT_EQ(m.at("foto.png")->evento, Evento::alterado);
+    EXPECT_FALSE(m.at("foto.png")->item->snapshot().nuncaReaberto());
+    EXPECT_TRUE(temSelo(*m.at("foto.png")->item, Selo::Caso::abertoEm));
+    EXPECT_FALSE(temSelo(*m.at("foto.png")->item, Selo::Caso::nuncaAberto));
+
+    // Read again, the list has nothing new to say.
+    EXPECT_TRUE(viva.aplicar({.nomes = {}, .historicos = false, .usosRecentes = true}).mudancas.empty());
+}
 
 TEST_F(PastaVivaTest, GruposEDiagnosticoIguaisAosDeUmaVarredura)
 {

@@ -297,6 +297,30 @@ TEST(Vigia, HistoricoEscritoAvisa)
     EXPECT_TRUE(lote->historicos);
 }
 
+TEST(Vigia, ListaDeUsosRecentesEscritaAvisaSemPedirOsHistoricos)
+{
+    PastaTemporaria pasta;
+    PastaTemporaria dados;
+    Vigia::Opcoes opcoes = rapidas();
+    opcoes.usosRecentes = dados / "recently-used.xbel";
+    Lotes lotes;
+    Vigia vigia(pasta.caminho(), opcoes, lotes.receptor());
+
+    // Another file of the data folder is no news.
+    teste::escrever(dados / "outro.xbel", "x");
+    EXPECT_FALSE(lotes.proximo(400ms));
+
+    // Written whole beside it and renamed over it, as GLib saves it.
+    teste::escrever(dados / "recently-used.xbel.ABC123", "<xbel/>");
+    std::filesystem::rename(dados / "recently-used.xbel.ABC123", dados / "recently-used.xbel");
+    std::optional<LoteDeEventos> lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_TRUE(lote->usosRecentes);
+    EXPECT_FALSE(lote->historicos);
+    EXPECT_TRUE(lote->nomes.empty());
+    EXPECT_FALSE(lote->tudo);
+}
+
 std::vector<std::string> tudoEm(const std::string& raiz)
 {
     std::vector<std::string> caminhos {raiz};
