@@ -293,6 +293,10 @@ std::optional<int> Modelo::contagem(const Destino& destino) const
     case Destino::Caso::adiados:
     case Destino::Caso::resolvidos:
     {
+        // Until the folder has been read once there is nothing to count, not zero.
+        if (!raioX_) {
+            return std::nullopt;
+        }
         int quantos = 0;
         paraCadaItem(destino, [&quantos](const ItemTriado&) { ++quantos; });
         return quantos;
@@ -781,6 +785,11 @@ void Modelo::setCarregando(bool carregando)
 void Modelo::dispensarMensagem()
 {
     setMensagem(std::nullopt);
+}
+
+void Modelo::informar(const QString& linha)
+{
+    setMensagem(mensagem_ ? *mensagem_ + QLatin1Char('\n') + linha : linha);
 }
 
 void Modelo::setMensagem(std::optional<QString> mensagem)

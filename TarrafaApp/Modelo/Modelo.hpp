@@ -69,6 +69,9 @@ public:
     // rescans included, until the person dismisses it or acts again. One line per refusal.
     [[nodiscard]] const std::optional<QString>& mensagem() const noexcept { return mensagem_; }
     void dispensarMensagem();
+    // Adds a line of the window's own to the message (something refused before the model was
+    // asked, such as a file that left the folder while the person confirmed).
+    void informar(const QString& linha);
     [[nodiscard]] const QString& busca() const noexcept { return busca_; }
     void setBusca(const QString& busca);
     // Whether the search text holds more than blanks: a search of blanks only is none, as
@@ -96,7 +99,8 @@ public:
     [[nodiscard]] std::vector<ItemTriado> itens(const Destino& destino) const;
     [[nodiscard]] QString titulo(const Destino& destino) const;
     // The sidebar's count for a destination: the fixed rows follow the search, a group row
-    // counts its undecided items; none for the diagnostics row (and for a group not listed).
+    // counts its undecided items; none for the diagnostics row (and for a group not listed),
+    // and none before the folder has been read.
     [[nodiscard]] std::optional<int> contagem(const Destino& destino) const;
 
     // Scans the folder again in the background; the result (or error) arrives later. A scan

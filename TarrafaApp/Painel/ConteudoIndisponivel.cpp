@@ -7,6 +7,7 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace tarrafa::app {
@@ -25,6 +26,7 @@ ConteudoIndisponivel::ConteudoIndisponivel(
     , icone_(new QLabel(this))
     , titulo_(new QLabel(titulo, this))
     , descricao_(new QLabel(descricao, this))
+    , acao_(new QPushButton(this))
 {
     icone_->setObjectName(QStringLiteral("simbolo"));
     icone_->setAlignment(Qt::AlignCenter);
@@ -55,6 +57,12 @@ ConteudoIndisponivel::ConteudoIndisponivel(
     linhas->addSpacing(6);
     linhas->addWidget(titulo_);
     linhas->addWidget(descricao_);
+    acao_->setObjectName(QStringLiteral("acao"));
+    acao_->setAutoDefault(false);
+    acao_->hide();
+    linhas->addSpacing(6);
+    linhas->addWidget(acao_, 0, Qt::AlignHCenter);
+    connect(acao_, &QPushButton::clicked, this, &ConteudoIndisponivel::acaoPedida);
 
     auto* centro = new QHBoxLayout;
     centro->addStretch(1);
@@ -71,6 +79,18 @@ ConteudoIndisponivel::ConteudoIndisponivel(
 QString ConteudoIndisponivel::titulo() const
 {
     return titulo_->text();
+}
+
+void ConteudoIndisponivel::setTitulo(const QString& titulo)
+{
+    titulo_->setText(titulo);
+}
+
+void ConteudoIndisponivel::setAcao(const QString& texto)
+{
+    acao_->setText(texto);
+    acao_->setAccessibleName(texto);
+    acao_->setVisible(!texto.isEmpty());
 }
 
 QString ConteudoIndisponivel::descricao() const

@@ -10,6 +10,7 @@
 #include "TarrafaApp/Painel/Recado.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Plural.hpp"
+#include "TarrafaCore/Texto.hpp"
 #include "TarrafaApp/Painel/ConteudoIndisponivel.hpp"
 #include "TarrafaApp/Painel/Detalhes.hpp"
 #include "TarrafaApp/Painel/Escopo.hpp"
@@ -156,6 +157,12 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     connect(lista_, &ListaDeArquivos::itemAtualChanged, this, &Painel::descrever);
     connect(selecao_, &Selecao::selecionadosChanged, this, &Painel::descrever);
 
+    // A folder that could not be read may be back already; a search that matches nothing is
+    // one click from the whole list again.
+    erro_->setAcao(QStringLiteral("Tentar de novo"));
+    connect(erro_, &ConteudoIndisponivel::acaoPedida, &modelo_, &Modelo::varrer);
+    connect(vazio_, &ConteudoIndisponivel::acaoPedida, this, [this] { modelo_.setBusca(QString()); });
+
     pilha_->setObjectName(QStringLiteral("conteudo"));
     pilha_->addWidget(erro_);
     pilha_->addWidget(raioX_);
@@ -280,7 +287,9 @@ void Painel::atualizar()
     }
 
     const QString titulo = modelo_.titulo(destino);
-    subtitulo_ = subtituloPara(destino, quantos);
+    // Before the first scan there is nothing to count yet: zeros would say the folder is empty.
+    subtitulo_ = modelo_.carregando() && !modelo_.raioX() && !modelo_.erro() ? QStringLiteral("Lendo a pasta…")
+                                                                            : subtituloPara(destino, quantos);
     rotuloTitulo_->setToolTip(titulo);
     mostrarTitulo(titulo);
     rotuloSubtitulo_->setText(subtitulo_);
@@ -308,7 +317,8 @@ void Painel::atualizar()
     conteudo_ = conteudoPara(modelo_, itens);
     switch (conteudo_) {
     case Conteudo::erro:
-        erro_->setDescricao(*modelo_.erro());
+        erro_->setDescricao(*modelo_.erro() + QStringLiteral("\n\n")
+            + QString::fromStdString(Escapes::paraJanela(Texto::utf8Valido(modelo_.pasta()))));
         pilha_->setCurrentWidget(erro_);
         break;
     case Conteudo::raioX:
@@ -318,6 +328,16 @@ void Painel::atualizar()
         pilha_->setCurrentWidget(grupos_);
         break;
     case Conteudo::vazio:
+        if (modelo_.buscando()) {
+            vazio_->setTitulo(QStringLiteral("Nenhum resultado"));
+            vazio_->setDescricao(QStringLiteral("Nenhum arquivo aqui tem “") + modelo_.busca().trimmed()
+                + QStringLiteral("” no nome."));
+            vazio_->setAcao(QStringLiteral("Limpar busca"));
+        } else {
+            vazio_->setTitulo(QStringLiteral("Nada aqui"));
+            vazio_->setDescricao(QStringLiteral("Nenhum arquivo neste estado."));
+            vazio_->setAcao(QString());
+        }
         pilha_->setCurrentWidget(vazio_);
         break;
     case Conteudo::arquivos:
@@ -415,7 +435,8 @@ void Painel::aoPedirConfirmacao()
     }
     // Only what is chosen and listed: a file hidden by the search is not what the person sees.
     QStringList nomes;
-    for (const ItemTriado& item : escolhidosNaLista()) {
+    confirmados_ = escolhidosNaLista();
+    for (const ItemTriado& item : confirmados_) {
         nomes.append(QString::fromStdString(Escapes::paraJanela(item.nome())));
     }
     if (nomes.isEmpty()) {
@@ -458,9 +479,25 @@ std::vector<ItemTriado> Painel::escolhidosNaLista() const
 
 void Painel::moverSelecionados()
 {
-    // Only what is still listed, in the list's order: a rescan may have taken some away.
-    modelo_.moverParaLixeira(escolhidosNaLista());
+    // Only what is still listed, in the list's order: a rescan may have taken some away, and
+    // the person is told which, rather than seeing fewer files go without a word.
+    const std::vector<ItemTriado> listados = escolhidosNaLista();
+    std::set<std::string> ainda;
+    for (const ItemTriado& item : listados) {
+        ainda.insert(item.id());
+    }
+    QStringList sumidos;
+    for (const ItemTriado& item : std::exchange(confirmados_, {})) {
+        if (!ainda.contains(item.id())) {
+            sumidos.append(QStringLiteral("Não movi ") + QString::fromStdString(Escapes::paraJanela(item.nome()))
+                + QStringLiteral(" para a Lixeira: ele saiu da pasta antes da confirmação."));
+        }
+    }
+    modelo_.moverParaLixeira(listados);
     selecao_->setSelecionados({});
+    if (!sumidos.isEmpty()) {
+        modelo_.informar(sumidos.join(QLatin1Char('\n')));
+    }
 }
 
 } // namespace tarrafa::app

@@ -135,6 +135,8 @@ private:
     QString subtitulo_;
     Conteudo conteudo_ = Conteudo::grupos;
     std::vector<ItemTriado> itensMostrados_;
+    // What the Trash question on screen names.
+    std::vector<ItemTriado> confirmados_;
     std::optional<Resposta> proximaResposta_;
     bool agendado_ = false;
     bool detalhesVisiveis_ = true;

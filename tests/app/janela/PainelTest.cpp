@@ -31,6 +31,7 @@
 #include <QTest>
 
 #include <fstream>
+#include <future>
 #include <iterator>
 
 #include <algorithm>
@@ -155,11 +156,26 @@ private Q_SLOTS:
 
         QTest::keyClicks(&t.janela->busca(), QStringLiteral("-nada"));
         QTRY_VERIFY(visivel(painel, "nadaAqui"));
-        const auto* nada = painel.findChild<ConteudoIndisponivel*>(QStringLiteral("nadaAqui"));
-        QCOMPARE(nada->titulo(), QStringLiteral("Nada aqui"));
-        QCOMPARE(nada->descricao(), QStringLiteral("Nenhum arquivo neste estado."));
+        auto* nada = painel.findChild<ConteudoIndisponivel*>(QStringLiteral("nadaAqui"));
+        // A search that finds nothing says so, about the text typed, and offers the way back.
+        QCOMPARE(nada->titulo(), QStringLiteral("Nenhum resultado"));
+        QCOMPARE(nada->descricao(), QStringLiteral("Nenhum arquivo aqui tem “CONTRATO-nada” no nome."));
         QVERIFY(!visivel(painel, "listaDeGrupos"));
         QVERIFY(!visivel(painel, "listaDeArquivos"));
+        QVERIFY(nada->acao().isVisible());
+        QCOMPARE(nada->acao().text(), QStringLiteral("Limpar busca"));
+        QTest::mouseClick(&nada->acao(), Qt::LeftButton);
+        QCOMPARE(t.janela->busca().text(), QString());
+        QTRY_VERIFY(visivel(painel, "listaDeGrupos"));
+
+        // An empty list without a search is only empty.
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::adiados()));
+        QTRY_VERIFY(visivel(painel, "nadaAqui"));
+        QCOMPARE(nada->titulo(), QStringLiteral("Nada aqui"));
+        QCOMPARE(nada->descricao(), QStringLiteral("Nenhum arquivo neste estado."));
+        QVERIFY(!nada->acao().isVisible());
+        QVERIFY(clicarLinha(t.janela->barraLateral(), Destino::entrada()));
+        QTRY_VERIFY(visivel(painel, "listaDeGrupos"));
 
         // One blank is no search: the field looks empty, and the groups stay.
         t.janela->busca().clear();
@@ -578,7 +594,8 @@ private Q_SLOTS:
         QVERIFY(!visivel(painel, "raioXView"));
         const auto* erro = painel.findChild<ConteudoIndisponivel*>(QStringLiteral("erro"));
         QCOMPARE(erro->titulo(), QStringLiteral("Não deu para ler a pasta"));
-        QCOMPARE(erro->descricao(), *t.modelo->erro());
+        // Why, and which folder: the person can look for it.
+        QCOMPARE(erro->descricao(), *t.modelo->erro() + QStringLiteral("\n\n") + QString::fromStdString(cenario.pasta()));
         QVERIFY(erro->descricao().startsWith(QStringLiteral("Não consegui ler a pasta Downloads: ")));
         // Nothing of the texts is cut off: each label is as tall as its wrapped text needs.
         for (const char* nome : {"titulo", "descricao"}) {
@@ -589,6 +606,64 @@ private Q_SLOTS:
         // The title stays the destination's.
         QCOMPARE(painel.subtitulo(), QStringLiteral("diagnóstico da pasta"));
         QCOMPARE(t.janela->windowTitle(), QStringLiteral("Raio-X"));
+
+        // Once the folder is back, "Tentar de novo" reads it.
+        QVERIFY(erro->acao().isVisible());
+        QCOMPARE(erro->acao().text(), QStringLiteral("Tentar de novo"));
+        std::filesystem::create_directories(cenario.pasta());
+        QTest::mouseClick(&erro->acao(), Qt::LeftButton);
+        QVERIFY(t.esperarVarreduras(3));
+        QVERIFY(!t.modelo->erro().has_value());
+        QTRY_VERIFY(visivel(painel, "raioXView"));
+    }
+
+    void enquantoAPrimeiraLeituraNaoChegaOSubtituloDizLendoEmVezDeZero()
+    {
+        Downloads cenario;
+        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        auto modelo = cenario.modeloNovo();
+        // The first scan is held until the test lets it go.
+        std::promise<void> soltar;
+        std::shared_future<void> solta = soltar.get_future().share();
+        modelo->setVarredor([solta](const std::string& pasta, const std::stop_token& parar) {
+            solta.wait();
+            return Modelo::varrerEmSegundoPlano(pasta, parar);
+        });
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        Painel painel(*modelo);
+        QTRY_VERIFY(modelo->carregando());
+        painel.atualizar();
+        QCOMPARE(painel.subtitulo(), QStringLiteral("Lendo a pasta…"));
+        QCOMPARE(modelo->contagem(Destino::entrada()), std::optional<int>());
+        soltar.set_value();
+        QVERIFY(fins.wait(20000));
+        painel.atualizar();
+        QCOMPARE(painel.subtitulo(), QStringLiteral("1 item"));
+        QCOMPARE(modelo->contagem(Destino::entrada()), std::optional<int>(1));
+    }
+
+    void confirmarALixeiraDeUmArquivoQueSaiuDaPastaDizQueEleNaoFoi()
+    {
+        Downloads cenario;
+        const std::string a = cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        const std::string b = cenario.criar({.nome = "b.pdf", .origem = kExemplo});
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        Painel& painel = t.janela->painel();
+        QVERIFY(clicarLinha(t.janela->barraLateral(), kGrupoExemplo));
+        QTRY_VERIFY(painel.conteudo() == Conteudo::arquivos);
+        painel.selecao().setSelecionados({a, b});
+        painel.pedirParaMoverSelecionados();
+        QTRY_VERIFY(painel.confirmacao());
+
+        // While the question is open, b.pdf leaves the folder and a scan sees it gone.
+        std::filesystem::rename(b, cenario.pasta() + "/../b-movido.pdf");
+        t.modelo->varrer();
+        QVERIFY(t.esperarVarreduras(2));
+        QTest::mouseClick(painel.confirmacao()->mover(), Qt::LeftButton);
+        QVERIFY(!std::filesystem::exists(a));
+        QCOMPARE(t.modelo->mensagem(),
+            std::optional<QString>(QStringLiteral("Não movi b.pdf para a Lixeira: ele saiu da pasta antes da confirmação.")));
     }
 
     void espacoMostraEEscondeOsDetalhesQueSeguemOArquivoEValemParaAJanela()

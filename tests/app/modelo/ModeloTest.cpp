@@ -95,11 +95,13 @@ private Q_SLOTS:
             QVERIFY(modelo.itens(Destino::grupo(chave)).empty());
             QCOMPARE(modelo.titulo(Destino::grupo(chave)), QStringLiteral("Grupo"));
         }
-        QCOMPARE(modelo.contagem(Destino::entrada()), std::optional<int>(0));
-        QCOMPARE(modelo.contagem(Destino::adiados()), std::optional<int>(0));
+        // Nothing counted yet is no count at all, not an empty folder.
+        QCOMPARE(modelo.contagem(Destino::entrada()), std::optional<int>());
+        QCOMPARE(modelo.contagem(Destino::adiados()), std::optional<int>());
 
         // The same questions once the scan is in.
         QVERIFY(esperar(fins, 1));
+        QCOMPARE(modelo.contagem(Destino::adiados()), std::optional<int>(1));
         QCOMPARE(modelo.itensTodos().size(), std::size_t(7));
         QCOMPARE(nomes(modelo.itens(Destino::adiados())), std::vector<std::string> {kCodigo});
         QCOMPARE(modelo.titulo(Destino::grupo("github")), QStringLiteral("GitHub"));
