@@ -117,6 +117,8 @@ JanelaPrincipal::JanelaPrincipal(Modelo& modelo, QWidget* parent)
     connect(&modelo_, &Modelo::selecaoChanged, this, &JanelaPrincipal::aoMudarDestino);
     resize(1080, 700);
     restaurarDisposicao();
+    // A session that ends closes no window: the layout is kept as the program quits too.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &JanelaPrincipal::guardarDisposicao);
 }
 
 QString JanelaPrincipal::arquivoDeConfiguracao()
