@@ -33,6 +33,7 @@
 #include <QToolButton>
 
 #include <tuple>
+#include <utility>
 
 namespace tarrafa::app {
 
@@ -121,6 +122,34 @@ JanelaPrincipal::JanelaPrincipal(Modelo& modelo, QWidget* parent)
     connect(qApp, &QCoreApplication::aboutToQuit, this, &JanelaPrincipal::guardarDisposicao);
 }
 
+QString JanelaPrincipal::nomeDasTeclas(const QKeySequence& teclas)
+{
+    // Qt names the keys in English unless its own translations are installed.
+    static const std::pair<QLatin1StringView, QString> kNomes[] = {
+        {QLatin1StringView("Del"), QStringLiteral("Delete")},
+        {QLatin1StringView("Left"), QStringLiteral("Seta para a esquerda")},
+        {QLatin1StringView("Right"), QStringLiteral("Seta para a direita")},
+        {QLatin1StringView("Up"), QStringLiteral("Seta para cima")},
+        {QLatin1StringView("Down"), QStringLiteral("Seta para baixo")},
+        {QLatin1StringView("Space"), QStringLiteral("Espaço")},
+        {QLatin1StringView("Return"), QStringLiteral("Enter")},
+        {QLatin1StringView("Menu"), QStringLiteral("tecla Menu")},
+    };
+    QStringList nomes;
+    for (int i = 0; i < teclas.count(); ++i) {
+        QStringList partes = QKeySequence(teclas[i]).toString(QKeySequence::PortableText).split(QLatin1Char('+'));
+        for (QString& parte : partes) {
+            for (const auto& [ingles, portugues] : kNomes) {
+                if (parte == ingles) {
+                    parte = portugues;
+                }
+            }
+        }
+        nomes << partes.join(QLatin1Char('+'));
+    }
+    return nomes.join(QStringLiteral(", "));
+}
+
 QString JanelaPrincipal::arquivoDeConfiguracao()
 {
     return configuracao().fileName();
@@ -197,7 +226,8 @@ void JanelaPrincipal::montarMenu()
     arquivo->addSeparator();
     QAction* sair = arquivo->addAction(QStringLiteral("&Sair"));
     sair->setObjectName(QStringLiteral("acaoSair"));
-    sair->setShortcut(QKeySequence::Quit);
+    // Spelled out: not every platform theme binds QKeySequence::Quit.
+    sair->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     sair->setMenuRole(QAction::QuitRole);
     connect(sair, &QAction::triggered, this, &QWidget::close);
 
@@ -227,6 +257,7 @@ void JanelaPrincipal::montarMenu()
     acoes->setObjectName(QStringLiteral("menuAcoes"));
     const auto decisao = [&](const QString& texto, const char* nome, Qt::Key tecla, Decisao d) {
         QAction* acao = acoes->addAction(texto);
+        acao->setProperty(kDescricao, textoSemMnemonico(texto) + QStringLiteral(" os arquivos selecionados"));
         acao->setObjectName(QString::fromLatin1(nome));
         acao->setShortcut(QKeySequence(Qt::CTRL | tecla));
         acao->setShortcutContext(Qt::WindowShortcut);
@@ -242,6 +273,7 @@ void JanelaPrincipal::montarMenu()
     lixeira->setObjectName(QStringLiteral("acaoMoverParaLixeira"));
     lixeira->setShortcut(QKeySequence::Delete);
     lixeira->setShortcutContext(Qt::WindowShortcut);
+    lixeira->setProperty(kDescricao, QStringLiteral("Mover os arquivos selecionados para a Lixeira"));
     connect(lixeira, &QAction::triggered, painel_, &Painel::pedirParaMoverSelecionados);
     addAction(lixeira);
     acoesSobreSelecionados_.push_back(lixeira);
@@ -256,8 +288,8 @@ void JanelaPrincipal::montarMenu()
     QAction* atalhos = ajuda->addAction(QStringLiteral("&Atalhos do teclado"));
     atalhos->setObjectName(QStringLiteral("acaoAtalhos"));
     // Ctrl+? as GNOME's programs have it; Qt sees the same keys as Ctrl+Shift+/ or Ctrl+?.
-    atalhos->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Slash),
-        QKeySequence(Qt::CTRL | Qt::Key_Question), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Question)});
+    atalhos->setShortcuts(
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Slash), QKeySequence(Qt::CTRL | Qt::Key_Question)});
     atalhos->setShortcutContext(Qt::WindowShortcut);
     connect(atalhos, &QAction::triggered, this, &JanelaPrincipal::mostrarAtalhos);
     addAction(atalhos);
@@ -270,6 +302,7 @@ void JanelaPrincipal::montarMenu()
     abrirMenu->setObjectName(QStringLiteral("acaoAbrirMenu"));
     abrirMenu->setShortcut(QKeySequence(Qt::Key_F10));
     abrirMenu->setShortcutContext(Qt::WindowShortcut);
+    abrirMenu->setProperty(kDescricao, QStringLiteral("Abrir os menus"));
     connect(abrirMenu, &QAction::triggered, this, [this, arquivo] {
         menuBar()->setFocus(Qt::ShortcutFocusReason);
         menuBar()->setActiveAction(arquivo->menuAction());
@@ -503,7 +536,7 @@ void JanelaPrincipal::mostrarAtalhos()
         }
         QStringList teclas;
         for (const QKeySequence& sequencia : acao->shortcuts()) {
-            teclas << sequencia.toString(QKeySequence::NativeText);
+            teclas << nomeDasTeclas(sequencia);
         }
         const QVariant descricao = acao->property(kDescricao);
         linhas.push_back({teclas.join(QStringLiteral(", ")),
@@ -539,7 +572,8 @@ void JanelaPrincipal::mostrarAtalhos()
     auto* pilha = new QVBoxLayout(dialogo);
     pilha->addWidget(tabela);
     pilha->addWidget(botoes);
-    dialogo->resize(560, 480);
+    tabela->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    dialogo->resize(640, 600);
     dialogo->show();
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 class QAction;
+class QKeySequence;
 class QLineEdit;
 class QSplitter;
 class QToolButton;
@@ -47,6 +48,9 @@ public:
     // Where the window keeps its size and layout between launches: tarrafa/janela.conf in
     // the user's configuration folder.
     [[nodiscard]] static QString arquivoDeConfiguracao();
+    // A shortcut as the list of shortcuts names it, the keys in Portuguese ("Alt+Seta para a
+    // esquerda").
+    [[nodiscard]] static QString nomeDasTeclas(const QKeySequence& teclas);
 
 protected:
     void changeEvent(QEvent* evento) override;
