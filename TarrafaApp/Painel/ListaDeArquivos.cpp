@@ -197,7 +197,8 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     }
     const std::string id = arquivos_->item(indice.row()).id();
     // A row inside the selection stands for the whole selection, as in every file manager;
-    // a row outside it (only when asked for directly, the events select it first), for itself.
+    // a row outside it, for itself alone. (A right-click or the menu key selects such a row
+    // first; only a direct call meets it outside the selection.)
     std::vector<std::string> ids {id};
     if (selecao_.selecionados().contains(id)) {
         ids.clear();

@@ -41,8 +41,8 @@ public:
     [[nodiscard]] QMenu* menuDaLinha(const QModelIndex& indice);
     // Opens that menu at the row with the keyboard focus (Shift+F10, the Menu key).
     void abrirMenuDaLinhaAtual();
-    // Puts the keyboard focus on the file's row, shown, and selects it alone if asked; false
-    // when the file is not listed.
+    // Makes the file's row the current one (where the keyboard acts), scrolled into sight, and
+    // selects it alone if asked; false when the file is not listed.
     bool tornarAtual(const std::string& id, bool selecionar);
     // The file of the row with the keyboard focus (the one last clicked or moved to).
     [[nodiscard]] std::optional<ItemTriado> itemAtual() const;
