@@ -45,6 +45,9 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(const QStringList& nomes, QWidget* parent
         ? QStringLiteral("Mover 1 arquivo para a Lixeira?")
         : QStringLiteral("Mover ") + QString::number(quantidade) + QStringLiteral(" para a Lixeira?");
     setWindowTitle(titulo);
+    // A question, not a window of its own: a title and a close button, nothing to minimise
+    // or maximise.
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
     setModal(true);
     setWindowModality(Qt::WindowModal);
 
@@ -81,10 +84,12 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(const QStringList& nomes, QWidget* parent
     arquivos_->setWordWrap(true);
     arquivos_->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
-    // Return must never destroy anything: the default button is the cancel one.
+    // Return with nothing else in focus must never destroy anything: the default button is the
+    // cancel one. Return on the focused button presses that one, as in any dialog: a person
+    // who tabbed to "Mover para a Lixeira" chose it.
     cancelar_->setDefault(true);
     cancelar_->setAutoDefault(true);
-    mover_->setAutoDefault(false);
+    mover_->setAutoDefault(true);
     mover_->setProperty("destrutivo", true);
     QPalette paleta = mover_->palette();
     for (const QPalette::ColorGroup grupo : {QPalette::Active, QPalette::Inactive}) {
@@ -119,6 +124,7 @@ ConfirmacaoLixeira::ConfirmacaoLixeira(const QStringList& nomes, QWidget* parent
     tudo->addLayout(botoesLinha);
     tudo->setSizeConstraint(QLayout::SetFixedSize);
     mensagem_->setFixedWidth(360);
+    cancelar_->setFocus(Qt::OtherFocusReason);
 }
 
 QString ConfirmacaoLixeira::titulo() const

@@ -88,15 +88,16 @@ QSize Fluxo::sizeHint() const
 
 QSize Fluxo::minimumSize() const
 {
-    int largura = 0;
+    // One line's height: the height the lines really need at a width comes from
+    // heightForWidth, which the layout above asks for.
+    QSize maior;
     for (const QLayoutItem* item : itens_) {
         if (!item->isEmpty()) {
-            largura = std::max(largura, item->minimumSize().width());
+            maior = maior.expandedTo(item->minimumSize()).expandedTo(QSize(0, item->sizeHint().height()));
         }
     }
     const QMargins margens = contentsMargins();
-    largura += margens.left() + margens.right();
-    return {largura, heightForWidth(largura)};
+    return maior + QSize(margens.left() + margens.right(), margens.top() + margens.bottom());
 }
 
 void Fluxo::setGeometry(const QRect& area)

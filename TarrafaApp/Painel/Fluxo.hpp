@@ -29,7 +29,7 @@ public:
     [[nodiscard]] int heightForWidth(int largura) const override;
     // Everything on one line.
     [[nodiscard]] QSize sizeHint() const override;
-    // The widest item alone: a line can always hold one.
+    // The widest item alone, one line high: a line can always hold one.
     [[nodiscard]] QSize minimumSize() const override;
     void setGeometry(const QRect& area) override;
 

@@ -177,7 +177,8 @@ void ListaDeArquivos::aplicarSelecao()
 QItemSelectionModel::SelectionFlags ListaDeArquivos::selectionCommand(
     const QModelIndex& indice, const QEvent* evento) const
 {
-    // A right-click opens the row's menu and leaves the selection as it was.
+    // A right-click leaves the selection to the menu it opens (see escolherSoSeFora): a
+    // selected row keeps the whole selection, however the view would handle the click.
     if (evento
         && (evento->type() == QEvent::MouseButtonPress || evento->type() == QEvent::MouseButtonRelease
             || evento->type() == QEvent::MouseMove)) {
@@ -196,7 +197,8 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     }
     const std::string id = arquivos_->item(indice.row()).id();
     // A row inside the selection stands for the whole selection, as in every file manager;
-    // a row outside it, for itself alone.
+    // a row outside it, for itself alone. (A right-click or the menu key selects such a row
+    // first; only a direct call meets it outside the selection.)
     std::vector<std::string> ids {id};
     if (selecao_.selecionados().contains(id)) {
         ids.clear();
@@ -212,7 +214,7 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     if (modelo_.estaNaLixeira(id)) {
         // Nothing of it is in the folder to open, show or decide: it can only come back.
         std::erase_if(ids, [this](const std::string& escolhido) { return !modelo_.estaNaLixeira(escolhido); });
-        QAction* restaurar = menu->addAction(QStringLiteral("Restaurar"));
+        QAction* restaurar = menu->addAction(QStringLiteral("&Restaurar"));
         restaurar->setObjectName(QStringLiteral("restaurarUm"));
         connect(restaurar, &QAction::triggered, this, [this, ids] {
             selecao_.setSelecionados({});
@@ -221,10 +223,10 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
         return menu;
     }
     std::erase_if(ids, [this](const std::string& escolhido) { return modelo_.estaNaLixeira(escolhido); });
-    QAction* abrir = menu->addAction(QStringLiteral("Abrir"));
+    QAction* abrir = menu->addAction(QStringLiteral("&Abrir"));
     abrir->setObjectName(QStringLiteral("abrir"));
     connect(abrir, &QAction::triggered, this, [id] { abrirArquivo(id); });
-    QAction* mostrar = menu->addAction(QStringLiteral("Mostrar no gerenciador de arquivos"));
+    QAction* mostrar = menu->addAction(QStringLiteral("&Mostrar no gerenciador de arquivos"));
     mostrar->setObjectName(QStringLiteral("mostrarNoGerenciador"));
     connect(mostrar, &QAction::triggered, this, [id] { mostrarNoGerenciadorDeArquivos(id); });
     menu->addSeparator();
@@ -233,9 +235,18 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
         acao->setObjectName(QString::fromLatin1(nome));
         connect(acao, &QAction::triggered, this, [this, ids, d] { modelo_.decidir(ids, d); });
     };
-    decisao(QStringLiteral("Adiar"), "adiarUm", Decisao::adiado);
-    decisao(QStringLiteral("Marcar como resolvido"), "resolverUm", Decisao::resolvido);
-    decisao(QStringLiteral("Ignorar"), "ignorarUm", Decisao::ignorado);
+    decisao(QStringLiteral("A&diar"), "adiarUm", Decisao::adiado);
+    decisao(QStringLiteral("Marcar como &resolvido"), "resolverUm", Decisao::resolvido);
+    decisao(QStringLiteral("&Ignorar"), "ignorarUm", Decisao::ignorado);
+    menu->addSeparator();
+    // Asked about first, as from the action bar; the panel asks about the selection, which
+    // the row belongs to by now.
+    QAction* lixeira = menu->addAction(QStringLiteral("Mover para a &Lixeira"));
+    lixeira->setObjectName(QStringLiteral("moverParaLixeiraUm"));
+    connect(lixeira, &QAction::triggered, this, [this, ids] {
+        selecao_.setSelecionados(std::set<std::string>(ids.begin(), ids.end()));
+        Q_EMIT moverParaLixeiraPedido();
+    });
     return menu;
 }
 
@@ -257,6 +268,41 @@ void ListaDeArquivos::keyPressEvent(QKeyEvent* evento)
     QListView::keyPressEvent(evento);
 }
 
+void ListaDeArquivos::escolherSoSeFora(const QModelIndex& indice)
+{
+    if (indice.isValid() && !selecao_.selecionados().contains(arquivos_->item(indice.row()).id())) {
+        selectionModel()->setCurrentIndex(indice, QItemSelectionModel::ClearAndSelect);
+    }
+}
+
+bool ListaDeArquivos::tornarAtual(const std::string& id, bool selecionar)
+{
+    const auto linha = arquivos_->linhaDe(id);
+    if (!linha) {
+        return false;
+    }
+    const QModelIndex indice = arquivos_->index(*linha);
+    selectionModel()->setCurrentIndex(
+        indice, selecionar ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate);
+    scrollTo(indice);
+    return true;
+}
+
+void ListaDeArquivos::abrirMenuDaLinhaAtual()
+{
+    QModelIndex indice = currentIndex();
+    if (!indice.isValid()) {
+        return;
+    }
+    escolherSoSeFora(indice);
+    scrollTo(indice);
+    if (QMenu* menu = menuDaLinha(indice)) {
+        // At the row, not at the mouse pointer, which may be anywhere.
+        const QRect linha = visualRect(indice);
+        menu->popup(viewport()->mapToGlobal(QPoint(linha.left() + 24, linha.center().y())));
+    }
+}
+
 void ListaDeArquivos::contextMenuEvent(QContextMenuEvent* evento)
 {
     QModelIndex indice;
@@ -267,6 +313,7 @@ void ListaDeArquivos::contextMenuEvent(QContextMenuEvent* evento)
     } else {
         indice = indexAt(evento->pos());
     }
+    escolherSoSeFora(indice);
     QMenu* menu = menuDaLinha(indice);
     if (!menu) {
         return;

@@ -20,8 +20,8 @@ class ModeloDeArquivos;
 class Selecao;
 
 // The flat list of files with the usual multiple selection (click, Ctrl-click, Shift-click,
-// Ctrl+A), kept in step with the panel's Selecao both ways. Each row's context menu acts on
-// that row alone and never touches the selection.
+// Ctrl+A), kept in step with the panel's Selecao both ways. A row's context menu acts on the
+// selection: a right-click on a row outside it first selects that row alone, as file managers do.
 class ListaDeArquivos final : public QListView {
     Q_OBJECT
 
@@ -39,6 +39,11 @@ public:
 
     // The menu a right-click on a row opens, built for that row's file.
     [[nodiscard]] QMenu* menuDaLinha(const QModelIndex& indice);
+    // Opens that menu at the row with the keyboard focus (Shift+F10, the Menu key).
+    void abrirMenuDaLinhaAtual();
+    // Makes the file's row the current one (where the keyboard acts), scrolled into sight, and
+    // selects it alone if asked; false when the file is not listed.
+    bool tornarAtual(const std::string& id, bool selecionar);
     // The file of the row with the keyboard focus (the one last clicked or moved to).
     [[nodiscard]] std::optional<ItemTriado> itemAtual() const;
 
@@ -47,6 +52,8 @@ Q_SIGNALS:
     void itemAtualChanged();
     // Space was pressed on the list: the details pane is shown or hidden.
     void alternarDetalhesPedido();
+    // "Mover para a Lixeira" was chosen in a row's menu: the selection is to be asked about.
+    void moverParaLixeiraPedido();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* evento) override;
@@ -58,6 +65,8 @@ private:
     void abrirSeEstiverNaPasta(const std::string& id) const;
     void aoMudarSelecaoDaVista();
     void aplicarSelecao();
+    // A menu for a row outside the selection is for that row alone: it becomes the selection.
+    void escolherSoSeFora(const QModelIndex& indice);
 
 
     Modelo& modelo_;

@@ -5,6 +5,7 @@
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
 #include "TarrafaApp/Painel/Baixando.hpp"
+#include "TarrafaApp/Painel/CartoesDeGrupos.hpp"
 #include "TarrafaApp/Painel/ConfirmacaoLixeira.hpp"
 #include "TarrafaApp/Painel/AvisoDeDesfazer.hpp"
 #include "TarrafaApp/Painel/Recado.hpp"
@@ -30,6 +31,7 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -55,6 +57,18 @@ QFrame* divisor(QWidget* pai, const QString& nome, Qt::Orientation sentido = Qt:
     }
     return linha;
 }
+
+// The list and the details pane side by side. Its minimum is the list's alone: when the
+// panel is narrower than both, the pane folds away instead of holding the window wide.
+class ListaComDetalhes final : public QWidget {
+public:
+    using QWidget::QWidget;
+
+    [[nodiscard]] QSize minimumSizeHint() const override
+    {
+        return {Painel::kListaMinima, QWidget::minimumSizeHint().height()};
+    }
+};
 
 } // namespace
 
@@ -140,20 +154,22 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     linhasDosArquivos->setSpacing(0);
     linhasDosArquivos->addWidget(barra_);
     linhasDosArquivos->addWidget(divisor(arquivos_, QStringLiteral("divisorDosArquivos")));
-    auto* listaEDetalhes = new QHBoxLayout;
+    auto* ladoALado = new ListaComDetalhes(arquivos_);
+    ladoALado->setObjectName(QStringLiteral("listaComDetalhes"));
+    auto* listaEDetalhes = new QHBoxLayout(ladoALado);
     listaEDetalhes->setContentsMargins(0, 0, 0, 0);
     listaEDetalhes->setSpacing(0);
+    lista_->setParent(ladoALado);
+    detalhes_->setParent(ladoALado);
     listaEDetalhes->addWidget(lista_, 1);
-    QFrame* divisorDosDetalhes = divisor(arquivos_, QStringLiteral("divisorDosDetalhes"), Qt::Vertical);
-    listaEDetalhes->addWidget(divisorDosDetalhes);
+    divisorDosDetalhes_ = divisor(ladoALado, QStringLiteral("divisorDosDetalhes"), Qt::Vertical);
+    listaEDetalhes->addWidget(divisorDosDetalhes_);
     listaEDetalhes->addWidget(detalhes_);
-    linhasDosArquivos->addLayout(listaEDetalhes, 1);
+    linhasDosArquivos->addWidget(ladoALado, 1);
     barra_->detalhes().setChecked(detalhesVisiveis_);
-    connect(&barra_->detalhes(), &QPushButton::toggled, this, [this, divisorDosDetalhes](bool visiveis) {
-        divisorDosDetalhes->setVisible(visiveis);
-        setDetalhesVisiveis(visiveis);
-    });
+    connect(&barra_->detalhes(), &QPushButton::toggled, this, &Painel::setDetalhesVisiveis);
     connect(lista_, &ListaDeArquivos::alternarDetalhesPedido, this, [this] { barra_->detalhes().toggle(); });
+    connect(lista_, &ListaDeArquivos::moverParaLixeiraPedido, this, &Painel::pedirParaMoverSelecionados);
     connect(lista_, &ListaDeArquivos::itemAtualChanged, this, &Painel::descrever);
     connect(selecao_, &Selecao::selecionadosChanged, this, &Painel::descrever);
 
@@ -205,6 +221,10 @@ Painel::Painel(Modelo& modelo, QWidget* parent)
     });
     // A search narrows the choice to what it leaves on screen: nothing hidden is acted on.
     connect(&modelo_, &Modelo::buscaChanged, this, [this] { estreitarSelecao_ = true; });
+    // A group opened from its card is opened to be worked through: the keyboard goes to its list.
+    connect(&grupos_->cartoes(), &CartoesDeGrupos::grupoEscolhido, this, [this] { focarListaAoAbrir_ = true; });
+    // The moved files leave the list with the rescan that follows a move.
+    connect(&modelo_, &Modelo::varreduraTerminada, this, [this] { esperandoVarredura_ = false; });
     atualizar();
 }
 
@@ -217,14 +237,21 @@ void Painel::setDetalhesVisiveis(bool visiveis)
         barra_->detalhes().setChecked(visiveis); // comes back here through toggled
         return;
     }
-    detalhes_->setVisible(visiveis);
+    dobrarDetalhes();
+}
+
+void Painel::dobrarDetalhes()
+{
+    const bool mostrar = detalhesVisiveis_ && detalhesCabem_;
+    detalhes_->setVisible(mostrar);
+    divisorDosDetalhes_->setVisible(mostrar);
     descrever();
 }
 
 void Painel::descrever()
 {
     // Hidden, it describes nothing: no picture is looked for behind the person's back.
-    if (!detalhesVisiveis_) {
+    if (!detalhesVisiveis_ || !detalhesCabem_) {
         detalhes_->mostrar(std::nullopt);
         return;
     }
@@ -265,6 +292,7 @@ void Painel::aoMudarDestino()
     if (!(destino == destinoAnterior_)) {
         destinoAnterior_ = destino;
         selecao_->setSelecionados({});
+        proximoAposMover_.clear();
     }
     agendar();
 }
@@ -348,7 +376,17 @@ void Painel::atualizar()
             itensMostrados_ = std::move(itens);
         }
         pilha_->setCurrentWidget(arquivos_);
+        seguirAposMover();
+        if (std::exchange(focarListaAoAbrir_, false)) {
+            lista_->setFocus(Qt::OtherFocusReason);
+            if (!lista_->currentIndex().isValid() && !lista_->itens().empty()) {
+                lista_->tornarAtual(lista_->itens().front().id(), false);
+            }
+        }
         break;
+    }
+    if (conteudo_ != Conteudo::grupos && conteudo_ != Conteudo::arquivos) {
+        focarListaAoAbrir_ = false; // the group had nothing left to list
     }
 
     // Downloads under way belong to the inbox; elsewhere they would only be in the way.
@@ -383,6 +421,12 @@ void Painel::pintarSubtitulo()
 void Painel::resizeEvent(QResizeEvent* evento)
 {
     QWidget::resizeEvent(evento);
+    // The list and the pane side by side take the panel's whole width.
+    const bool cabem = width() >= kListaMinima + 1 + detalhes_->width();
+    if (cabem != detalhesCabem_) {
+        detalhesCabem_ = cabem;
+        dobrarDetalhes();
+    }
     mostrarTitulo(titulo_);
     posicionarIndicador();
 }
@@ -413,6 +457,48 @@ void Painel::selecionarTudo()
         todos.insert(item.id());
     }
     selecao_->setSelecionados(std::move(todos));
+}
+
+bool Painel::podeAgirSobreSelecionados() const
+{
+    if (conteudo_ != Conteudo::arquivos || modelo_.carregando()) {
+        return false;
+    }
+    return std::any_of(selecao_->selecionados().begin(), selecao_->selecionados().end(),
+        [this](const std::string& id) { return !modelo_.estaNaLixeira(id); });
+}
+
+void Painel::decidirSelecionados(Decisao decisao)
+{
+    if (!podeAgirSobreSelecionados()) {
+        return;
+    }
+    // A file in the Trash has nothing left to decide.
+    std::vector<std::string> ids;
+    for (const std::string& id : selecao_->selecionados()) {
+        if (!modelo_.estaNaLixeira(id)) {
+            ids.push_back(id);
+        }
+    }
+    modelo_.decidir(ids, decisao);
+    selecao_->setSelecionados({});
+}
+
+bool Painel::focarPrimeiroResultado()
+{
+    if (conteudo_ == Conteudo::arquivos && !lista_->itens().empty()) {
+        lista_->setFocus(Qt::TabFocusReason);
+        lista_->tornarAtual(lista_->itens().front().id(), true);
+        return true;
+    }
+    CartoesDeGrupos& cartoes = grupos_->cartoes();
+    if (conteudo_ == Conteudo::grupos && cartoes.isVisible() && cartoes.model()->rowCount() > 0) {
+        // As if reached with Tab: the card shows the focus ring.
+        cartoes.setFocus(Qt::TabFocusReason);
+        cartoes.setCurrentIndex(cartoes.model()->index(0, 0));
+        return true;
+    }
+    return false;
 }
 
 void Painel::pedirParaMoverSelecionados()
@@ -481,22 +567,59 @@ void Painel::moverSelecionados()
 {
     // Only what is still listed, in the list's order: a rescan may have taken some away, and
     // the person is told which, rather than seeing fewer files go without a word.
-    const std::vector<ItemTriado> listados = escolhidosNaLista();
-    std::set<std::string> ainda;
-    for (const ItemTriado& item : listados) {
-        ainda.insert(item.id());
+    const std::vector<ItemTriado> movidos = escolhidosNaLista();
+    std::set<std::string> idsMovidos;
+    for (const ItemTriado& item : movidos) {
+        idsMovidos.insert(item.id());
     }
     QStringList sumidos;
     for (const ItemTriado& item : std::exchange(confirmados_, {})) {
-        if (!ainda.contains(item.id())) {
+        if (!idsMovidos.contains(item.id())) {
             sumidos.append(QStringLiteral("Não movi ") + QString::fromStdString(Escapes::paraJanela(item.nome()))
                 + QStringLiteral(" para a Lixeira: ele saiu da pasta antes da confirmação."));
         }
     }
-    modelo_.moverParaLixeira(listados);
+    // The person goes on from where the moved files were, as in a file manager: the first
+    // file after them, or the last one before them when they ended the list.
+    const std::vector<ItemTriado>& listados = lista_->itens();
+    std::optional<std::size_t> primeiro;
+    std::optional<std::size_t> ultimo;
+    for (std::size_t i = 0; i < listados.size(); ++i) {
+        if (idsMovidos.contains(listados[i].id())) {
+            primeiro = primeiro.value_or(i);
+            ultimo = i;
+        }
+    }
+    proximoAposMover_.clear();
+    if (ultimo) {
+        for (std::size_t i = *ultimo + 1; i < listados.size() && proximoAposMover_.empty(); ++i) {
+            if (!idsMovidos.contains(listados[i].id())) {
+                proximoAposMover_ = listados[i].id();
+            }
+        }
+        for (std::size_t i = *primeiro; i > 0 && proximoAposMover_.empty(); --i) {
+            if (!idsMovidos.contains(listados[i - 1].id())) {
+                proximoAposMover_ = listados[i - 1].id();
+            }
+        }
+    }
+    esperandoVarredura_ = !proximoAposMover_.empty();
+    modelo_.moverParaLixeira(movidos);
     selecao_->setSelecionados({});
     if (!sumidos.isEmpty()) {
         modelo_.informar(sumidos.join(QLatin1Char('\n')));
+    }
+}
+
+void Painel::seguirAposMover()
+{
+    if (proximoAposMover_.empty()) {
+        return;
+    }
+    lista_->tornarAtual(proximoAposMover_, false);
+    // Until the rescan has taken the moved rows away, the list may still change under it.
+    if (!esperandoVarredura_) {
+        proximoAposMover_.clear();
     }
 }
 

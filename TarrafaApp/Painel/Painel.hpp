@@ -7,9 +7,11 @@
 #include <QWidget>
 
 #include "TarrafaApp/Modelo/Destino.hpp"
+#include "TarrafaCore/Decisao.hpp"
 #include "TarrafaCore/TriageEngine.hpp"
 
 #include <optional>
+#include <string>
 #include <vector>
 
 class QFrame;
@@ -68,15 +70,31 @@ public:
     [[nodiscard]] ConfirmacaoLixeira* confirmacao() const;
     // The pane beside the file list: the picture and the provenance of the file the person is on.
     [[nodiscard]] Detalhes& detalhes() const noexcept { return *detalhes_; }
-    // Whether the pane shows beside the list; the choice lasts for the window's life.
+    // Whether the person wants the pane beside the list; the window keeps the choice between
+    // launches. The pane folds away while the panel is too narrow for it and the list together,
+    // without changing the choice.
     [[nodiscard]] bool detalhesVisiveis() const noexcept { return detalhesVisiveis_; }
     void setDetalhesVisiveis(bool visiveis);
+    // Whether the panel is wide enough for the pane beside the list.
+    [[nodiscard]] bool detalhesCabem() const noexcept { return detalhesCabem_; }
+    // The narrowest the list gets before the pane folds away.
+    static constexpr int kListaMinima = 300;
+
+    [[nodiscard]] ListaDeArquivos& lista() const noexcept { return *lista_; }
 
     // Selects every file listed, when files are listed.
     void selecionarTudo();
     // Asks to move the selected files to the Trash, when files are listed, some are
     // selected and no scan runs (the same conditions under which the bar can act).
     void pedirParaMoverSelecionados();
+    // Whether the selected files can be acted on now: files are listed, some of those chosen
+    // are still in the folder, and no scan runs.
+    [[nodiscard]] bool podeAgirSobreSelecionados() const;
+    // Postpones, resolves or ignores the selected files, as the action bar does.
+    void decidirSelecionados(Decisao decisao);
+    // Gives the keyboard focus to the first file listed or the first group card; false when
+    // neither is on show.
+    bool focarPrimeiroResultado();
 
     // Test seam: the next Trash question is answered at once, as if that button had been
     // clicked, once the question is on screen.
@@ -106,6 +124,10 @@ private:
     void descrever();
     void pintarSubtitulo();
     void mostrarTitulo(const QString& titulo);
+    // Shows the pane when the person wants it and it fits.
+    void dobrarDetalhes();
+    // After a move to the Trash, the row that followed the moved ones becomes current.
+    void seguirAposMover();
 
     Modelo& modelo_;
     Selecao* selecao_;
@@ -128,6 +150,7 @@ private:
     BarraDeAcoes* barra_;
     ListaDeArquivos* lista_;
     Detalhes* detalhes_;
+    QFrame* divisorDosDetalhes_ = nullptr;
     IndicadorDeProgresso* indicador_;
     QPointer<ConfirmacaoLixeira> confirmacao_;
 
@@ -140,6 +163,10 @@ private:
     std::optional<Resposta> proximaResposta_;
     bool agendado_ = false;
     bool detalhesVisiveis_ = true;
+    bool detalhesCabem_ = true;
+    bool focarListaAoAbrir_ = false; // a group card was chosen: its list gets the focus
+    std::string proximoAposMover_; // the file to be on once the moved ones leave the list
+    bool esperandoVarredura_ = false; // the rescan after a move has not ended yet
     bool estreitarSelecao_ = false; // the search changed since the last update
 };
 

@@ -4,6 +4,7 @@
 #include "TarrafaApp/App/LinhasDaBarraLateral.hpp"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTest>
 
 namespace tarrafa::app::teste {
@@ -11,8 +12,11 @@ namespace tarrafa::app::teste {
 JanelaDeTeste::JanelaDeTeste(const Downloads& cenario)
     : modelo(cenario.modeloNovo())
     , varreduras(std::make_unique<QSignalSpy>(modelo.get(), &Modelo::varreduraTerminada))
-    , janela(std::make_unique<JanelaPrincipal>(*modelo))
 {
+    // Every test starts from a window as a first launch makes it, whatever a test before it
+    // left behind.
+    QFile::remove(JanelaPrincipal::arquivoDeConfiguracao());
+    janela = std::make_unique<JanelaPrincipal>(*modelo);
 }
 
 bool JanelaDeTeste::abrir()

@@ -265,7 +265,7 @@ private Q_SLOTS:
         t.modelo->decidir({b}, Decisao::ignorado);
         auto* desfazer = t.janela->findChild<QAction*>(QStringLiteral("acaoDesfazer"));
         QVERIFY(desfazer);
-        QCOMPARE(desfazer->text(), QStringLiteral("Desfazer 1 arquivo ignorado"));
+        QCOMPARE(desfazer->text(), QStringLiteral("&Desfazer 1 arquivo ignorado"));
         QTRY_VERIFY(aviso->isVisible());
         QTest::keyClick(t.janela.get(), Qt::Key_Z, Qt::ControlModifier);
         QVERIFY(t.modelo->decisao(b) == Decisao::novo);
@@ -472,7 +472,7 @@ private Q_SLOTS:
         QTRY_VERIFY(qobject_cast<QMenu*>(QApplication::activePopupWidget()));
         auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
         QCOMPARE(menu->actions().size(), 1);
-        QCOMPARE(menu->actions().front()->text(), QStringLiteral("Restaurar"));
+        QCOMPARE(menu->actions().front()->text(), QStringLiteral("&Restaurar"));
         menu->actions().front()->trigger();
         menu->close();
         QTRY_VERIFY(std::filesystem::exists(a));

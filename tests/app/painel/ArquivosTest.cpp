@@ -388,13 +388,15 @@ private Q_SLOTS:
         QCOMPARE(b.selecao.selecionados(), escolhidos);
         QCOMPARE(b.selecionadosNaLista(), escolhidos);
         const QList<QAction*> acoes = menu->actions();
-        QCOMPARE(acoes.size(), 6);
-        QCOMPARE(acoes[0]->text(), QStringLiteral("Abrir"));
-        QCOMPARE(acoes[1]->text(), QStringLiteral("Mostrar no gerenciador de arquivos"));
+        QCOMPARE(acoes.size(), 8);
+        QCOMPARE(acoes[0]->text(), QStringLiteral("&Abrir"));
+        QCOMPARE(acoes[1]->text(), QStringLiteral("&Mostrar no gerenciador de arquivos"));
         QVERIFY(acoes[2]->isSeparator());
-        QCOMPARE(acoes[3]->text(), QStringLiteral("Adiar"));
-        QCOMPARE(acoes[4]->text(), QStringLiteral("Marcar como resolvido"));
-        QCOMPARE(acoes[5]->text(), QStringLiteral("Ignorar"));
+        QCOMPARE(acoes[3]->text(), QStringLiteral("A&diar"));
+        QCOMPARE(acoes[4]->text(), QStringLiteral("Marcar como &resolvido"));
+        QCOMPARE(acoes[5]->text(), QStringLiteral("&Ignorar"));
+        QVERIFY(acoes[6]->isSeparator());
+        QCOMPARE(acoes[7]->text(), QStringLiteral("Mover para a &Lixeira"));
         QVERIFY(QTest::qWaitForWindowExposed(menu));
         capturar(*menu, QStringLiteral("arquivos-menu"));
         QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(acoes[5]).center());
@@ -411,21 +413,23 @@ private Q_SLOTS:
         QCOMPARE(b.lista->model()->rowCount(), 4);
         QCOMPARE(b.selecionadosNaLista(), escolhidos);
 
-        // A row outside the selection: its menu acts on it, and selects nothing.
+        // A row outside the selection: it becomes the selection, alone, and its menu acts on it.
         const std::string fora = b.id(3);
         b.clicarComODireito(3);
         QTRY_VERIFY(menuAberto());
-        QCOMPARE(b.selecao.selecionados(), escolhidos);
+        QCOMPARE(b.selecao.selecionados(), std::set<std::string> {fora});
         QTest::mouseClick(menuAberto(), Qt::LeftButton, {},
             menuAberto()
-                ->actionGeometry(acao(*menuAberto(), QStringLiteral("Marcar como resolvido")))
+                ->actionGeometry(acao(*menuAberto(), QStringLiteral("Marcar como &resolvido")))
                 .center());
         QTRY_VERIFY(!menuAberto());
         QVERIFY(modelo->decisao(fora) == Decisao::resolvido);
         QCOMPARE(modelo->decisoes().size(), std::size_t(4));
-        // Resolved files leave the group's list; the selection is left as it was.
+        // Resolved files leave the group's list.
         QCOMPARE(b.lista->model()->rowCount(), 3);
-        QCOMPARE(b.selecao.selecionados(), escolhidos);
+        for (const std::string& id : escolhidos) {
+            QVERIFY(modelo->decisao(id) == Decisao::ignorado);
+        }
 
         // From the keyboard the menu is for the current row.
         b.lista->setFocus();
@@ -436,7 +440,7 @@ private Q_SLOTS:
         QApplication::sendEvent(b.lista->viewport(), &teclado);
         QTRY_VERIFY(menuAberto());
         QTest::mouseClick(menuAberto(), Qt::LeftButton, {},
-            menuAberto()->actionGeometry(acao(*menuAberto(), QStringLiteral("Adiar"))).center());
+            menuAberto()->actionGeometry(acao(*menuAberto(), QStringLiteral("A&diar"))).center());
         QTRY_VERIFY(!menuAberto());
         QVERIFY(modelo->decisao(primeiro) == Decisao::adiado);
     }

@@ -100,16 +100,16 @@ private Q_SLOTS:
         QVERIFY(menu);
         QAction* mostrar = menu->findChild<QAction*>(QStringLiteral("mostrarNoGerenciador"));
         QVERIFY(mostrar);
-        QCOMPARE(mostrar->text(), QStringLiteral("Mostrar no gerenciador de arquivos"));
+        QCOMPARE(mostrar->text(), QStringLiteral("&Mostrar no gerenciador de arquivos"));
         QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(mostrar).center());
 
         QTRY_COMPARE(gerenciador.pedidos.size(), 1);
         QCOMPARE(gerenciador.pedidos[0], QStringList {uriDoArquivo(caminho)});
         QVERIFY(gerenciador.pedidos[0][0].endsWith(QStringLiteral("/relat%F3rio%20final.pdf")));
         QCOMPARE(gerenciador.inicios[0], QString());
-        // Nothing else changes.
+        // Nothing is decided; the row right-clicked outside the selection became the selection.
         QVERIFY(modelo->decisoes().empty());
-        QCOMPARE(b.selecao.selecionados(), std::set<std::string> {b.id(1 - linha)});
+        QCOMPARE(b.selecao.selecionados(), std::set<std::string> {b.id(linha)});
 
         sessao.unregisterService(kServico);
         sessao.unregisterObject(kCaminho);
@@ -143,7 +143,7 @@ private Q_SLOTS:
         auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
         QAction* abrir = menu->findChild<QAction*>(QStringLiteral("abrir"));
         QVERIFY(abrir);
-        QCOMPARE(abrir->text(), QStringLiteral("Abrir"));
+        QCOMPARE(abrir->text(), QStringLiteral("&Abrir"));
         QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(abrir).center());
         QTRY_COMPARE(abridor.abertos.size(), 3);
         QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
