@@ -113,7 +113,7 @@ void DelegadoDaBarraLateral::paint(
     pintor->setFont(opcao.font);
     const QVariant contagem = indice.data(LinhasDaBarraLateral::PapelContagem);
     if (contagem.isValid()) {
-        const QString numero = QString::number(contagem.toInt());
+        const QString numero = aparencia::contagem(contagem.toInt());
         const qreal largura = larguraTabular(QFontMetricsF(opcao.font), numero);
         pintor->setPen(selecionada
                 ? aparencia::legivel(aparencia::comOpacidade(corDoTexto, 0.85), aparencia::realce(paleta, grupo))

@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QFont>
 #include <QPalette>
+#include <QString>
 
 // The panel's few visual choices in one place. Greys are the palette's own text colour
 // faded, so light and dark palettes both work; only the tone colours are fixed, each in a
@@ -73,6 +74,11 @@ void manterPaletaLegivel();
     Selo::Tom tom, const QPalette& paleta, QPalette::ColorRole papelDoTexto = QPalette::WindowText);
 inline constexpr qreal kOpacidadeDoFundoDoSelo = 0.16;
 [[nodiscard]] QColor comOpacidade(QColor cor, qreal opacidade);
+
+// A count as the interface writes numbers: thousands grouped with "." as in Brazilian
+// Portuguese, "100.000", whatever locale the process runs under (the text around it is in
+// Portuguese too).
+[[nodiscard]] QString contagem(long long quantidade);
 
 // The desktop's interface font at a design size (see kCorpo).
 [[nodiscard]] QFont fonte(qreal pontos, QFont::Weight peso = QFont::Normal);

@@ -76,7 +76,7 @@ LinhaGrupo::Disposicao LinhaGrupo::dispor(const QStyleOptionViewItem& opcao, con
 
     const QFontMetrics metricasDoTotal(fonteDoTotal());
     const QFontMetrics metricasDaUnidade(fonteDaUnidade());
-    const QString total = QString::number(indice.data(ModeloDeGrupos::PapelTotal).toInt());
+    const QString total = aparencia::contagem(indice.data(ModeloDeGrupos::PapelTotal).toInt());
     const QString unidade = indice.data(ModeloDeGrupos::PapelUnidade).toString();
     const int larguraDaDireita
         = std::max(metricasDoTotal.horizontalAdvance(total), metricasDaUnidade.horizontalAdvance(unidade));
@@ -136,7 +136,7 @@ void LinhaGrupo::paint(QPainter* pintor, const QStyleOptionViewItem& opcao, cons
     pintor->setPen(texto);
     pintor->setFont(fonteDoTotal());
     pintor->drawText(d.total, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine,
-        QString::number(indice.data(ModeloDeGrupos::PapelTotal).toInt()));
+        aparencia::contagem(indice.data(ModeloDeGrupos::PapelTotal).toInt()));
     pintor->setPen(aparencia::secundariaSobre(paleta, chao));
     pintor->setFont(fonteDaUnidade());
     pintor->drawText(d.unidade, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine,

@@ -7,6 +7,7 @@
 #include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaApp/Painel/CartoesDeGrupos.hpp"
 #include "TarrafaApp/Painel/DelegadoDeArquivos.hpp"
+#include "TarrafaApp/Painel/FaixaResumo.hpp"
 #include "TarrafaApp/Painel/LinhaGrupo.hpp"
 #include "TarrafaApp/Painel/ListaDeArquivos.hpp"
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
@@ -382,6 +383,26 @@ private Q_SLOTS:
             const QString noGrupo = abaixoDoMinimo(grupo);
             QVERIFY2(noGrupo.isEmpty(), qPrintable(paleta + QStringLiteral(": ") + noGrupo));
         }
+    }
+
+    void contagensComSeparadorDeMilharNaBarraLateralENoResumo()
+    {
+        Downloads cenario;
+        cenario.criarVarios(1001, "nota", kExemplo);
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        BarraLateral& barra = t.janela->barraLateral();
+        QTRY_COMPARE(linhaDe(barra, Destino::entrada()).data(Qt::AccessibleTextRole).toString(),
+            QStringLiteral("Caixa de entrada, 1.001"));
+        QCOMPARE(linhaDe(barra, Destino::grupo("host:arquivos.exemplo.com.br")).data(Qt::AccessibleTextRole).toString(),
+            QStringLiteral("arquivos.exemplo.com.br, 1.001"));
+        auto* faixa = t.janela->findChild<FaixaResumo*>();
+        QVERIFY(faixa);
+        QTRY_VERIFY(!faixa->celulas().empty());
+        QCOMPARE(faixa->celulas().front().valor, QStringLiteral("1.001"));
+        QCOMPARE(aparencia::contagem(100000), QStringLiteral("100.000"));
+        QCOMPARE(aparencia::contagem(999), QStringLiteral("999"));
+        QCOMPARE(aparencia::contagem(1234567), QStringLiteral("1.234.567"));
     }
 
     void focoDoTecladoNaBarraLateralAparece()
