@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/Aparencia.hpp"
 
+#include "TarrafaCore/Plural.hpp"
+
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
@@ -244,19 +246,7 @@ QColor corDoTom(Selo::Tom tom, const QPalette& paleta, QPalette::ColorRole papel
 
 QString contagem(long long quantidade)
 {
-    const QString algarismos = QString::number(quantidade < 0 ? -(quantidade + 1) + 1ULL : static_cast<unsigned long long>(quantidade));
-    QString texto;
-    texto.reserve(algarismos.size() + algarismos.size() / 3 + 1);
-    if (quantidade < 0) {
-        texto += QLatin1Char('-');
-    }
-    for (qsizetype i = 0; i < algarismos.size(); ++i) {
-        if (i > 0 && (algarismos.size() - i) % 3 == 0) {
-            texto += QLatin1Char('.');
-        }
-        texto += algarismos.at(i);
-    }
-    return texto;
+    return QString::fromStdString(Plural::numero(quantidade));
 }
 
 QFont fonte(qreal pontos, QFont::Weight peso)

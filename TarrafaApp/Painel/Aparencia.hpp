@@ -76,8 +76,7 @@ inline constexpr qreal kOpacidadeDoFundoDoSelo = 0.16;
 [[nodiscard]] QColor comOpacidade(QColor cor, qreal opacidade);
 
 // A count as the interface writes numbers: thousands grouped with "." as in Brazilian
-// Portuguese, "100.000", whatever locale the process runs under (the text around it is in
-// Portuguese too).
+// Portuguese, "100.000", the same as the core's counted phrases.
 [[nodiscard]] QString contagem(long long quantidade);
 
 // The desktop's interface font at a design size (see kCorpo).

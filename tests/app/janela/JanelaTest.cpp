@@ -400,6 +400,9 @@ private Q_SLOTS:
         QVERIFY(faixa);
         QTRY_VERIFY(!faixa->celulas().empty());
         QCOMPARE(faixa->celulas().front().valor, QStringLiteral("1.001"));
+        auto* subtitulo = t.janela->findChild<QLabel*>(QStringLiteral("subtituloDoPainel"));
+        QVERIFY(subtitulo);
+        QTRY_VERIFY2(subtitulo->text().startsWith(QStringLiteral("1.001 itens")), qPrintable(subtitulo->text()));
         QCOMPARE(aparencia::contagem(100000), QStringLiteral("100.000"));
         QCOMPARE(aparencia::contagem(999), QStringLiteral("999"));
         QCOMPARE(aparencia::contagem(1234567), QStringLiteral("1.234.567"));
