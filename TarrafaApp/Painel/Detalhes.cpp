@@ -3,6 +3,7 @@
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Simbolos.hpp"
 #include "TarrafaCore/Endereco.hpp"
 #include "TarrafaCore/Formato.hpp"
 
@@ -232,8 +233,9 @@ void Detalhes::linha(const QString& rotuloDoCampo, const QString& valor, const c
 void Detalhes::mostrarIconeDoTipo(const std::string& caminho)
 {
     const QMimeType tipo = Previa::tipoPeloNome(caminho);
-    const QIcon icone = QIcon::fromTheme(
-        tipo.iconName(), QIcon::fromTheme(tipo.genericIconName(), QApplication::windowIcon()));
+    // Where the theme knows neither the type nor its family, a plain document: the program's
+    // own icon there would read as if the file were Tarrafa's.
+    const QIcon icone = QIcon::fromTheme(tipo.iconName(), QIcon::fromTheme(tipo.genericIconName(), simbolo(u"doc")));
     imagemRotulo_->setPixmap(icone.pixmap(96, 96));
 }
 

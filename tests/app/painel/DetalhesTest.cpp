@@ -212,11 +212,13 @@ private Q_SLOTS:
 
     }
 
-    void outrosArquivosMostramOIconeDoTipoDoTemaOuODoAplicativo()
+    void outrosArquivosMostramOIconeDoTipoDoTemaOuUmDocumentoNuncaODoAplicativo()
     {
         Downloads downloads;
         downloads.criar({.nome = "ferramenta_1.4.0_amd64.deb", .tamanho = 4000});
         downloads.criar({.nome = "quebrada.jpg", .tamanho = 4000}); // named an image, holds none
+        downloads.criar({.nome = "relatorio.pdf", .tamanho = 4000});
+        downloads.criar({.nome = "planilha.csv", .tamanho = 4000});
         const auto modelo = downloads.modelo();
         QVERIFY(modelo);
 
@@ -248,10 +250,25 @@ private Q_SLOTS:
         QVERIFY(descrever(detalhes, itemDe(*modelo, "ferramenta_1.4.0_amd64.deb")));
         QCOMPARE(detalhes.fonteDaPrevia(), Previa::Fonte::nenhuma);
         QCOMPARE(corDoIcone(), QColor(Qt::green));
-        // No image icon in the theme: the application's own.
-        QVERIFY(descrever(detalhes, itemDe(*modelo, "quebrada.jpg")));
-        QCOMPARE(detalhes.fonteDaPrevia(), Previa::Fonte::nenhuma);
-        QCOMPARE(corDoIcone(), QColor(Qt::magenta));
+        // No icon in the theme for the type or its family: a plain document, never the
+        // application's own.
+        const QImage doAplicativoNaPrevia = QApplication::windowIcon().pixmap(96, 96).toImage();
+        for (const char* nome : {"quebrada.jpg", "relatorio.pdf", "planilha.csv"}) {
+            QVERIFY(descrever(detalhes, itemDe(*modelo, nome)));
+            QCOMPARE(detalhes.fonteDaPrevia(), Previa::Fonte::nenhuma);
+            const QImage mostrada = detalhes.findChild<QLabel*>(QStringLiteral("previa"))->pixmap().toImage();
+            QVERIFY2(!mostrada.isNull(), nome);
+            QVERIFY2(mostrada.convertToFormat(QImage::Format_ARGB32)
+                    != doAplicativoNaPrevia.convertToFormat(QImage::Format_ARGB32),
+                nome);
+            bool magenta = false;
+            for (int y = 0; y < mostrada.height() && !magenta; ++y) {
+                for (int x = 0; x < mostrada.width() && !magenta; ++x) {
+                    magenta = mostrada.pixelColor(x, y) == QColor(Qt::magenta);
+                }
+            }
+            QVERIFY2(!magenta, nome);
+        }
 
         QApplication::setWindowIcon(QIcon());
         QIcon::setThemeSearchPaths(caminhosAnteriores);
