@@ -78,7 +78,7 @@ void DelegadoDaBarraLateral::paint(
     if (selecionada) {
         QPainterPath caminho;
         caminho.addRoundedRect(fundo, kRaio, kRaio);
-        pintor->fillPath(caminho, paleta.color(grupo, QPalette::Highlight));
+        pintor->fillPath(caminho, aparencia::realce(paleta, grupo));
     } else if (opcao.state & QStyle::State_MouseOver) {
         QColor realce = paleta.color(grupo, QPalette::WindowText);
         realce.setAlphaF(0.07f);
@@ -113,13 +113,11 @@ void DelegadoDaBarraLateral::paint(
     pintor->setFont(opcao.font);
     const QVariant contagem = indice.data(LinhasDaBarraLateral::PapelContagem);
     if (contagem.isValid()) {
-        const QString numero = QString::number(contagem.toInt());
+        const QString numero = aparencia::contagem(contagem.toInt());
         const qreal largura = larguraTabular(QFontMetricsF(opcao.font), numero);
-        QColor cor = selecionada ? corDoTexto : aparencia::secundaria(paleta);
-        if (selecionada) {
-            cor.setAlphaF(0.85f);
-        }
-        pintor->setPen(cor);
+        pintor->setPen(selecionada
+                ? aparencia::legivel(aparencia::comOpacidade(corDoTexto, 0.85), aparencia::realce(paleta, grupo))
+                : aparencia::secundaria(paleta));
         desenharTabular(*pintor, QRectF(direita - largura, opcao.rect.top(), largura, opcao.rect.height()),
             Qt::AlignRight, numero);
         direita -= static_cast<int>(std::ceil(largura)) + kEntreTituloEContagem;

@@ -3,6 +3,7 @@
 
 #include "TarrafaApp/App/Icone.hpp"
 #include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/Aparencia.hpp"
 
 #include <QMetaObject>
 
@@ -41,7 +42,7 @@ QVariant LinhasDaBarraLateral::data(const QModelIndex& indice, int papel) const
     case Qt::ToolTipRole:
         return linha.titulo;
     case Qt::AccessibleTextRole:
-        return linha.contagem ? linha.titulo + QStringLiteral(", ") + QString::number(*linha.contagem)
+        return linha.contagem ? linha.titulo + QStringLiteral(", ") + aparencia::contagem(*linha.contagem)
                               : linha.titulo;
     case PapelChave:
         return linha.destino ? QVariant(QString::fromStdString(linha.destino->chave())) : QVariant();

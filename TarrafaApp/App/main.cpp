@@ -5,6 +5,7 @@
 #include "TarrafaApp/App/InstanciaUnica.hpp"
 #include "TarrafaApp/App/JanelaPrincipal.hpp"
 #include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/Aparencia.hpp"
 
 #include <QApplication>
 
@@ -53,6 +54,9 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(QStringLiteral(TARRAFA_VERSAO));
     QGuiApplication::setDesktopFileName(QString::fromLatin1(tarrafa::app::kIdDoAplicativo));
     QApplication::setWindowIcon(tarrafa::app::iconeDoAplicativo());
+    // Some themes leave fields with a placeholder that cannot be read: mended here and on
+    // every later change of the palette.
+    tarrafa::app::aparencia::manterPaletaLegivel();
 
     // A second launch shows the window already open and ends; should that one not answer,
     // this one opens its own (the decision file keeps what both write).

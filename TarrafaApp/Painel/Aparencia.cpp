@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/Aparencia.hpp"
 
+#include "TarrafaCore/Plural.hpp"
+
 #include <QApplication>
+#include <QEvent>
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QStringList>
+
+#include <algorithm>
+#include <cmath>
 
 namespace tarrafa::app::aparencia {
 
@@ -19,6 +25,40 @@ QColor desbotada(const QPalette& paleta, QPalette::ColorRole papel, qreal opacid
 QColor porFundo(const QPalette& paleta, QRgb clara, QRgb escura)
 {
     return QColor::fromRgb(ehEscura(paleta) ? escura : clara);
+}
+
+QColor fundoDoPapel(const QPalette& paleta, QPalette::ColorRole papel)
+{
+    switch (papel) {
+    case QPalette::Text:
+    case QPalette::PlaceholderText:
+        return paleta.color(QPalette::Base);
+    case QPalette::HighlightedText:
+        return realce(paleta, paleta.currentColorGroup());
+    case QPalette::ButtonText:
+        return paleta.color(QPalette::Button);
+    default:
+        return paleta.color(QPalette::Window);
+    }
+}
+
+QColor misturada(const QColor& a, const QColor& b, double t)
+{
+    return QColor::fromRgbF(static_cast<float>(a.redF() + (b.redF() - a.redF()) * t),
+        static_cast<float>(a.greenF() + (b.greenF() - a.greenF()) * t),
+        static_cast<float>(a.blueF() + (b.blueF() - a.blueF()) * t));
+}
+
+// Moves cor toward the extreme until it reads at alvo against fundo.
+QColor afastada(const QColor& cor, const QColor& fundo, const QColor& extremo, double alvo)
+{
+    for (int passo = 1; passo <= 20 && contraste(cor, fundo) < alvo; ++passo) {
+        const QColor tentativa = misturada(cor, extremo, passo / 20.0);
+        if (contraste(tentativa, fundo) >= alvo) {
+            return tentativa;
+        }
+    }
+    return contraste(cor, fundo) >= alvo ? cor : extremo;
 }
 
 QFont escalada(QFont base, qreal pontos)
@@ -45,14 +85,116 @@ QColor comOpacidade(QColor cor, qreal opacidade)
     return cor;
 }
 
+double luminancia(const QColor& cor)
+{
+    const auto canal = [](double c) { return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); };
+    return 0.2126 * canal(cor.redF()) + 0.7152 * canal(cor.greenF()) + 0.0722 * canal(cor.blueF());
+}
+
+double contraste(const QColor& a, const QColor& b)
+{
+    const double la = luminancia(a);
+    const double lb = luminancia(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+QColor sobre(const QColor& cor, const QColor& fundo)
+{
+    return misturada(fundo, QColor::fromRgbF(cor.redF(), cor.greenF(), cor.blueF()), cor.alphaF());
+}
+
+QColor legivel(const QColor& cor, const QColor& fundo, double alvo)
+{
+    const QColor opaca = sobre(cor, fundo);
+    const QColor extremo
+        = contraste(Qt::black, fundo) >= contraste(Qt::white, fundo) ? QColor(Qt::black) : QColor(Qt::white);
+    return afastada(opaca, fundo, extremo, alvo);
+}
+
+QColor realce(const QPalette& paleta, QPalette::ColorGroup grupo)
+{
+    const QColor selecao = sobre(paleta.color(grupo, QPalette::Highlight), paleta.color(grupo, QPalette::Base));
+    const QColor texto = paleta.color(grupo, QPalette::HighlightedText);
+    // The ground moves away from its text: darker under light text, lighter under dark.
+    const QColor extremo = luminancia(texto) > 0.18 ? QColor(Qt::black) : QColor(Qt::white);
+    QColor resultado = selecao;
+    for (int passo = 1; passo <= 20 && contraste(resultado, texto) < kContrasteAlvo; ++passo) {
+        resultado = misturada(selecao, extremo, passo / 20.0);
+    }
+    return resultado;
+}
+
+QPalette comTextosLegiveis(QPalette paleta)
+{
+    for (const auto grupo : {QPalette::Active, QPalette::Inactive}) {
+        const QColor base = paleta.color(grupo, QPalette::Base);
+        const QColor atual = paleta.color(grupo, QPalette::PlaceholderText);
+        if (contraste(sobre(atual, base), base) < kContrasteMinimo) {
+            // Keep the theme's hint of a fainter text, from the text colour itself.
+            paleta.setColor(grupo, QPalette::PlaceholderText,
+                legivel(comOpacidade(paleta.color(grupo, QPalette::Text), 0.6), base));
+        }
+    }
+    return paleta;
+}
+
+namespace {
+
+// Watches the application for palette changes (a new theme, a switch to dark) and mends
+// the placeholder colour of each new palette.
+class GuardaDaPaleta final : public QObject {
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* alvo, QEvent* evento) override
+    {
+        if (alvo == qApp && evento->type() == QEvent::ApplicationPaletteChange) {
+            corrigir();
+        }
+        return false;
+    }
+
+    static void corrigir()
+    {
+        const QPalette atual = QApplication::palette();
+        const QPalette legivel = comTextosLegiveis(atual);
+        // Setting the same palette again sends no further change, so this does not loop.
+        if (legivel != atual) {
+            QApplication::setPalette(legivel);
+        }
+    }
+};
+
+} // namespace
+
+void manterPaletaLegivel()
+{
+    static GuardaDaPaleta* guarda = nullptr;
+    if (guarda == nullptr) {
+        guarda = new GuardaDaPaleta(qApp);
+        qApp->installEventFilter(guarda);
+    }
+    GuardaDaPaleta::corrigir();
+}
+
 QColor secundaria(const QPalette& paleta, QPalette::ColorRole papel)
 {
-    return desbotada(paleta, papel, kOpacidadeSecundaria);
+    return secundariaSobre(paleta, fundoDoPapel(paleta, papel), papel);
+}
+
+QColor secundariaSobre(const QPalette& paleta, const QColor& fundo, QPalette::ColorRole papel)
+{
+    return legivel(desbotada(paleta, papel, kOpacidadeSecundaria), fundo);
 }
 
 QColor terciaria(const QPalette& paleta, QPalette::ColorRole papel)
 {
-    return desbotada(paleta, papel, kOpacidadeTerciaria);
+    return terciariaSobre(paleta, fundoDoPapel(paleta, papel), papel);
+}
+
+QColor terciariaSobre(const QPalette& paleta, const QColor& fundo, QPalette::ColorRole papel)
+{
+    return legivel(desbotada(paleta, papel, kOpacidadeTerciaria), fundo);
 }
 
 QColor preenchimentoQuaternario(const QPalette& paleta)
@@ -100,6 +242,11 @@ QColor corDoTom(Selo::Tom tom, const QPalette& paleta, QPalette::ColorRole papel
         break;
     }
     return secundaria(paleta, papelDoTexto);
+}
+
+QString contagem(long long quantidade)
+{
+    return QString::fromStdString(Plural::numero(quantidade));
 }
 
 QFont fonte(qreal pontos, QFont::Weight peso)

@@ -3,10 +3,15 @@
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Simbolos.hpp"
+#include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/Escapes.hpp"
+#include "TarrafaCore/Formato.hpp"
 
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
+#include <QMimeDatabase>
 #include <QVBoxLayout>
 
 #include <unordered_set>
@@ -17,6 +22,16 @@ namespace {
 
 // A folder with hundreds of downloads under way is not a thing to list in full above the inbox.
 constexpr int kLinhasNoMaximo = 5;
+constexpr int kIcone = 16;
+
+// The icon of the type the file will have, told by its final name; a plain document where the
+// theme has none.
+QIcon iconeDoTipo(const QString& nomeFinal)
+{
+    static const QMimeDatabase tipos;
+    const QMimeType tipo = tipos.mimeTypeForFile(nomeFinal, QMimeDatabase::MatchExtension);
+    return QIcon::fromTheme(tipo.iconName(), QIcon::fromTheme(tipo.genericIconName(), simbolo(u"doc")));
+}
 
 QLabel* rotulo(const QString& texto, const char* nome, QWidget* pai)
 {
@@ -84,16 +99,31 @@ void Baixando::atualizar()
         auto* colunas = new QHBoxLayout(linha);
         colunas->setContentsMargins(0, 0, 0, 0);
         colunas->setSpacing(12);
-        auto* nome = rotulo(QString::fromStdString(Escapes::paraJanela(item.nome())), "nomeBaixando", linha);
+        // The name the file will have, not the browser's working name for it.
+        const std::string final = EmAndamento::nomeFinal(item.nome()).value_or(item.nome());
+        auto* icone = new QLabel(linha);
+        icone->setObjectName(QStringLiteral("iconeBaixando"));
+        icone->setFixedSize(kIcone, kIcone);
+        icone->setPixmap(iconeDoTipo(QString::fromStdString(final)).pixmap(QSize(kIcone, kIcone), devicePixelRatioF()));
+        auto* nome = rotulo(QString::fromStdString(Escapes::paraJanela(final)), "nomeBaixando", linha);
         nome->setFont(aparencia::fonte(aparencia::kCorpo));
+        nome->setToolTip(QString::fromStdString(Escapes::paraJanela(item.nome())));
+        // What has arrived so far, written as every other size.
+        auto* tamanho
+            = rotulo(QString::fromStdString(Formato::bytes(item.snapshot().tamanho())), "tamanhoBaixando", linha);
+        tamanho->setFont(aparencia::fonte(aparencia::kLegenda));
         auto* estado = rotulo(QStringLiteral("Baixando…"), "estadoBaixando", linha);
         estado->setFont(aparencia::fonte(aparencia::kLegenda));
-        QPalette paleta = estado->palette();
-        paleta.setColor(QPalette::WindowText, secundaria);
-        estado->setPalette(paleta);
+        for (QLabel* quieto : {tamanho, estado}) {
+            QPalette paleta = quieto->palette();
+            paleta.setColor(QPalette::WindowText, secundaria);
+            quieto->setPalette(paleta);
+        }
+        colunas->addWidget(icone, 0);
         colunas->addWidget(nome, 1);
+        colunas->addWidget(tamanho, 0);
         colunas->addWidget(estado, 0);
-        linha->setAccessibleName(nome->text() + QStringLiteral(", baixando"));
+        linha->setAccessibleName(nome->text() + QStringLiteral(", baixando, ") + tamanho->text());
         linhas_->addWidget(linha);
         ++mostrados;
     }

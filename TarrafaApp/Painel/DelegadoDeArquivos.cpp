@@ -6,6 +6,8 @@
 #include "TarrafaApp/Painel/SeloView.hpp"
 #include "TarrafaApp/Painel/Simbolos.hpp"
 
+#include "TarrafaCore/Selo.hpp"
+
 #include <QFontMetrics>
 #include <QPainter>
 #include <QPainterPath>
@@ -27,6 +29,8 @@ constexpr qreal kRaio = 6;
 // However many chips a row has, its name keeps at least this share of the room.
 constexpr double kFracaoMinimaDoNome = 0.4;
 constexpr qreal kOpacidadeComEstado = 0.7;
+// How the core words the badge of a file whose bytes repeat another's.
+const QString kPrefixoDeCopiaIdentica = QStringLiteral("cópia idêntica de ");
 
 QFont fonteDoNome()
 {
@@ -74,11 +78,25 @@ DelegadoDeArquivos::Disposicao DelegadoDeArquivos::dispor(
 
     const QFontMetrics metricasDoSelo(chip::fonte());
     std::vector<QString> rotulos;
+    std::vector<int> tons; // -1 for the state's chip, which is neutral
     if (const QString estado = indice.data(ModeloDeArquivos::PapelEstado).toString(); !estado.isEmpty()) {
         rotulos.push_back(estado);
+        tons.push_back(-1);
     }
-    for (const QString& rotulo : indice.data(ModeloDeArquivos::PapelSelos).toStringList()) {
-        rotulos.push_back(rotulo);
+    const QStringList rotulosDosSelos = indice.data(ModeloDeArquivos::PapelSelos).toStringList();
+    const QVariantList tonsDosSelos = indice.data(ModeloDeArquivos::PapelTons).toList();
+    const auto aposOEstado = static_cast<std::ptrdiff_t>(rotulos.size());
+    for (qsizetype i = 0; i < rotulosDosSelos.size(); ++i) {
+        const int tom = i < tonsDosSelos.size() ? tonsDosSelos.at(i).toInt() : static_cast<int>(Selo::Tom::neutro);
+        // Which file this one repeats is what decides whether it can go: that chip comes
+        // first among the badges, so it is never the one folded into "+N".
+        if (rotulosDosSelos.at(i).startsWith(kPrefixoDeCopiaIdentica)) {
+            rotulos.insert(rotulos.begin() + aposOEstado, rotulosDosSelos.at(i));
+            tons.insert(tons.begin() + aposOEstado, tom);
+        } else {
+            rotulos.push_back(rotulosDosSelos.at(i));
+            tons.push_back(tom);
+        }
     }
     std::vector<QSize> selos;
     int larguraDosSelos = 0;
@@ -121,6 +139,7 @@ DelegadoDeArquivos::Disposicao DelegadoDeArquivos::dispor(
         x += kEspaco;
         d.selos.emplace_back(x, meio - selos[i].height() / 2, selos[i].width(), selos[i].height());
         d.rotulos.push_back(rotulos[i]);
+        d.tons.push_back(tons[i]);
         x += selos[i].width();
     }
     return d;
@@ -144,10 +163,15 @@ void DelegadoDeArquivos::paint(
 
     QPainterPath fundo;
     fundo.addRoundedRect(QRectF(d.fundo), kRaio, kRaio);
+    // What every text of the row stands on, so each colour can be checked against it.
+    QColor chao = paleta.color(grupo, QPalette::Base);
     if (selecionada) {
-        pintor->fillPath(fundo, paleta.color(grupo, QPalette::Highlight));
+        chao = aparencia::realce(paleta, grupo);
+        pintor->fillPath(fundo, chao);
     } else if (opcao.state & QStyle::State_MouseOver) {
-        pintor->fillPath(fundo, aparencia::comOpacidade(paleta.color(grupo, QPalette::Text), 0.05));
+        const QColor sombra = aparencia::comOpacidade(paleta.color(grupo, QPalette::Text), 0.05);
+        pintor->fillPath(fundo, sombra);
+        chao = aparencia::sobre(sombra, chao);
     }
     if ((opcao.state & QStyle::State_HasFocus) && !selecionada) {
         pintor->setPen(QPen(aparencia::comOpacidade(paleta.color(grupo, QPalette::Highlight), 0.8), 1));
@@ -155,46 +179,47 @@ void DelegadoDeArquivos::paint(
     }
 
     const bool comEstado = !indice.data(ModeloDeArquivos::PapelEstado).toString().isEmpty();
-    // A postponed or ignored row is dimmed, not faded out: its text keeps a contrast well
-    // above 4.5:1.
-    if (comEstado && !selecionada) {
-        pintor->setOpacity(kOpacidadeComEstado);
-    }
+    // A postponed or ignored row is dimmed, not faded out: each of its colours is faded and
+    // then brought back to a readable contrast, chips and sizes included.
+    const bool esmaecida = comEstado && !selecionada;
+    const auto tinta = [&](const QColor& cor) {
+        return aparencia::legivel(esmaecida ? aparencia::comOpacidade(cor, kOpacidadeComEstado) : cor, chao);
+    };
     const QColor texto = paleta.color(grupo, selecionada ? QPalette::HighlightedText : QPalette::Text);
     // The symbol in the secondary style: the icon itself, faded.
     pintor->save();
     if (!selecionada) {
-        pintor->setOpacity(pintor->opacity() * aparencia::kOpacidadeSecundaria);
+        pintor->setOpacity(aparencia::kOpacidadeSecundaria * (esmaecida ? kOpacidadeComEstado : 1.0));
     }
     simbolo(indice.data(ModeloDeArquivos::PapelSimbolo).toString())
         .paint(pintor, d.simbolo, Qt::AlignCenter, selecionada ? QIcon::Selected : QIcon::Normal);
     pintor->restore();
 
     pintor->setFont(fonteDoNome());
-    pintor->setPen(texto);
+    pintor->setPen(tinta(texto));
     pintor->drawText(
         d.nome, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine | Qt::TextDontClip, d.nomeVisivel);
 
-    const QVariantList tons = indice.data(ModeloDeArquivos::PapelTons).toList();
     const QColor neutra = selecionada ? texto : aparencia::corDoTom(Selo::Tom::neutro, paleta, QPalette::Text);
+    const auto desbotar = [&](const QColor& cor) {
+        return esmaecida ? aparencia::comOpacidade(cor, kOpacidadeComEstado) : cor;
+    };
     pintor->setFont(chip::fonte());
     for (std::size_t i = 0; i < d.selos.size(); ++i) {
         // The state's chip is neutral; each badge has its tone. On the highlight every tone
         // would fight the selection colour; the chips follow the selected text instead.
-        const std::size_t deSelo = comEstado ? i - 1 : i;
-        const QColor cor = (comEstado && i == 0) || selecionada
+        const QColor cor = selecionada || d.tons[i] < 0
             ? neutra
-            : aparencia::corDoTom(
-                static_cast<Selo::Tom>(tons.at(static_cast<qsizetype>(deSelo)).toInt()), paleta, QPalette::Text);
-        chip::desenhar(*pintor, d.selos[i], d.rotulos[i], cor);
+            : aparencia::corDoTom(static_cast<Selo::Tom>(d.tons[i]), paleta, QPalette::Text);
+        chip::desenhar(*pintor, d.selos[i], d.rotulos[i], desbotar(cor), chao);
     }
     if (!d.selosAMais.isNull()) {
-        chip::desenhar(*pintor, d.selosAMais, d.mais, neutra);
+        chip::desenhar(*pintor, d.selosAMais, d.mais, desbotar(neutra), chao);
     }
 
     pintor->setFont(fonteDoTamanho());
-    pintor->setPen(
-        selecionada ? aparencia::comOpacidade(texto, 0.85) : aparencia::secundaria(paleta, QPalette::Text));
+    pintor->setPen(selecionada ? tinta(aparencia::comOpacidade(texto, 0.85))
+                               : tinta(aparencia::secundariaSobre(paleta, chao, QPalette::Text)));
     pintor->drawText(d.tamanho, Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine,
         indice.data(ModeloDeArquivos::PapelTamanho).toString());
 

@@ -23,9 +23,10 @@ public:
         QRect nome;
         QString nomeVisivel; // the name as drawn, possibly shortened
         // The chips shown: the state's first ("Adiado", "Ignorado") when there is one, then
-        // the badges in order, as many as fit.
+        // the identical copy's badge, then the other badges in order, as many as fit.
         std::vector<QString> rotulos;
         std::vector<QRect> selos; // one per label above
+        std::vector<int> tons; // one per label: a Selo::Tom, or -1 for the state's chip
         // What did not fit: "+N", its chip, after the last one shown; empty when all fit.
         QString mais;
         QRect selosAMais;

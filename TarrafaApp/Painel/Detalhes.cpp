@@ -3,6 +3,7 @@
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Simbolos.hpp"
 #include "TarrafaCore/Endereco.hpp"
 #include "TarrafaCore/Formato.hpp"
 
@@ -17,6 +18,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
 #include <QtConcurrent/QtConcurrentRun>
@@ -79,6 +81,9 @@ Detalhes::Detalhes(Modelo& modelo, QWidget* parent)
     , linhasDosCampos_(new QVBoxLayout(campos_))
     , abrirPagina_(new QPushButton(QStringLiteral("Abrir página de origem"), this))
     , copiar_(new QPushButton(QStringLiteral("Copiar endereço"), this))
+    , copiarCompleto_(new QPushButton(QStringLiteral("Copiar endereço completo"), this))
+    , copiado_(new QLabel(this))
+    , esconderCopiado_(new QTimer(this))
     , dica_(rotulo(this, QStringLiteral("dicaDosDetalhes")))
 {
     setObjectName(QStringLiteral("detalhes"));
@@ -93,6 +98,22 @@ Detalhes::Detalhes(Modelo& modelo, QWidget* parent)
     copiar_->setObjectName(QStringLiteral("copiarEndereco"));
     abrirPagina_->setAutoDefault(false);
     copiar_->setAutoDefault(false);
+    copiar_->setToolTip(QStringLiteral("Copia o endereço como aparece aqui"));
+    copiarCompleto_->setObjectName(QStringLiteral("copiarEnderecoCompleto"));
+    copiarCompleto_->setAutoDefault(false);
+    copiarCompleto_->setFlat(true);
+    copiarCompleto_->setToolTip(QStringLiteral("Copia o endereço inteiro, com o que o painel esconde: nome de "
+                                               "usuário, senha, parâmetros depois de \"?\" e fragmento depois de "
+                                               "\"#\", que podem dar acesso ao arquivo"));
+    copiado_->setObjectName(QStringLiteral("enderecoCopiado"));
+    copiado_->setText(QStringLiteral("Endereço copiado"));
+    copiado_->setAccessibleName(QStringLiteral("Endereço copiado"));
+    copiado_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    copiado_->hide();
+    // Long enough to be read, short enough not to speak of a copy made long ago.
+    esconderCopiado_->setSingleShot(true);
+    esconderCopiado_->setInterval(kTempoDoAvisoDeCopia);
+    connect(esconderCopiado_, &QTimer::timeout, copiado_, &QWidget::hide);
     dica_->setText(QStringLiteral("Escolha um arquivo da lista para ver como ele é e de onde veio."));
     dica_->setAlignment(Qt::AlignCenter);
 
@@ -130,10 +151,24 @@ Detalhes::Detalhes(Modelo& modelo, QWidget* parent)
     linhas->addWidget(rolagem, 1);
     botoes->setContentsMargins(16, 8, 16, 16);
     linhas->addLayout(botoes);
+    auto* maisBotoes = new QHBoxLayout;
+    maisBotoes->setContentsMargins(16, 0, 16, 12);
+    maisBotoes->setSpacing(6);
+    maisBotoes->addWidget(copiarCompleto_);
+    maisBotoes->addStretch(1);
+    maisBotoes->addWidget(copiado_);
+    linhas->addLayout(maisBotoes);
 
+    // The address as the pane shows it: a link pasted into a chat should not carry the
+    // download's token or the site's password by surprise.
     connect(copiar_, &QPushButton::clicked, this, [this] {
         if (const auto endereco = enderecoDoArquivo()) {
-            QGuiApplication::clipboard()->setText(QString::fromStdString(*endereco));
+            copiarTexto(QString::fromStdString(Endereco::semSegredos(*endereco)));
+        }
+    });
+    connect(copiarCompleto_, &QPushButton::clicked, this, [this] {
+        if (const auto endereco = enderecoDoArquivo()) {
+            copiarTexto(QString::fromStdString(*endereco));
         }
     });
     connect(abrirPagina_, &QPushButton::clicked, this, [this] {
@@ -156,6 +191,13 @@ std::optional<std::string> Detalhes::enderecoDoArquivo() const
         return std::nullopt;
     }
     return item_->snapshot().origens().front();
+}
+
+void Detalhes::copiarTexto(const QString& texto)
+{
+    QGuiApplication::clipboard()->setText(texto);
+    copiado_->show();
+    esconderCopiado_->start();
 }
 
 std::optional<std::string> Detalhes::paginaDeOrigem() const
@@ -191,8 +233,9 @@ void Detalhes::linha(const QString& rotuloDoCampo, const QString& valor, const c
 void Detalhes::mostrarIconeDoTipo(const std::string& caminho)
 {
     const QMimeType tipo = Previa::tipoPeloNome(caminho);
-    const QIcon icone = QIcon::fromTheme(
-        tipo.iconName(), QIcon::fromTheme(tipo.genericIconName(), QApplication::windowIcon()));
+    // Where the theme knows neither the type nor its family, a plain document: the program's
+    // own icon there would read as if the file were Tarrafa's.
+    const QIcon icone = QIcon::fromTheme(tipo.iconName(), QIcon::fromTheme(tipo.genericIconName(), simbolo(u"doc")));
     imagemRotulo_->setPixmap(icone.pixmap(96, 96));
 }
 
@@ -217,6 +260,11 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
     campos_->setVisible(temItem);
     abrirPagina_->setVisible(temItem);
     copiar_->setVisible(temItem);
+    copiarCompleto_->setVisible(temItem);
+    if (!mesmoArquivo) {
+        esconderCopiado_->stop();
+        copiado_->hide();
+    }
     dica_->setVisible(!temItem);
     if (!temItem) {
         imagemRotulo_->clear();
@@ -231,7 +279,7 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
         }
     }
     linha(QStringLiteral("Origem"), QString::fromStdString(item_->origem().rotulo()), "origem");
-    // Shown without what may be secret; "Copiar endereço" gives the whole address.
+    // Shown without what may be secret; "Copiar endereço completo" gives the whole address.
     for (std::size_t i = 0; i < s.origens().size(); ++i) {
         linha(papelDoEndereco(i), quebravel(QString::fromStdString(Endereco::semSegredos(s.origens()[i]))),
             ("endereco" + std::to_string(i)).c_str());
@@ -249,6 +297,7 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
     linha(QStringLiteral("Tamanho"), QString::fromStdString(Formato::bytes(s.tamanho())), "tamanho");
     abrirPagina_->setEnabled(paginaDeOrigem().has_value());
     copiar_->setEnabled(enderecoDoArquivo().has_value());
+    copiarCompleto_->setEnabled(enderecoDoArquivo().has_value());
     abrirPagina_->setToolTip(paginaDeOrigem() ? QString() : QStringLiteral("O navegador não anotou a página"));
 
     if (!mesmoArquivo || imagem_.isNull()) {

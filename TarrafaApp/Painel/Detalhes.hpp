@@ -13,6 +13,7 @@
 
 class QLabel;
 class QPushButton;
+class QTimer;
 class QVBoxLayout;
 
 namespace tarrafa::app {
@@ -28,6 +29,8 @@ class Detalhes final : public QWidget {
 public:
     // The largest the picture is shown: as wide as the pane's content, not quite as tall.
     static constexpr int kLadoDaPrevia = 256;
+    // How long "Endereço copiado" stays, in milliseconds.
+    static constexpr int kTempoDoAvisoDeCopia = 4000;
     static constexpr int kAlturaDaPrevia = 200;
 
     explicit Detalhes(Modelo& modelo, QWidget* parent = nullptr);
@@ -39,7 +42,8 @@ public:
     [[nodiscard]] Previa::Fonte fonteDaPrevia() const noexcept { return fonte_; }
     [[nodiscard]] const QImage& previa() const noexcept { return imagem_; }
 
-    // The address "Copiar endereço" copies whole: the file's own; and the page
+    // The file's own address, whole as recorded: "Copiar endereço" copies it as the pane shows
+    // it, "Copiar endereço completo" as it is; and the page
     // "Abrir página de origem" opens: the one that led to it.
     [[nodiscard]] std::optional<std::string> enderecoDoArquivo() const;
     [[nodiscard]] std::optional<std::string> paginaDeOrigem() const;
@@ -53,6 +57,8 @@ Q_SIGNALS:
 
 private:
     void limpar();
+    // Puts the text on the clipboard and says so for a few seconds.
+    void copiarTexto(const QString& texto);
     void linha(const QString& rotulo, const QString& valor, const char* nome);
     void mostrarIconeDoTipo(const std::string& caminho);
 
@@ -65,6 +71,9 @@ private:
     QVBoxLayout* linhasDosCampos_;
     QPushButton* abrirPagina_;
     QPushButton* copiar_;
+    QPushButton* copiarCompleto_;
+    QLabel* copiado_;
+    QTimer* esconderCopiado_;
     QLabel* dica_;
     QImage imagem_;
     Previa::Fonte fonte_ = Previa::Fonte::nenhuma;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/Escopo.hpp"
 
+#include "TarrafaApp/Painel/Aparencia.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/Formato.hpp"
 
@@ -41,7 +42,7 @@ int porcentoDoGrupo(int parte, int total)
 
 std::vector<Celula> celulas(const RaioX& r, const Escopo& escopo)
 {
-    const auto numero = [](auto n) { return QString::number(n); };
+    const auto numero = [](auto n) { return aparencia::contagem(static_cast<long long>(n)); };
     const auto tamanho = [](std::int64_t bytes) { return QString::fromStdString(Formato::bytes(bytes)); };
     const auto porcento = [&](int p, const char* resto) { return numero(p) + QString::fromUtf8(resto); };
 

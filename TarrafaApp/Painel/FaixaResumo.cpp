@@ -75,7 +75,10 @@ void CelulaResumo::paintEvent(QPaintEvent*)
     pintor.setRenderHint(QPainter::TextAntialiasing);
     QPainterPath fundo;
     fundo.addRoundedRect(QRectF(rect()), kRaio, kRaio);
-    pintor.fillPath(fundo, aparencia::preenchimentoQuaternario(palette()));
+    const QColor preenchimento = aparencia::preenchimentoQuaternario(palette());
+    pintor.fillPath(fundo, preenchimento);
+    // The quieter lines are measured against the cell's fill, not the window's ground.
+    const QColor chao = aparencia::sobre(preenchimento, palette().color(QPalette::Window));
 
     const int largura = std::max(0, width() - 2 * kRecuoHorizontal);
     int y = kRecuoVertical;
@@ -87,9 +90,9 @@ void CelulaResumo::paintEvent(QPaintEvent*)
             Qt::AlignLeft | Qt::AlignVCenter, metricas.elidedText(texto, Qt::ElideRight, largura));
         y += metricas.height() + kEntreLinhas;
     };
-    linha(fonteDoRotulo(), aparencia::secundaria(palette()), celula_.rotulo);
+    linha(fonteDoRotulo(), aparencia::secundariaSobre(palette(), chao), celula_.rotulo);
     linha(fonteDoValor(), palette().color(QPalette::WindowText), celula_.valor);
-    linha(fonteDoSub(), aparencia::terciaria(palette()), celula_.sub);
+    linha(fonteDoSub(), aparencia::terciariaSobre(palette(), chao), celula_.sub);
 }
 
 FaixaResumo::FaixaResumo(QWidget* parent)

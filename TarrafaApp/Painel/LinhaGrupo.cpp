@@ -76,7 +76,7 @@ LinhaGrupo::Disposicao LinhaGrupo::dispor(const QStyleOptionViewItem& opcao, con
 
     const QFontMetrics metricasDoTotal(fonteDoTotal());
     const QFontMetrics metricasDaUnidade(fonteDaUnidade());
-    const QString total = QString::number(indice.data(ModeloDeGrupos::PapelTotal).toInt());
+    const QString total = aparencia::contagem(indice.data(ModeloDeGrupos::PapelTotal).toInt());
     const QString unidade = indice.data(ModeloDeGrupos::PapelUnidade).toString();
     const int larguraDaDireita
         = std::max(metricasDoTotal.horizontalAdvance(total), metricasDaUnidade.horizontalAdvance(unidade));
@@ -112,8 +112,11 @@ void LinhaGrupo::paint(QPainter* pintor, const QStyleOptionViewItem& opcao, cons
     const QRectF moldura = QRectF(d.cartao).adjusted(0.5, 0.5, -0.5, -0.5);
     QPainterPath forma;
     forma.addRoundedRect(moldura, kRaio, kRaio);
+    QColor chao = paleta.color(QPalette::Window);
     if (opcao.state & QStyle::State_MouseOver) {
-        pintor->fillPath(forma, aparencia::comOpacidade(paleta.color(QPalette::WindowText), 0.04));
+        const QColor sombra = aparencia::comOpacidade(paleta.color(QPalette::WindowText), 0.04);
+        pintor->fillPath(forma, sombra);
+        chao = aparencia::sobre(sombra, chao);
     }
     const auto* cartoes = qobject_cast<const CartoesDeGrupos*>(opcao.widget);
     const bool focado = (opcao.state & QStyle::State_HasFocus) && cartoes && cartoes->focoPeloTeclado();
@@ -126,15 +129,15 @@ void LinhaGrupo::paint(QPainter* pintor, const QStyleOptionViewItem& opcao, cons
     pintor->setPen(texto);
     pintor->setFont(fonteDoRotulo());
     pintor->drawText(d.rotulo, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, d.rotuloVisivel);
-    pintor->setPen(aparencia::secundaria(paleta));
+    pintor->setPen(aparencia::secundariaSobre(paleta, chao));
     pintor->setFont(fonteDoResumo());
     pintor->drawText(d.resumo, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, d.resumoVisivel);
 
     pintor->setPen(texto);
     pintor->setFont(fonteDoTotal());
     pintor->drawText(d.total, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine,
-        QString::number(indice.data(ModeloDeGrupos::PapelTotal).toInt()));
-    pintor->setPen(aparencia::secundaria(paleta));
+        aparencia::contagem(indice.data(ModeloDeGrupos::PapelTotal).toInt()));
+    pintor->setPen(aparencia::secundariaSobre(paleta, chao));
     pintor->setFont(fonteDaUnidade());
     pintor->drawText(d.unidade, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine,
         indice.data(ModeloDeGrupos::PapelUnidade).toString());

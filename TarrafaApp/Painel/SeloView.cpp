@@ -6,6 +6,7 @@
 #include <QFontMetrics>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPen>
 
 namespace tarrafa::app {
 
@@ -29,7 +30,8 @@ QSize tamanho(const QFontMetrics& metricas, const QString& rotulo)
         metricas.horizontalAdvance(rotulo) + 2 * kRecuoHorizontal, metricas.height() + 2 * kRecuoVertical};
 }
 
-void desenhar(QPainter& pintor, const QRect& retangulo, const QString& rotulo, const QColor& cor)
+void desenhar(
+    QPainter& pintor, const QRect& retangulo, const QString& rotulo, const QColor& cor, const QColor& fundo)
 {
     pintor.save();
     pintor.setRenderHint(QPainter::Antialiasing);
@@ -37,8 +39,19 @@ void desenhar(QPainter& pintor, const QRect& retangulo, const QString& rotulo, c
     const qreal raio = pilula.height() / 2.0;
     QPainterPath caminho;
     caminho.addRoundedRect(pilula, raio, raio);
-    pintor.fillPath(caminho, aparencia::comOpacidade(cor, aparencia::kOpacidadeDoFundoDoSelo));
-    pintor.setPen(cor);
+    const QColor chao = aparencia::sobre(fundo, Qt::white); // an opaque ground, whatever is passed
+    QColor preenchimento = aparencia::sobre(aparencia::comOpacidade(cor, aparencia::kOpacidadeDoFundoDoSelo), chao);
+    QColor tinta = aparencia::legivel(cor, preenchimento);
+    if (aparencia::contraste(tinta, preenchimento) < aparencia::kContrasteMinimo) {
+        tinta = aparencia::legivel(cor, chao);
+        pintor.setPen(QPen(aparencia::comOpacidade(tinta, 0.6), 1));
+        caminho = QPainterPath();
+        caminho.addRoundedRect(pilula.adjusted(0.5, 0.5, -0.5, -0.5), raio - 0.5, raio - 0.5);
+        pintor.drawPath(caminho);
+    } else {
+        pintor.fillPath(caminho, preenchimento);
+    }
+    pintor.setPen(tinta);
     pintor.drawText(retangulo.adjusted(kRecuoHorizontal, 0, -kRecuoHorizontal, 0),
         Qt::AlignCenter | Qt::TextSingleLine, rotulo);
     pintor.restore();
@@ -69,7 +82,8 @@ void SeloView::paintEvent(QPaintEvent*)
 {
     QPainter pintor(this);
     pintor.setFont(font());
-    chip::desenhar(pintor, rect(), rotulo(), aparencia::corDoTom(selo_.tom(), palette()));
+    chip::desenhar(pintor, rect(), rotulo(), aparencia::corDoTom(selo_.tom(), palette()),
+        palette().color(backgroundRole()));
 }
 
 } // namespace tarrafa::app

@@ -21,8 +21,12 @@ namespace chip {
 
 [[nodiscard]] QFont fonte();
 [[nodiscard]] QSize tamanho(const QFontMetrics& metricas, const QString& rotulo);
-// cor is the text colour; the pill is the same colour at the badge background opacity.
-void desenhar(QPainter& pintor, const QRect& retangulo, const QString& rotulo, const QColor& cor);
+// cor is the text colour; the pill is the same colour at the badge background opacity,
+// over fundo, what lies under the chip. The text is brought to a readable contrast on the
+// pill; where a tint would leave it too faint (light text on a selection), the pill is an
+// outline instead.
+void desenhar(QPainter& pintor, const QRect& retangulo, const QString& rotulo, const QColor& cor,
+    const QColor& fundo);
 
 } // namespace chip
 

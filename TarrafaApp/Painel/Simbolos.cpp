@@ -369,9 +369,11 @@ QStringList nomesNoTema(QStringView nomeDoSistema)
 {
     QStringList nomes;
     if (const Entrada* entrada = procurar(nomeDoSistema)) {
+        // Only the symbolic (one-colour) variants: a theme's full-colour icon beside our line
+        // drawings, or beside its own symbolic ones, would mix two styles in one sidebar.
         for (QStringView nome : entrada->tema) {
             if (!nome.isEmpty()) {
-                nomes.append(nome.toString());
+                nomes.append(nome.toString() + QStringLiteral("-symbolic"));
             }
         }
     }

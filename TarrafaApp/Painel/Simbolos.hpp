@@ -11,17 +11,18 @@
 namespace tarrafa::app {
 
 // The icon for one of the symbol names the screens are described with ("tray.full",
-// "clock", "folder", "chevron.right"...): the desktop icon theme's icon for the matching
-// freedesktop name when the theme has one, otherwise a line drawing of our own in the
-// palette's text colour, so every symbol shows even where no icon theme is installed.
+// "clock", "folder", "chevron.right"...): the desktop icon theme's symbolic icon for the
+// matching freedesktop name when the theme has one ("folder-symbolic"), otherwise a line
+// drawing of our own in the palette's text colour, so every symbol shows in one style even
+// where no icon theme is installed.
 // An unknown name gives a null icon.
 [[nodiscard]] QIcon simbolo(QStringView nomeDoSistema);
 
 // Our own drawing alone, never the theme's.
 [[nodiscard]] QIcon simboloDesenhado(QStringView nomeDoSistema);
 
-// The freedesktop icon names tried for a symbol, in order of preference; empty for an
-// unknown name.
+// The freedesktop symbolic icon names tried for a symbol, in order of preference; empty for
+// an unknown name.
 [[nodiscard]] QStringList nomesNoTema(QStringView nomeDoSistema);
 
 // The icon as one flat colour (an info symbol in blue, say), at a size in device-independent

@@ -4,6 +4,13 @@
 #include "Ajudantes.hpp"
 #include "Registro.hpp"
 
+#include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/CartoesDeGrupos.hpp"
+#include "TarrafaApp/Painel/DelegadoDeArquivos.hpp"
+#include "TarrafaApp/Painel/FaixaResumo.hpp"
+#include "TarrafaApp/Painel/LinhaGrupo.hpp"
+#include "TarrafaApp/Painel/ListaDeArquivos.hpp"
+#include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 #include "TarrafaApp/Painel/Painel.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
 
@@ -15,6 +22,8 @@
 #include <QImage>
 #include <QLabel>
 #include <QApplication>
+#include <QFontMetrics>
+#include <QScopeGuard>
 #include <QTest>
 #include <QToolButton>
 
@@ -240,6 +249,168 @@ private Q_SLOTS:
             QTest::keyClick(t.janela->menuBar(), Qt::Key_Escape);
         }
         QApplication::setPalette(original);
+    }
+
+    void chipsCartoesLinhasEsmaecidasESelecionadasEBuscaLegiveisNasPaletasClaraEEscura()
+    {
+        Downloads cenario;
+        // Sizes of their own: no file is an identical copy of another here.
+        cenario.criar({.nome = "contrato (1).pdf", .tamanho = 1001, .origem = kExemplo}); // an orange chip
+        cenario.criar({.nome = "planilha.xlsx",
+            .tamanho = 1002,
+            .origem = kExemplo,
+            .baixadoHaDias = 10,
+            .usadoHaDias = 2}); // a green one, on the row that will be selected
+        cenario.criar({.nome = "relatorio.odt",
+            .tamanho = 1005,
+            .origem = kExemplo,
+            .baixadoHaDias = 10,
+            .usadoHaDias = 3}); // a green one, unselected
+        const std::string adiado = cenario.criar({.nome = "ata.docx", .tamanho = 1003, .origem = kExemplo});
+        cenario.criar({.nome = "foto.jpg", .tamanho = 1004, .origem = "https://outro.exemplo.org/x"});
+        const QPalette original = QApplication::palette();
+        // Put back even when a check fails half-way: the next tests expect the light palette.
+        const auto restaurar = qScopeGuard([&original] { QApplication::setPalette(original); });
+        for (const bool escura : {false, true}) {
+            if (escura) {
+                // A dark theme that sets the text colours and leaves the placeholder the light
+                // palette's half-black, as several do.
+                QPalette tema = paletaEscura();
+                tema.setColor(QPalette::PlaceholderText, QColor(0, 0, 0, 128));
+                QApplication::setPalette(tema);
+            }
+            const QString paleta = escura ? QStringLiteral("escura") : QStringLiteral("clara");
+            JanelaDeTeste t(cenario);
+            QVERIFY(t.abrir());
+            t.modelo->decidir({adiado}, Decisao::adiado);
+            QWidget* janela = t.janela.get();
+            std::vector<std::pair<QString, QRect>> medidas;
+            const auto medir = [&](const QString& oque, QWidget* onde, const QRect& regiao) {
+                medidas.emplace_back(oque, QRect(onde->mapTo(janela, regiao.topLeft()), regiao.size()));
+            };
+            // Every region measured, and what fell short of 4.5:1.
+            const auto abaixoDoMinimo = [&](const QImage& tela) {
+                QStringList abaixo;
+                for (const auto& [oque, regiao] : medidas) {
+                    if (regiao.isEmpty() || !tela.rect().contains(regiao)) {
+                        abaixo << oque + QStringLiteral(": fora da tela");
+                        continue;
+                    }
+                    const double razao = contrasteDoTexto(tela, regiao);
+                    qInfo("%s, paleta %s: %.2f:1", qPrintable(oque), qPrintable(paleta), razao);
+                    if (razao < 4.5) {
+                        abaixo << QStringLiteral("%1: %2:1").arg(oque).arg(razao, 0, 'f', 2);
+                    }
+                }
+                medidas.clear();
+                return abaixo.join(QStringLiteral("; "));
+            };
+
+            // The inbox: the search field's placeholder, the summary's small lines, the cards.
+            QLineEdit& busca = t.janela->busca();
+            QVERIFY(busca.text().isEmpty());
+            // Past the magnifier, over the placeholder's words.
+            const int larguraDoTexto = QFontMetrics(busca.font()).horizontalAdvance(busca.placeholderText());
+            medir(QStringLiteral("busca vazia"), &busca,
+                QRect(30, 4, std::min(larguraDoTexto, busca.width() - 40), busca.height() - 8));
+            auto* cartoes = t.janela->findChild<CartoesDeGrupos*>();
+            QVERIFY(cartoes);
+            QTRY_VERIFY(cartoes->isVisible() && cartoes->model()->rowCount() >= 1);
+            for (int linha = 0; linha < cartoes->model()->rowCount(); ++linha) {
+                QStyleOptionViewItem opcao;
+                opcao.initFrom(cartoes->viewport());
+                opcao.rect = cartoes->visualRect(cartoes->model()->index(linha, 0));
+                const LinhaGrupo::Disposicao d = cartoes->delegado().dispor(opcao, cartoes->model()->index(linha, 0));
+                medir(QStringLiteral("resumo do cartão %1").arg(linha), cartoes->viewport(), d.resumo);
+                medir(QStringLiteral("unidade do cartão %1").arg(linha), cartoes->viewport(), d.unidade);
+            }
+            const int alturaDoSub = QFontMetrics(aparencia::fonte(aparencia::kLegendaMenor)).height();
+            int celulas = 0;
+            for (QWidget* celula : t.janela->findChildren<QWidget*>()) {
+                if (celula->objectName().startsWith(QStringLiteral("celula")) && celula->isVisible()) {
+                    // The cell's last line, the small one under the big number.
+                    medir(QStringLiteral("linha pequena da %1").arg(celula->objectName()), celula,
+                        QRect(14, celula->height() - 10 - alturaDoSub, celula->width() - 28, alturaDoSub));
+                    ++celulas;
+                }
+            }
+            QVERIFY(celulas > 0);
+            const QImage entrada = janela->grab().toImage();
+            capturar(*janela, QStringLiteral("contraste-entrada-") + paleta);
+            const QString naEntrada = abaixoDoMinimo(entrada);
+            QVERIFY2(naEntrada.isEmpty(), qPrintable(paleta + QStringLiteral(": ") + naEntrada));
+
+            // A group's files: coloured chips, a postponed row, a selected row.
+            BarraLateral& barra = t.janela->barraLateral();
+            QVERIFY(clicarLinha(barra, Destino::grupo("host:arquivos.exemplo.com.br")));
+            auto* lista = t.janela->findChild<ListaDeArquivos*>(QStringLiteral("listaDeArquivos"));
+            QVERIFY(lista);
+            QTRY_VERIFY(lista->isVisible() && lista->model()->rowCount() == 4);
+            const auto linhaDoArquivo = [&](const QString& nome) {
+                for (int linha = 0; linha < lista->model()->rowCount(); ++linha) {
+                    if (lista->model()->index(linha, 0).data().toString() == nome) {
+                        return linha;
+                    }
+                }
+                return -1;
+            };
+            const int selecionada = linhaDoArquivo(QStringLiteral("planilha.xlsx"));
+            QVERIFY(selecionada >= 0);
+            QTest::mouseClick(lista->viewport(), Qt::LeftButton, {},
+                lista->visualRect(lista->model()->index(selecionada, 0)).center());
+            QTRY_VERIFY(lista->selectionModel()->isSelected(lista->model()->index(selecionada, 0)));
+            QTRY_COMPARE(lista->model()->index(linhaDoArquivo(QStringLiteral("ata.docx")), 0)
+                             .data(ModeloDeArquivos::PapelEstado).toString(),
+                QStringLiteral("Adiado"));
+            // Away from the rows, so no hover changes their ground.
+            QTest::mouseMove(janela, QPoint(1, 1));
+            QCoreApplication::processEvents();
+            int chips = 0;
+            for (int linha = 0; linha < lista->model()->rowCount(); ++linha) {
+                const QModelIndex indice = lista->model()->index(linha, 0);
+                QStyleOptionViewItem opcao;
+                opcao.initFrom(lista->viewport());
+                opcao.rect = lista->visualRect(indice);
+                const DelegadoDeArquivos::Disposicao d = lista->delegado().dispor(opcao, indice);
+                const QString nome = indice.data().toString() + (linha == selecionada ? QStringLiteral(" (selecionada)") : QString());
+                for (std::size_t i = 0; i < d.selos.size(); ++i) {
+                    // Inside the pill, over its words.
+                    medir(QStringLiteral("chip \"%1\" de %2").arg(d.rotulos[i], nome), lista->viewport(),
+                        d.selos[i].adjusted(6, 2, -6, -2));
+                    ++chips;
+                }
+                medir(QStringLiteral("tamanho de %1").arg(nome), lista->viewport(), d.tamanho);
+                medir(QStringLiteral("nome de %1").arg(nome), lista->viewport(), d.nome);
+            }
+            QVERIFY(chips >= 4);
+            const QImage grupo = janela->grab().toImage();
+            capturar(*janela, QStringLiteral("contraste-grupo-") + paleta);
+            const QString noGrupo = abaixoDoMinimo(grupo);
+            QVERIFY2(noGrupo.isEmpty(), qPrintable(paleta + QStringLiteral(": ") + noGrupo));
+        }
+    }
+
+    void contagensComSeparadorDeMilharNaBarraLateralENoResumo()
+    {
+        Downloads cenario;
+        cenario.criarVarios(1001, "nota", kExemplo);
+        JanelaDeTeste t(cenario);
+        QVERIFY(t.abrir());
+        BarraLateral& barra = t.janela->barraLateral();
+        QTRY_COMPARE(linhaDe(barra, Destino::entrada()).data(Qt::AccessibleTextRole).toString(),
+            QStringLiteral("Caixa de entrada, 1.001"));
+        QCOMPARE(linhaDe(barra, Destino::grupo("host:arquivos.exemplo.com.br")).data(Qt::AccessibleTextRole).toString(),
+            QStringLiteral("arquivos.exemplo.com.br, 1.001"));
+        auto* faixa = t.janela->findChild<FaixaResumo*>();
+        QVERIFY(faixa);
+        QTRY_VERIFY(!faixa->celulas().empty());
+        QCOMPARE(faixa->celulas().front().valor, QStringLiteral("1.001"));
+        auto* subtitulo = t.janela->findChild<QLabel*>(QStringLiteral("subtituloDoPainel"));
+        QVERIFY(subtitulo);
+        QTRY_VERIFY2(subtitulo->text().startsWith(QStringLiteral("1.001 itens")), qPrintable(subtitulo->text()));
+        QCOMPARE(aparencia::contagem(100000), QStringLiteral("100.000"));
+        QCOMPARE(aparencia::contagem(999), QStringLiteral("999"));
+        QCOMPARE(aparencia::contagem(1234567), QStringLiteral("1.234.567"));
     }
 
     void focoDoTecladoNaBarraLateralAparece()

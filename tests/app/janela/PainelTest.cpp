@@ -558,8 +558,12 @@ private Q_SLOTS:
 
         cenario.criar({.nome = "filme.mp4.crdownload", .tamanho = 5'000'000});
         QTRY_VERIFY(baixando->isVisible());
-        QCOMPARE(baixando->nomes(), QStringList {QStringLiteral("filme.mp4.crdownload")});
+        // The name it will have, its type's icon and what has arrived, written as sizes are.
+        QTRY_COMPARE(baixando->nomes(), QStringList {QStringLiteral("filme.mp4")});
         QCOMPARE(baixando->findChild<QLabel*>(QStringLiteral("estadoBaixando"))->text(), QStringLiteral("Baixando…"));
+        QCOMPARE(baixando->findChild<QLabel*>(QStringLiteral("tamanhoBaixando"))->text(), QStringLiteral("5 MB"));
+        const auto* icone = baixando->findChild<QLabel*>(QStringLiteral("iconeBaixando"));
+        QVERIFY(icone && icone->isVisible() && !icone->pixmap().isNull());
         // Not a file of the inbox yet: not counted, not listed, nothing to choose.
         QCOMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(1));
         QCOMPARE(t.modelo->raioX()->total(), 1);
@@ -574,6 +578,16 @@ private Q_SLOTS:
         std::filesystem::rename(cenario.pasta() + "/filme.mp4.crdownload", cenario.pasta() + "/filme.mp4");
         QTRY_VERIFY(!baixando->isVisible());
         QTRY_COMPARE(t.modelo->contagem(Destino::entrada()), std::optional<int>(2));
+
+        // Firefox's empty placeholder and its ".part" are one row, under the final name, with
+        // the partial file's size.
+        cenario.criar({.nome = "video.webm", .tamanho = 0});
+        cenario.criar({.nome = "video.webm.part", .tamanho = 2'500'000});
+        QTRY_VERIFY(baixando->isVisible());
+        QTRY_COMPARE(baixando->nomes(), QStringList {QStringLiteral("video.webm")});
+        QCOMPARE(baixando->findChildren<QLabel*>(QStringLiteral("tamanhoBaixando")).size(), 1);
+        QCOMPARE(baixando->findChild<QLabel*>(QStringLiteral("tamanhoBaixando"))->text(), QStringLiteral("2,5 MB"));
+        capturar(*t.janela, QStringLiteral("janela-baixando-firefox"));
     }
 
     void erroVenceODiagnostico()

@@ -4,6 +4,8 @@
 #include "CasaFalsa.hpp"
 #include "Registro.hpp"
 
+#include "TarrafaApp/Painel/Aparencia.hpp"
+
 #include <QApplication>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,6 +19,8 @@ int main(int argc, char* argv[])
     tarrafa::app::teste::morarEm(casa.path());
 
     QApplication aplicacao(argc, argv);
+    // As the program's own main does.
+    tarrafa::app::aparencia::manterPaletaLegivel();
     int falhas = 0;
     for (const auto& fabrica : tarrafa::app::teste::testesRegistrados()) {
         const std::unique_ptr<QObject> teste = fabrica();

@@ -22,8 +22,10 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace tarrafa::app::teste {
@@ -289,6 +291,50 @@ private Q_SLOTS:
         // Back in the inbox, the chip goes.
         modelo->decidir({adiado}, Decisao::novo);
         QTRY_COMPARE(estado(adiado), QString());
+    }
+
+    void copiaIdenticaNuncaViraMaisN()
+    {
+        Downloads downloads;
+        // The same bytes (both files are zeros of one size): the newer is an identical copy.
+        downloads.criar({.nome = "contrato.pdf", .tamanho = 4242, .origem = kOrigem, .baixadoHaDias = 5});
+        const std::string id = downloads.criar({.nome = "proposta-comercial-revisada-para-o-cliente-final.pdf",
+            .tamanho = 4242,
+            .origem = kOrigem,
+            .baixadoHaDias = 3});
+        auto modelo = downloads.modeloNovo();
+        QSignalSpy comparadas(modelo.get(), &Modelo::duplicatasComparadas);
+        QVERIFY(comparadas.wait(60000));
+        modelo->decidir({id}, Decisao::adiado); // its state is a chip too
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const int linha = b.linhaDe("proposta-comercial-revisada-para-o-cliente-final.pdf");
+        const QModelIndex indice = b.lista->model()->index(linha, 0);
+        const QStringList selos = indice.data(ModeloDeArquivos::PapelSelos).toStringList();
+        const QString copia = QStringLiteral("cópia idêntica de contrato.pdf");
+        QVERIFY2(selos.contains(copia) && selos.size() >= 2, qPrintable(selos.join(QLatin1Char(','))));
+        // The copy's badge is not the first the model lists: its place in the row is the
+        // delegate's doing.
+        QVERIFY(selos.front() != copia);
+
+        // At every width where some chips are folded into "+N" but others still show, the
+        // copy's is among those shown.
+        int dobradas = 0;
+        for (int largura = 1200; largura >= 300; largura -= 10) {
+            QStyleOptionViewItem opcao;
+            opcao.initFrom(b.lista->viewport());
+            opcao.rect = b.lista->visualRect(indice);
+            opcao.rect.setWidth(largura);
+            const DelegadoDeArquivos::Disposicao d = b.lista->delegado().dispor(opcao, indice);
+            if (d.mais.isEmpty() || d.rotulos.size() < 2) {
+                continue;
+            }
+            ++dobradas;
+            QCOMPARE(d.rotulos.front(), QStringLiteral("Adiado"));
+            QVERIFY2(std::find(d.rotulos.begin(), d.rotulos.end(), copia) != d.rotulos.end(),
+                qPrintable(QStringLiteral("%1 px: %2").arg(largura).arg(QStringList(d.rotulos.begin(), d.rotulos.end()).join(QLatin1Char(',')))));
+        }
+        QVERIFY(dobradas > 0);
     }
 
     void selosQueNaoCabemViramMaisNEODicaListaTodos()

@@ -140,15 +140,21 @@ private Q_SLOTS:
             "[Icon Theme]\nName=Teste\nDirectories=16x16/places\n\n[16x16/places]\nSize=16\nContext=Places\n"
             "Type=Fixed\n");
         indice.close();
+        // A full-colour folder in red, its symbolic variant in blue; a full-colour document alone.
         QImage vermelho(16, 16, QImage::Format_ARGB32);
         vermelho.fill(Qt::red);
         QVERIFY(vermelho.save(pasta + QStringLiteral("/folder.png")));
+        QVERIFY(vermelho.save(pasta + QStringLiteral("/text-x-generic.png")));
+        QImage azul(16, 16, QImage::Format_ARGB32);
+        azul.fill(Qt::blue);
+        QVERIFY(azul.save(pasta + QStringLiteral("/folder-symbolic.png")));
 
         QIcon::setThemeSearchPaths({raiz});
         QIcon::setThemeName(QStringLiteral("Teste"));
+        // The symbolic one: the sidebar and the list keep one style of icon.
         const QImage daPasta = simbolo(u"folder").pixmap(QSize(16, 16), 1.0).toImage();
-        QCOMPARE(QColor(daPasta.pixel(8, 8)), QColor(Qt::red));
-        // The theme has no document icon: ours is drawn.
+        QCOMPARE(QColor(daPasta.pixel(8, 8)), QColor(Qt::blue));
+        // The theme has no symbolic document icon: ours is drawn, not its full-colour one.
         const QImage doDocumento = simbolo(u"doc").pixmap(QSize(16, 16), 1.0).toImage();
         QCOMPARE(doDocumento, simboloDesenhado(u"doc").pixmap(QSize(16, 16), 1.0).toImage());
     }

@@ -132,5 +132,18 @@ TEST(Plural, OneIsSingularZeroAndManyArePlural)
     EXPECT_EQ(Plural::forma(1, "item", "itens"), "item");
 }
 
+TEST(Plural, ThousandsAreGroupedWithDots)
+{
+    EXPECT_EQ(Plural::contagem(100000, "item", "itens"), "100.000 itens");
+    EXPECT_EQ(Plural::contagem(1200, "nunca aberto", "nunca abertos"), "1.200 nunca abertos");
+    EXPECT_EQ(Plural::numero(999), "999");
+    EXPECT_EQ(Plural::numero(1000), "1.000");
+    EXPECT_EQ(Plural::numero(1234567), "1.234.567");
+    EXPECT_EQ(Plural::numero(-1234), "-1.234");
+    EXPECT_EQ(Plural::numero(0), "0");
+    EXPECT_EQ(Plural::numero(9223372036854775807LL), "9.223.372.036.854.775.807");
+    EXPECT_EQ(Plural::numero(-9223372036854775807LL - 1), "-9.223.372.036.854.775.808");
+}
+
 } // namespace
 } // namespace tarrafa
