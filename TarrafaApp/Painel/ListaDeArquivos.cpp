@@ -6,6 +6,7 @@
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 #include "TarrafaApp/Painel/Revelar.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
+#include "TarrafaCore/Escapes.hpp"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
@@ -62,17 +63,21 @@ ListaDeArquivos::ListaDeArquivos(Modelo& modelo, Selecao& selecao, QWidget* pare
     connect(&modelo_, &Modelo::lixeiraChanged, this, redesenharEstados);
     connect(this, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& indice) {
         if (indice.isValid()) {
-            abrirSeEstiverNaPasta(arquivos_->item(indice.row()).id());
+            abrirSeEstiverNaPasta(arquivos_->item(indice.row()));
         }
     });
 }
 
-void ListaDeArquivos::abrirSeEstiverNaPasta(const std::string& id) const
+void ListaDeArquivos::abrirSeEstiverNaPasta(const ItemTriado& item) const
 {
-    // A row marked "Na Lixeira" names a path with nothing at it now; opening it would only
-    // bring the desktop's own "file not found".
-    if (!modelo_.estaNaLixeira(id)) {
-        abrirArquivo(id);
+    // A row marked "Na Lixeira" is not in the folder: it can only be restored.
+    if (modelo_.estaNaLixeira(item.id())) {
+        return;
+    }
+    // The desktop says nothing when it has no application for the file: the window does.
+    if (!abrirArquivo(item.id())) {
+        modelo_.informar(QStringLiteral("Não consegui abrir ") + QString::fromStdString(Escapes::paraJanela(item.nome()))
+            + QStringLiteral(": o sistema não tem um aplicativo que o abra."));
     }
 }
 
@@ -195,7 +200,8 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     if (!indice.isValid()) {
         return nullptr;
     }
-    const std::string id = arquivos_->item(indice.row()).id();
+    const ItemTriado daLinha = arquivos_->item(indice.row());
+    const std::string id = daLinha.id();
     // A row inside the selection stands for the whole selection, as in every file manager;
     // a row outside it, for itself alone. (A right-click or the menu key selects such a row
     // first; only a direct call meets it outside the selection.)
@@ -225,7 +231,7 @@ QMenu* ListaDeArquivos::menuDaLinha(const QModelIndex& indice)
     std::erase_if(ids, [this](const std::string& escolhido) { return modelo_.estaNaLixeira(escolhido); });
     QAction* abrir = menu->addAction(QStringLiteral("&Abrir"));
     abrir->setObjectName(QStringLiteral("abrir"));
-    connect(abrir, &QAction::triggered, this, [id] { abrirArquivo(id); });
+    connect(abrir, &QAction::triggered, this, [this, daLinha] { abrirSeEstiverNaPasta(daLinha); });
     QAction* mostrar = menu->addAction(QStringLiteral("&Mostrar no gerenciador de arquivos"));
     mostrar->setObjectName(QStringLiteral("mostrarNoGerenciador"));
     connect(mostrar, &QAction::triggered, this, [id] { mostrarNoGerenciadorDeArquivos(id); });
@@ -261,7 +267,7 @@ void ListaDeArquivos::keyPressEvent(QKeyEvent* evento)
     }
     // Enter opens the file with the keyboard focus, as a double-click does.
     if ((evento->key() == Qt::Key_Return || evento->key() == Qt::Key_Enter) && currentIndex().isValid()) {
-        abrirSeEstiverNaPasta(arquivos_->item(currentIndex().row()).id());
+        abrirSeEstiverNaPasta(arquivos_->item(currentIndex().row()));
         evento->accept();
         return;
     }

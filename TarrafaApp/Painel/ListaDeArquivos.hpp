@@ -62,7 +62,7 @@ protected:
         const QModelIndex& indice, const QEvent* evento = nullptr) const override;
 
 private:
-    void abrirSeEstiverNaPasta(const std::string& id) const;
+    void abrirSeEstiverNaPasta(const ItemTriado& item) const;
     void aoMudarSelecaoDaVista();
     void aplicarSelecao();
     // A menu for a row outside the selection is for that row alone: it becomes the selection.

@@ -14,9 +14,17 @@
 
 #include <glib.h>
 
+#include <utility>
+
 namespace tarrafa::app {
 
 namespace {
+
+std::function<bool(const QUrl&)>& abridor()
+{
+    static std::function<bool(const QUrl&)> unico;
+    return unico;
+}
 
 void abrirPastaQueContem(const std::string& caminho)
 {
@@ -61,9 +69,15 @@ void mostrarNoGerenciadorDeArquivos(const std::string& caminho)
         });
 }
 
-void abrirArquivo(const std::string& caminho)
+bool abrirArquivo(const std::string& caminho)
 {
-    QDesktopServices::openUrl(QUrl(uriDoArquivo(caminho)));
+    const QUrl endereco(uriDoArquivo(caminho));
+    return abridor() ? abridor()(endereco) : QDesktopServices::openUrl(endereco);
+}
+
+void setAbridorDeArquivos(std::function<bool(const QUrl&)> novo)
+{
+    abridor() = std::move(novo);
 }
 
 } // namespace tarrafa::app

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QUrl>
+
+#include <functional>
+
 #include <QString>
 
 #include <string>
@@ -13,8 +17,11 @@ namespace tarrafa::app {
 // is reported: a file that is gone simply shows nothing.
 void mostrarNoGerenciadorDeArquivos(const std::string& caminho);
 
-// Opens the file with the desktop's default application for its type.
-void abrirArquivo(const std::string& caminho);
+// Opens the file with the desktop's default application for its type; false when the desktop
+// could not start one.
+[[nodiscard]] bool abrirArquivo(const std::string& caminho);
+// Test seam: what opens a file's address instead of the desktop; empty, the desktop again.
+void setAbridorDeArquivos(std::function<bool(const QUrl&)> abridor);
 
 // The file:// URI of a path, percent-encoding its exact bytes as GLib does, so a name that is
 // not valid UTF-8 still points at the right file, and the desktop's thumbnail cache knows it.

@@ -4,6 +4,8 @@
 // middle, symbols and badge colours.
 #include "Bancada.hpp"
 #include "Downloads.hpp"
+
+#include "TarrafaApp/Painel/Revelar.hpp"
 #include "Registro.hpp"
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
@@ -88,6 +90,38 @@ class ArquivosTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void abrirUmArquivoQueNenhumAplicativoAbreDizIssoNaJanela()
+    {
+        Downloads downloads;
+        const auto modelo = quatroArquivos(downloads);
+        QVERIFY(modelo);
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        std::vector<QUrl> pedidos;
+        bool abre = false;
+        setAbridorDeArquivos([&](const QUrl& endereco) {
+            pedidos.push_back(endereco);
+            return abre;
+        });
+        const int linha = b.linhaDe("planta-baixa.dwg");
+        b.clicar(linha);
+        QTest::keyClick(b.lista, Qt::Key_Return);
+        setAbridorDeArquivos({});
+        QCOMPARE(pedidos.size(), std::size_t(1));
+        QCOMPARE(pedidos.front(), QUrl(uriDoArquivo(b.id(linha))));
+        QCOMPARE(modelo->mensagem(),
+            std::optional<QString>(QStringLiteral(
+                "Não consegui abrir planta-baixa.dwg: o sistema não tem um aplicativo que o abra.")));
+
+        // Opened, nothing is said.
+        modelo->dispensarMensagem();
+        abre = true;
+        setAbridorDeArquivos([&](const QUrl&) { return abre; });
+        QTest::keyClick(b.lista, Qt::Key_Return);
+        setAbridorDeArquivos({});
+        QVERIFY(!modelo->mensagem());
+    }
+
     void semSelecaoABarraFicaApagadaEALixeiraDesligada()
     {
         Downloads downloads;
