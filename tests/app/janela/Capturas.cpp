@@ -321,6 +321,39 @@ int main(int argc, char* argv[])
         }
     }
 
+    // "Resolvidos" with files in the Trash, at the window's narrowest and at its usual width,
+    // in both palettes, a row chosen so that the bar's actions are lit.
+    {
+        const std::vector<tarrafa::ItemTriado> todos = t.modelo->itensTodos();
+        std::vector<tarrafa::ItemTriado> paraALixeira;
+        std::copy_if(todos.begin(), todos.end(), std::back_inserter(paraALixeira),
+            [&](const tarrafa::ItemTriado& item) { return dois.contains(item.id()); });
+        const int antes = static_cast<int>(t.varreduras->count());
+        t.modelo->moverParaLixeira(paraALixeira);
+        ok = t.esperarVarreduras(antes + 1) && ok;
+        const QPalette clara = QApplication::palette();
+        for (const bool escura : {false, true}) {
+            if (escura) {
+                QApplication::setPalette(paletaEscura());
+            }
+            for (const int largura : {640, 1080}) {
+                t.janela->resize(largura, 720);
+                mostrar(Destino::resolvidos());
+                const std::vector<tarrafa::ItemTriado> resolvidos = t.modelo->itens(Destino::resolvidos());
+                if (!resolvidos.empty()) {
+                    painel.selecao().setSelecionados({resolvidos.front().id()});
+                }
+                QCoreApplication::processEvents();
+                const std::string nome = "resolvidos-" + std::to_string(largura) + (escura ? "-escura" : "-clara") + ".png";
+                ok = salvar(t.janela->grab(), saida, nome.c_str()) && ok;
+            }
+        }
+        QApplication::setPalette(clara);
+        painel.selecao().setSelecionados({});
+        t.janela->resize(1120, 720);
+        QCoreApplication::processEvents();
+    }
+
     // The same inbox in a dark palette.
     {
         const QPalette clara = QApplication::palette();
@@ -342,8 +375,9 @@ int main(int argc, char* argv[])
         ::setxattr(pdf.c_str(), "user.xdg.referrer.url", pagina.data(), pagina.size(), 0);
         escreverFoto(cenario.pasta() + "/IMG_4821.jpg");
         escreverMiniaturaDePdf(pdf);
+        const int antes = static_cast<int>(t.varreduras->count());
         t.modelo->varrer();
-        ok = t.esperarVarreduras(2) && ok;
+        ok = t.esperarVarreduras(antes + 1) && ok;
         // As on a desktop, file types have their icons from a theme: Adwaita's file-type icons
         // alone, so that the sidebar keeps the symbols every other picture shows.
         const QStringList caminhosDosTemas = QIcon::themeSearchPaths();
@@ -413,8 +447,9 @@ int main(int argc, char* argv[])
     ok = salvar(t.janela->grab(), saida, "nada-aqui.png") && ok;
     t.modelo->setBusca(QString());
     QDir(QString::fromStdString(cenario.pasta())).removeRecursively();
+    const int antesDoErro = static_cast<int>(t.varreduras->count());
     t.modelo->varrer();
-    ok = t.esperarVarreduras(2) && salvar(t.janela->grab(), saida, "erro.png") && ok;
+    ok = t.esperarVarreduras(antesDoErro + 1) && salvar(t.janela->grab(), saida, "erro.png") && ok;
 
     // A Downloads folder turned off (pointing at the home): said, not scanned.
     Modelo semDownloads(QFile::encodeName(casa.path()).toStdString(), casa.path() + QStringLiteral("/d7.json"));
