@@ -480,28 +480,24 @@ void JanelaPrincipal::aoMudarDestino()
 
 void JanelaPrincipal::voltar()
 {
-    if (atras_.empty()) {
-        return;
-    }
-    const Destino anterior = atras_.back();
-    atras_.pop_back();
-    adiante_.push_back(destinoAtual_);
-    navegando_ = true;
-    modelo_.setSelecao(anterior);
-    navegando_ = false;
-    atualizarNavegacao();
+    percorrer(atras_, adiante_);
 }
 
 void JanelaPrincipal::avancar()
 {
-    if (adiante_.empty()) {
+    percorrer(adiante_, atras_);
+}
+
+void JanelaPrincipal::percorrer(std::vector<Destino>& de, std::vector<Destino>& para)
+{
+    if (de.empty()) {
         return;
     }
-    const Destino seguinte = adiante_.back();
-    adiante_.pop_back();
-    atras_.push_back(destinoAtual_);
+    const Destino destino = de.back();
+    de.pop_back();
+    para.push_back(destinoAtual_);
     navegando_ = true;
-    modelo_.setSelecao(seguinte);
+    modelo_.setSelecao(destino);
     navegando_ = false;
     atualizarNavegacao();
 }

@@ -58,6 +58,8 @@ protected:
     bool eventFilter(QObject* objeto, QEvent* evento) override;
 
 private:
+    // One step through the history: the newest of de is shown, the one on show goes to para.
+    void percorrer(std::vector<Destino>& de, std::vector<Destino>& para);
     void pintarDivisao();
     void montarMenu();
     void montarBarraDeFerramentas();
