@@ -29,8 +29,6 @@ constexpr qreal kRaio = 6;
 // However many chips a row has, its name keeps at least this share of the room.
 constexpr double kFracaoMinimaDoNome = 0.4;
 constexpr qreal kOpacidadeComEstado = 0.7;
-// How the core words the badge of a file whose bytes repeat another's.
-const QString kPrefixoDeCopiaIdentica = QStringLiteral("cópia idêntica de ");
 
 QFont fonteDoNome()
 {
@@ -85,18 +83,10 @@ DelegadoDeArquivos::Disposicao DelegadoDeArquivos::dispor(
     }
     const QStringList rotulosDosSelos = indice.data(ModeloDeArquivos::PapelSelos).toStringList();
     const QVariantList tonsDosSelos = indice.data(ModeloDeArquivos::PapelTons).toList();
-    const auto aposOEstado = static_cast<std::ptrdiff_t>(rotulos.size());
+    // In the model's order: the identical-copy badge first.
     for (qsizetype i = 0; i < rotulosDosSelos.size(); ++i) {
-        const int tom = i < tonsDosSelos.size() ? tonsDosSelos.at(i).toInt() : static_cast<int>(Selo::Tom::neutro);
-        // Which file this one repeats is what decides whether it can go: that chip comes
-        // first among the badges, so it is never the one folded into "+N".
-        if (rotulosDosSelos.at(i).startsWith(kPrefixoDeCopiaIdentica)) {
-            rotulos.insert(rotulos.begin() + aposOEstado, rotulosDosSelos.at(i));
-            tons.insert(tons.begin() + aposOEstado, tom);
-        } else {
-            rotulos.push_back(rotulosDosSelos.at(i));
-            tons.push_back(tom);
-        }
+        rotulos.push_back(rotulosDosSelos.at(i));
+        tons.push_back(i < tonsDosSelos.size() ? tonsDosSelos.at(i).toInt() : static_cast<int>(Selo::Tom::neutro));
     }
     std::vector<QSize> selos;
     int larguraDosSelos = 0;

@@ -8,6 +8,9 @@
 #include <QStringList>
 #include <QVariantList>
 
+#include <algorithm>
+#include <vector>
+
 namespace tarrafa::app {
 
 namespace {
@@ -25,6 +28,19 @@ QString estadoDe(Decisao decisao)
         break;
     }
     return {};
+}
+
+// Which file this one repeats is what decides whether it can go: that badge comes first, so a
+// narrow row never folds it into "+N". The others keep the item's order.
+std::vector<const Selo*> selosNaOrdemDaLinha(const ItemTriado& item)
+{
+    std::vector<const Selo*> selos;
+    for (const Selo& selo : item.selos()) {
+        selos.push_back(&selo);
+    }
+    std::stable_partition(
+        selos.begin(), selos.end(), [](const Selo* selo) { return selo->caso() == Selo::Caso::copiaIdentica; });
+    return selos;
 }
 
 } // namespace
@@ -88,15 +104,15 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
         return QString::fromStdString(Formato::bytes(it.snapshot().tamanho()));
     case PapelSelos: {
         QStringList rotulos;
-        for (const Selo& selo : it.selos()) {
-            rotulos.append(QString::fromStdString(selo.rotulo()));
+        for (const Selo* selo : selosNaOrdemDaLinha(it)) {
+            rotulos.append(QString::fromStdString(selo->rotulo()));
         }
         return rotulos;
     }
     case PapelTons: {
         QVariantList tons;
-        for (const Selo& selo : it.selos()) {
-            tons.append(static_cast<int>(selo.tom()));
+        for (const Selo* selo : selosNaOrdemDaLinha(it)) {
+            tons.append(static_cast<int>(selo->tom()));
         }
         return tons;
     }

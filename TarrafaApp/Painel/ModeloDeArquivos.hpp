@@ -28,7 +28,8 @@ public:
         PapelSimbolo,
         // The size as written everywhere in the program.
         PapelTamanho,
-        // The badges' labels (QStringList), in the item's order.
+        // The badges' labels (QStringList), in the item's order but for the identical-copy
+        // badge, which comes first.
         PapelSelos,
         // Their tones (QVariantList of Selo::Tom as int), same order.
         PapelTons,

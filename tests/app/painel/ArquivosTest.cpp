@@ -347,9 +347,11 @@ private Q_SLOTS:
         const QStringList selos = indice.data(ModeloDeArquivos::PapelSelos).toStringList();
         const QString copia = QStringLiteral("cópia idêntica de contrato.pdf");
         QVERIFY2(selos.contains(copia) && selos.size() >= 2, qPrintable(selos.join(QLatin1Char(','))));
-        // The copy's badge is not the first the model lists: its place in the row is the
-        // delegate's doing.
-        QVERIFY(selos.front() != copia);
+        // The item badges it after the others; the list's model puts it first.
+        QCOMPARE(selos.front(), copia);
+        const std::vector<ItemTriado> todos = modelo->itensTodos();
+        const ItemTriado item = *std::find_if(todos.begin(), todos.end(), [&](const ItemTriado& i) { return i.id() == id; });
+        QCOMPARE(item.selos().back().caso(), Selo::Caso::copiaIdentica);
 
         // At every width where some chips are folded into "+N" but others still show, the
         // copy's is among those shown.
