@@ -138,10 +138,22 @@ std::optional<Registro> lerRegistro(const std::string& conteudo, const std::stri
     return Registro {std::move(*caminho), std::move(quando)};
 }
 
+// A trash of this user's: a real folder, not a link, that the user owns. On a shared disk
+// anyone may make $topdir/.Trash-$uid first; its records could hand the person someone else's
+// file (or a link to a secret), so such a folder is never read.
+bool ehDoUsuario(const std::string& pasta)
+{
+    struct stat info {};
+    return ::lstat(pasta.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::getuid();
+}
+
 // Calls visitar with every record of the folder's trashes whose file is still there.
 template <typename Visitar> void percorrer(const std::string& pasta, Visitar&& visitar)
 {
     for (const Lixeira& lixeira : lixeirasDaPasta(pasta)) {
+        if (!ehDoUsuario(lixeira.pasta)) {
+            continue;
+        }
         const std::string pastaInfo = lixeira.pasta + "/info";
         DIR* dir = ::opendir(pastaInfo.c_str());
         if (dir == nullptr) {

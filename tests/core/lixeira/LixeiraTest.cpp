@@ -162,6 +162,36 @@ TEST_F(LixeiraTest, ARecordComesBackItselfEvenWhenANewerOneHasItsPath)
     EXPECT_EQ(Lixeira::restaurar(guardados[0]).value_or(""), "ele não está mais na Lixeira.");
 }
 
+TEST_F(LixeiraTest, ATrashThatIsALinkOrAnotherUsersIsNeverRead)
+{
+    teste::escrever(em("a.pdf"), "meu");
+    ASSERT_FALSE(Lixeira::mover(em("a.pdf"), std::nullopt));
+    ASSERT_EQ(Lixeira::listar(downloads()).size(), 1U);
+
+    // The same folder reached through a link is not the user's trash.
+    const std::string verdadeira = casa() / ".local/share/Trash-de-verdade";
+    fs::remove_all(verdadeira);
+    fs::rename(lixeira(), verdadeira);
+    fs::create_directory_symlink(verdadeira, lixeira());
+    EXPECT_TRUE(Lixeira::listar(downloads()).empty());
+    EXPECT_EQ(Lixeira::restaurar(em("a.pdf")).value_or(""), "ele não está na Lixeira.");
+    fs::remove(lixeira());
+    fs::rename(verdadeira, lixeira());
+    ASSERT_EQ(Lixeira::listar(downloads()).size(), 1U);
+
+    // A folder another user owns is not either.
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "giving a folder to another user needs root";
+    }
+    ASSERT_EQ(::chown(lixeira().c_str(), 4242, 4242), 0);
+    EXPECT_TRUE(Lixeira::listar(downloads()).empty());
+    EXPECT_EQ(Lixeira::restaurar(em("a.pdf")).value_or(""), "ele não está na Lixeira.");
+    EXPECT_EQ(lerArquivo(lixeira() + "/files/a.pdf"), "meu");
+    ASSERT_EQ(::chown(lixeira().c_str(), ::getuid(), ::getgid()), 0);
+    ASSERT_FALSE(Lixeira::restaurar(em("a.pdf")));
+    EXPECT_EQ(lerArquivo(em("a.pdf")), "meu");
+}
+
 TEST_F(LixeiraTest, AFileChangedSinceItWasSeenStaysWhereItIs)
 {
     const std::string caminho = em("a.pdf");
