@@ -38,6 +38,8 @@ namespace tarrafa::app {
 struct ItemNaLixeira {
     ItemTriado item;
     Lixeira::Guardado guardado;
+    // Its name as a search compares it, made with the scan, not at every keystroke.
+    std::string chaveDeBusca;
 
     friend bool operator==(const ItemNaLixeira&, const ItemNaLixeira&) = default;
 };
@@ -250,6 +252,16 @@ private:
     std::vector<Movido> levarDeNovoParaALixeira(const std::vector<Movido>& movidos);
     std::vector<Movido> trazerDaLixeira(
         const std::vector<Movido>& movidos, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
+    // One file to bring back: its record in the Trash (none when the Trash no longer holds it)
+    // and what it was.
+    struct Volta {
+        std::optional<Lixeira::Guardado> guardado;
+        Movido movido;
+    };
+    // Brings the files back, says why for the others, gives the files that came back the
+    // decisions anteriores has for them, and scans again.
+    std::vector<Movido> trazer(
+        const std::vector<Volta>& voltas, const std::unordered_map<std::string, std::optional<Decisao>>& anteriores);
     // Moves what it can, as the last scan saw it, says why for the rest; the ones moved,
     // marked resolved.
     std::vector<Movido> mover(const std::vector<ItemTriado>& itens);
