@@ -2,10 +2,17 @@
 #include "Ajudantes.hpp"
 
 #include "TarrafaApp/App/LinhasDaBarraLateral.hpp"
+#include "TarrafaApp/Painel/ListaDeArquivos.hpp"
+#include "TarrafaApp/Painel/Painel.hpp"
 
+#include <QApplication>
 #include <QCoreApplication>
+#include <QMenu>
 #include <QFile>
 #include <QTest>
+
+#include <fstream>
+#include <iterator>
 
 namespace tarrafa::app::teste {
 
@@ -85,6 +92,48 @@ QPalette paletaEscura()
         escura.setColor(QPalette::Disabled, papel, QColor(0x80, 0x80, 0x80));
     }
     return escura;
+}
+
+bool visivel(const QWidget& raiz, const char* nome)
+{
+    const auto* widget = raiz.findChild<QWidget*>(QString::fromLatin1(nome));
+    return widget && widget->isVisible();
+}
+
+QMenu* menuAberto()
+{
+    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+std::string lerTudo(const std::string& caminho)
+{
+    std::ifstream entrada(caminho, std::ios::binary);
+    return {std::istreambuf_iterator<char>(entrada), std::istreambuf_iterator<char>()};
+}
+
+ListaDeArquivos& listaDe(JanelaDeTeste& t)
+{
+    return t.janela->painel().lista();
+}
+
+std::set<std::string> ids(std::initializer_list<std::string> caminhos)
+{
+    return std::set<std::string>(caminhos);
+}
+
+void clicarNaLinha(ListaDeArquivos& lista, int linha, Qt::KeyboardModifiers teclas)
+{
+    const QModelIndex indice = lista.model()->index(linha, 0);
+    lista.scrollTo(indice);
+    QTest::mouseClick(lista.viewport(), Qt::LeftButton, teclas, lista.visualRect(indice).center());
+}
+
+bool abrirGrupo(JanelaDeTeste& t, const Destino& grupo)
+{
+    if (!clicarLinha(t.janela->barraLateral(), grupo)) {
+        return false;
+    }
+    return QTest::qWaitFor([&] { return t.janela->painel().conteudo() == Conteudo::arquivos; });
 }
 
 } // namespace tarrafa::app::teste

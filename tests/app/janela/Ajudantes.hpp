@@ -15,9 +15,25 @@
 #include <QSignalSpy>
 
 #include <memory>
+#include <initializer_list>
 #include <optional>
+#include <set>
+#include <string>
+
+namespace tarrafa::app {
+class ListaDeArquivos;
+} // namespace tarrafa::app
+
+class QMenu;
+class QWidget;
 
 namespace tarrafa::app::teste {
+
+// The two origins the window tests' files come from, and their groups.
+inline const std::string kExemplo = "https://arquivos.exemplo.com.br/pagina";
+inline const std::string kOutro = "https://downloads.outro.org/pagina";
+inline const Destino kGrupoExemplo = Destino::grupo("host:arquivos.exemplo.com.br");
+inline const Destino kGrupoOutro = Destino::grupo("host:downloads.outro.org");
 
 // The window as the program builds it, over a model of the scenario's folder. The model
 // starts its first scan as it is created; abrir() waits for it and for the panel to show it.
@@ -43,5 +59,17 @@ struct JanelaDeTeste {
 [[nodiscard]] bool clicarLinha(BarraLateral& barra, const Destino& destino);
 // The destination of the row the sidebar shows selected, if any.
 [[nodiscard]] std::optional<Destino> linhaSelecionada(BarraLateral& barra);
+
+// Whether the widget of that name below raiz is on screen.
+[[nodiscard]] bool visivel(const QWidget& raiz, const char* nome);
+// The popup menu on screen, if one is.
+[[nodiscard]] QMenu* menuAberto();
+[[nodiscard]] std::string lerTudo(const std::string& caminho);
+[[nodiscard]] ListaDeArquivos& listaDe(JanelaDeTeste& t);
+[[nodiscard]] std::set<std::string> ids(std::initializer_list<std::string> caminhos);
+// Clicks a row of the file list, scrolled into view first.
+void clicarNaLinha(ListaDeArquivos& lista, int linha, Qt::KeyboardModifiers teclas = {});
+// Opens the group and waits for its files on screen.
+[[nodiscard]] bool abrirGrupo(JanelaDeTeste& t, const Destino& grupo);
 
 } // namespace tarrafa::app::teste

@@ -23,7 +23,7 @@ namespace {
 const std::string kSharePointAna
     = "https://contoso-my.sharepoint.com/personal/ana_souza_contoso_com/Documents/plano.xlsx";
 const std::string kGitHub = "https://github.com/exemplo/projeto/releases/download/v1/projeto.tar.gz";
-const std::string kExemplo = "https://arquivos.exemplo.com.br/relatorio.pdf";
+const std::string kRelatorioDoExemplo = "https://arquivos.exemplo.com.br/relatorio.pdf";
 
 // The rows' titles from top to bottom, the way a person reads the sidebar.
 QStringList titulos(BarraLateral& barra)
@@ -66,10 +66,10 @@ private Q_SLOTS:
     void linhasFixasTemSimbolosEContagens()
     {
         Downloads cenario;
-        const std::string adiado = cenario.criar({.nome = "adiado.pdf", .origem = kExemplo});
-        const std::string resolvido = cenario.criar({.nome = "resolvido.pdf", .origem = kExemplo});
+        const std::string adiado = cenario.criar({.nome = "adiado.pdf", .origem = kRelatorioDoExemplo});
+        const std::string resolvido = cenario.criar({.nome = "resolvido.pdf", .origem = kRelatorioDoExemplo});
         const std::string ignorado = cenario.criar({.nome = "ignorado.pdf"});
-        cenario.criar({.nome = "novo.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "novo.pdf", .origem = kRelatorioDoExemplo});
         cenario.decisoes({{adiado, "adiado"}, {resolvido, "resolvido"}, {ignorado, "ignorado"}});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
@@ -95,7 +95,7 @@ private Q_SLOTS:
     void cliqueNaLinhaEscolheODestinoEODestinoEscolheALinha()
     {
         Downloads cenario;
-        cenario.criar({.nome = "a.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "a.pdf", .origem = kRelatorioDoExemplo});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         BarraLateral& barra = t.janela->barraLateral();
@@ -147,7 +147,7 @@ private Q_SLOTS:
     {
         Downloads cenario;
         cenario.criar({.nome = "unico.xlsx", .origem = kSharePointAna});
-        cenario.criar({.nome = "outro.pdf", .origem = kExemplo});
+        cenario.criar({.nome = "outro.pdf", .origem = kRelatorioDoExemplo});
         JanelaDeTeste t(cenario);
         QVERIFY(t.abrir());
         BarraLateral& barra = t.janela->barraLateral();
@@ -175,10 +175,10 @@ private Q_SLOTS:
     void buscaMudaAsContagensDasTresPrimeirasLinhasMasNaoDosGrupos()
     {
         Downloads cenario;
-        const std::string adiado = cenario.criar({.nome = "contrato-adiado.pdf", .origem = kExemplo});
-        const std::string resolvido = cenario.criar({.nome = "contrato-resolvido.pdf", .origem = kExemplo});
-        cenario.criar({.nome = "contrato.pdf", .origem = kExemplo});
-        cenario.criar({.nome = "foto.jpg", .origem = kExemplo});
+        const std::string adiado = cenario.criar({.nome = "contrato-adiado.pdf", .origem = kRelatorioDoExemplo});
+        const std::string resolvido = cenario.criar({.nome = "contrato-resolvido.pdf", .origem = kRelatorioDoExemplo});
+        cenario.criar({.nome = "contrato.pdf", .origem = kRelatorioDoExemplo});
+        cenario.criar({.nome = "foto.jpg", .origem = kRelatorioDoExemplo});
         cenario.criar({.nome = "projeto.tar.gz", .origem = kGitHub});
         cenario.decisoes({{adiado, "adiado"}, {resolvido, "resolvido"}});
         JanelaDeTeste t(cenario);

@@ -50,7 +50,7 @@ const std::string kGitHub = "https://github.com/exemplo/projeto/releases/downloa
 const std::string kDrive = "https://drive.google.com/file/d/";
 const std::string kWhatsApp = "https://web.whatsapp.com/";
 const std::string kGov = "https://www.gov.br/receitafederal/";
-const std::string kExemplo = "https://arquivos.exemplo.com.br/";
+const std::string kSiteDoExemplo = "https://arquivos.exemplo.com.br/";
 
 constexpr std::int64_t KB = 1000;
 constexpr std::int64_t MB = 1000 * KB;
@@ -128,13 +128,13 @@ std::vector<Arquivo> pastaDeExemplo()
             .usadoHaDias = 149},
         {.nome = "download.pdf",
             .tamanho = 77 * KB,
-            .origem = kExemplo + "download.pdf",
+            .origem = kSiteDoExemplo + "download.pdf",
             .baixadoHaDias = 300},
         {.nome = "a7f3c9e1b2d4.pdf",
             .tamanho = 1300 * KB,
-            .origem = kExemplo + "compartilhado/a7f3c9e1b2d4.pdf?token=9f8e7d6c5b4a3f2e&expira=1735689600",
+            .origem = kSiteDoExemplo + "compartilhado/a7f3c9e1b2d4.pdf?token=9f8e7d6c5b4a3f2e&expira=1735689600",
             .baixadoHaDias = 310},
-        {.nome = "file.zip", .tamanho = 14 * MB, .origem = kExemplo + "file.zip", .baixadoHaDias = 320},
+        {.nome = "file.zip", .tamanho = 14 * MB, .origem = kSiteDoExemplo + "file.zip", .baixadoHaDias = 320},
         {.nome = "Captura de tela de 2025-03-10 14-22-01.png",
             .tamanho = 640 * KB,
             .baixadoHaDias = 9,
@@ -371,7 +371,7 @@ int main(int argc, char* argv[])
     // signed link from a page; a photo, decoded here; an installer, shown by its type's icon.
     {
         const std::string pdf = cenario.pasta() + "/a7f3c9e1b2d4.pdf";
-        const std::string pagina = kExemplo + "compartilhado/?pasta=contabilidade";
+        const std::string pagina = kSiteDoExemplo + "compartilhado/?pasta=contabilidade";
         ::setxattr(pdf.c_str(), "user.xdg.referrer.url", pagina.data(), pagina.size(), 0);
         escreverFoto(cenario.pasta() + "/IMG_4821.jpg");
         escreverMiniaturaDePdf(pdf);

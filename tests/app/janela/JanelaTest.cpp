@@ -34,7 +34,6 @@ namespace tarrafa::app::teste {
 
 namespace {
 
-const std::string kExemplo = "https://arquivos.exemplo.com.br/pagina";
 
 QMenu* menuArquivo(JanelaPrincipal& janela)
 {
