@@ -93,4 +93,21 @@ std::set<std::string> Bancada::selecionadosNaLista() const
     return ids;
 }
 
+std::unique_ptr<Modelo> quatroArquivos(const Downloads& downloads)
+{
+    for (const char* nome :
+        {"ata-da-reuniao.docx", "contrato-social.pdf", "orcamento-anual.xlsx", "planta-baixa.dwg"}) {
+        downloads.criar({.nome = nome, .origem = kOrigem});
+    }
+    return downloads.modelo();
+}
+
+DelegadoDeArquivos::Disposicao disposicao(const Bancada& b, int linha)
+{
+    QStyleOptionViewItem opcao;
+    opcao.initFrom(b.lista->viewport());
+    opcao.rect = b.lista->visualRect(b.lista->model()->index(linha, 0));
+    return b.lista->delegado().dispor(opcao, b.lista->model()->index(linha, 0));
+}
+
 } // namespace tarrafa::app::teste

@@ -4,10 +4,14 @@
 #pragma once
 
 #include "TarrafaApp/Modelo/Destino.hpp"
+#include "TarrafaApp/Painel/DelegadoDeArquivos.hpp"
 #include "TarrafaApp/Painel/Selecao.hpp"
+
+#include "Downloads.hpp"
 
 #include <QWidget>
 
+#include <memory>
 #include <set>
 #include <string>
 
@@ -18,6 +22,17 @@ class Modelo;
 } // namespace tarrafa::app
 
 namespace tarrafa::app::teste {
+
+// The origin of the files the list tests make, and its group.
+inline const std::string kOrigem = "https://arquivos.exemplo.com.br/pagina";
+inline const Destino kGrupo = Destino::grupo("host:arquivos.exemplo.com.br");
+
+// A model over a folder of four files from that origin.
+[[nodiscard]] std::unique_ptr<Modelo> quatroArquivos(const Downloads& downloads);
+
+struct Bancada;
+// How the list's delegate lays out a row, at the row's own width.
+[[nodiscard]] DelegadoDeArquivos::Disposicao disposicao(const Bancada& b, int linha);
 
 struct Bancada {
     Bancada(Modelo& modelo, Destino destino);
