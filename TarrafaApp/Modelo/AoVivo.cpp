@@ -4,11 +4,14 @@
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
 #include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/UsosRecentes.hpp"
 
 #include "TarrafaCore/Texto.hpp"
 
+#include <QFutureWatcher>
 #include <QMetaObject>
 #include <QThread>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 #include <numeric>
@@ -54,6 +57,21 @@ void Modelo::vigiar(std::shared_ptr<PastaViva> viva)
     }
     // Whatever came or went between the scan's listing and the watch.
     vigia_->pedir({.nomes = {}, .historicos = false, .tudo = false, .conferir = true});
+}
+
+void Modelo::anotarAbertura(const std::string& id)
+{
+    // On the saving thread: the list can be large, and writes to it go one after the other.
+    auto* espera = new QFutureWatcher<UsosRecentes::Resultado>(this);
+    connect(espera, &QFutureWatcherBase::finished, this, [this, espera] {
+        espera->deleteLater();
+        // The list's folder is watched already, but a watch can be missing (no inotify left):
+        // this asks for the read either way, and two asks in a row make one read.
+        if (espera->future().result() == UsosRecentes::Resultado::anotado && vigia_) {
+            vigia_->pedir({.nomes = {}, .historicos = false, .usosRecentes = true, .tudo = false, .conferir = false});
+        }
+    });
+    espera->setFuture(QtConcurrent::run(&gravador_, [id] { return UsosRecentes::anotar(id); }));
 }
 
 void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao& atualizacao)

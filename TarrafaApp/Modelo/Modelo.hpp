@@ -134,6 +134,11 @@ public:
     // that can be undone; a file whose name is taken stays in the Trash and the message says so.
     void restaurar(const std::vector<std::string>& ids);
 
+    // Notes, off this thread, that the person opened the file through the window, in the
+    // desktop's list of recent files: the watcher then reads the file's last use again, and
+    // "nunca aberto" goes at once, whatever the application that opened it notes.
+    void anotarAbertura(const std::string& id);
+
     // Every decision and every move to the Trash of the session, to undo and redo in order.
     [[nodiscard]] QUndoStack& pilhaDeDesfazer() noexcept { return pilha_; }
 

@@ -78,7 +78,9 @@ void ListaDeArquivos::abrirSeEstiverNaPasta(const ItemTriado& item) const
     if (!abrirArquivo(item.id())) {
         modelo_.informar(QStringLiteral("Não consegui abrir ") + QString::fromStdString(Escapes::paraJanela(item.nome()))
             + QStringLiteral(": o sistema não tem um aplicativo que o abra."));
+        return;
     }
+    modelo_.anotarAbertura(item.id());
 }
 
 const std::vector<ItemTriado>& ListaDeArquivos::itens() const noexcept

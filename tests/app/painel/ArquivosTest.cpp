@@ -15,6 +15,7 @@
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 #include "TarrafaApp/Painel/SeloView.hpp"
 #include "TarrafaCore/Formato.hpp"
+#include "TarrafaCore/Spotlight.hpp"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
@@ -88,6 +89,43 @@ private Q_SLOTS:
         setAbridorDeArquivos([&](const QUrl&) { return abre; });
         QTest::keyClick(b.lista, Qt::Key_Return);
         setAbridorDeArquivos({});
+        QVERIFY(!modelo->mensagem());
+    }
+
+    void abrirUmArquivoPelaJanelaTiraONuncaAbertoNaHora()
+    {
+        Downloads downloads;
+        // Downloaded days ago: a use now is the person's, not the browser opening it on arrival.
+        downloads.criar({.nome = "edital.pdf", .origem = kOrigem, .baixadoHaDias = 3.0});
+        downloads.criar({.nome = "anexo.pdf", .origem = kOrigem, .baixadoHaDias = 3.0});
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
+        modelo->setAoVivo(true);
+        modelo->varrer();
+        QVERIFY(fins.wait(60000));
+        const auto nuncaAberto = [&](const std::string& nome) {
+            const std::vector<ItemTriado> itens = modelo->itens(kGrupo);
+            const auto item = std::find_if(itens.begin(), itens.end(), [&](const ItemTriado& i) { return i.nome() == nome; });
+            return item != itens.end()
+                && std::ranges::any_of(item->selos(), [](const Selo& selo) { return selo.caso() == Selo::Caso::nuncaAberto; });
+        };
+        QVERIFY(nuncaAberto("edital.pdf"));
+        QVERIFY(nuncaAberto("anexo.pdf"));
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+
+        // An application that notes nothing in the desktop's list of recent files.
+        setAbridorDeArquivos([](const QUrl&) { return true; });
+        b.clicar(b.linhaDe("edital.pdf"));
+        QTest::keyClick(b.lista, Qt::Key_Return);
+        setAbridorDeArquivos({});
+
+        QTRY_VERIFY_WITH_TIMEOUT(!nuncaAberto("edital.pdf"), 10000);
+        QVERIFY(nuncaAberto("anexo.pdf"));
+        QCOMPARE(fins.count(), 1); // the watcher read it again; no new scan
+        // Noted where every program (and the next launch) reads it.
+        QVERIFY(Spotlight::Indice::carregar().ultimoUso(downloads.pasta() + "/edital.pdf"));
         QVERIFY(!modelo->mensagem());
     }
 
