@@ -154,6 +154,14 @@ bool gravar(const tarrafa::ArquivoDeDecisoes::Mudancas& mudancas)
         escrever(stderr, tarrafa::Escapes::paraTerminal(*gravacao.postoDeLado));
         escrever(stderr, "\n");
     }
+    if (gravacao.ocupado) {
+        escrever(stderr, "tarrafa-cli: Outro programa está usando as decisões (");
+        escrever(stderr, tarrafa::Escapes::paraTerminal(caminho));
+        escrever(stderr, ") e não as liberou em "
+                + std::to_string(tarrafa::ArquivoDeDecisoes::kEsperaPelaTrava.count() / 1000)
+                + " s: nada foi gravado. Tente de novo quando ele terminar.\n");
+        return false;
+    }
     if (gravacao.falha) {
         escrever(stderr, "tarrafa-cli: não consegui gravar as decisões em ");
         escrever(stderr, tarrafa::Escapes::paraTerminal(caminho));

@@ -14,9 +14,11 @@
 #include <filesystem>
 #include <random>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -178,32 +180,110 @@ Atual lerAtual(int pasta, const std::string& nome)
     return atual;
 }
 
+// The folder with every missing part made open to the user alone; the last part, when it is
+// the user's, is closed to others too. Anyone who can open the folder could otherwise read
+// which files the person keeps, and one made by an older version was open to all.
+bool criarPastaPrivada(const std::filesystem::path& pasta)
+{
+    std::filesystem::path parcial;
+    for (const std::filesystem::path& parte : pasta) {
+        parcial /= parte;
+        if (::mkdir(parcial.c_str(), 0700) != 0 && errno != EEXIST) {
+            return false;
+        }
+    }
+    struct stat st {};
+    if (::stat(pasta.c_str(), &st) != 0) {
+        return false;
+    }
+    if (st.st_uid == ::geteuid() && (st.st_mode & 077) != 0) {
+        ::chmod(pasta.c_str(), st.st_mode & 0700);
+    }
+    return true;
+}
+
 // Holds an exclusive lock on the folder for as long as it lives: writers of the decision
-// file take turns.
+// file take turns. The folder is the user's alone, so nobody else can open it to hold the
+// lock; and the wait for it ends, so a writer that never lets go cannot freeze a script or
+// the closing of the window.
 class Trava final {
 public:
-    explicit Trava(const std::string& pasta)
+    Trava(const std::string& pasta, std::chrono::milliseconds espera)
         : fd_(::open(pasta.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
         if (!fd_.valido()) {
             erro_ = errno;
             return;
         }
-        while (::flock(fd_.get(), LOCK_EX) != 0) {
-            if (errno != EINTR) {
+        const auto prazo = std::chrono::steady_clock::now() + espera;
+        while (::flock(fd_.get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            if (errno != EWOULDBLOCK) {
                 erro_ = errno;
                 fd_.fechar();
                 return;
             }
+            if (std::chrono::steady_clock::now() >= prazo) {
+                ocupado_ = true;
+                fd_.fechar();
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
     [[nodiscard]] int pasta() const noexcept { return fd_.get(); }
+    [[nodiscard]] bool obtida() const noexcept { return fd_.valido(); }
     [[nodiscard]] int erro() const noexcept { return erro_; }
+    [[nodiscard]] bool ocupado() const noexcept { return ocupado_; }
 
 private:
     Descritor fd_;
     int erro_ = 0;
+    bool ocupado_ = false;
 };
+
+// A temporary file of an earlier write that never finished (the process was killed): only
+// a writer holding the lock writes one, so under the lock any such file is left over.
+bool ehTemporarioDe(std::string_view entrada, const std::string& nome)
+{
+    const std::size_t prefixo = 1 + nome.size() + 1;
+    if (entrada.size() != prefixo + 8 || entrada[0] != '.' || entrada.substr(1, nome.size()) != nome
+        || entrada[prefixo - 1] != '.') {
+        return false;
+    }
+    return std::all_of(entrada.begin() + static_cast<std::ptrdiff_t>(prefixo), entrada.end(),
+        [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
+}
+
+void removerTemporariosEsquecidos(int pasta, const std::string& nome)
+{
+    const int copia = ::fcntl(pasta, F_DUPFD_CLOEXEC, 0);
+    if (copia < 0) {
+        return;
+    }
+    DIR* lista = ::fdopendir(copia);
+    if (lista == nullptr) {
+        ::close(copia);
+        return;
+    }
+    ::rewinddir(lista);
+    std::vector<std::string> esquecidos;
+    while (const dirent* entrada = ::readdir(lista)) {
+        if (ehTemporarioDe(entrada->d_name, nome)) {
+            esquecidos.emplace_back(entrada->d_name);
+        }
+    }
+    ::closedir(lista);
+    for (const std::string& esquecido : esquecidos) {
+        struct stat st {};
+        if (::fstatat(pasta, esquecido.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(st.st_mode)
+            && st.st_uid == ::geteuid()) {
+            ::unlinkat(pasta, esquecido.c_str(), 0);
+        }
+    }
+}
 
 } // namespace
 
@@ -239,8 +319,9 @@ void ArquivoDeDecisoes::Mudancas::aplicarEm(Decisoes& decisoes) const
     }
 }
 
-ArquivoDeDecisoes::ArquivoDeDecisoes(std::string caminho)
+ArquivoDeDecisoes::ArquivoDeDecisoes(std::string caminho, std::chrono::milliseconds esperaPelaTrava)
     : caminho_(std::move(caminho))
+    , esperaPelaTrava_(esperaPelaTrava)
 {
 }
 
@@ -263,14 +344,23 @@ ArquivoDeDecisoes::Gravacao ArquivoDeDecisoes::gravar(const Mudancas& mudancas)
     Gravacao gravacao;
     const std::filesystem::path caminho(caminho_);
     const std::string nome = caminho.filename().string();
-    std::error_code erro;
-    std::filesystem::create_directories(caminho.parent_path(), erro);
-    const Trava trava(caminho.parent_path().string());
-    if (trava.erro() != 0) {
+    if (!criarPastaPrivada(caminho.parent_path())) {
+        gravacao.falha = mensagem(errno);
+        return gravacao;
+    }
+    const Trava trava(caminho.parent_path().string(), esperaPelaTrava_);
+    if (trava.ocupado()) {
+        gravacao.ocupado = true;
+        gravacao.falha = "outro programa está usando as decisões e não as liberou em "
+            + std::to_string((esperaPelaTrava_.count() + 999) / 1000) + " s";
+        return gravacao;
+    }
+    if (!trava.obtida()) {
         gravacao.falha = mensagem(trava.erro());
         return gravacao;
     }
     const int pasta = trava.pasta();
+    removerTemporariosEsquecidos(pasta, nome);
 
     Atual atual = lerAtual(pasta, nome);
     if (atual.falha) {

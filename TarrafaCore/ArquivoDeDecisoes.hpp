@@ -3,6 +3,7 @@
 
 #include "TarrafaCore/Decisao.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -51,9 +52,15 @@ public:
         std::optional<Decisoes> atuais;
         // Where an unreadable file (or a link) was put before this write.
         std::optional<std::string> postoDeLado;
+        // Another writer held the file for longer than the wait allows: nothing was written,
+        // and falha says so.
+        bool ocupado = false;
     };
 
-    explicit ArquivoDeDecisoes(std::string caminho);
+    // How long a write waits for another writer (another window, a script) to finish.
+    static constexpr std::chrono::milliseconds kEsperaPelaTrava {5000};
+
+    explicit ArquivoDeDecisoes(std::string caminho, std::chrono::milliseconds esperaPelaTrava = kEsperaPelaTrava);
 
     [[nodiscard]] const std::string& caminho() const noexcept { return caminho_; }
 
@@ -61,7 +68,9 @@ public:
     // a regular file. Changes nothing on disk.
     [[nodiscard]] Decisoes ler();
 
-    // Applies the changes to the file as it is now. Makes the folder when missing.
+    // Applies the changes to the file as it is now. Makes the folder when missing, open to the
+    // user alone. Gives up, changing nothing, when another writer keeps the file longer than
+    // the wait.
     // Not for concurrent use of one object; other objects and processes may write at will.
     Gravacao gravar(const Mudancas& mudancas);
 
@@ -84,6 +93,7 @@ public:
 
 private:
     std::string caminho_;
+    std::chrono::milliseconds esperaPelaTrava_;
     // What the file was when this object last read or wrote it; none when it was missing.
     std::optional<Marca> conhecida_;
     bool jaLido_ = false;

@@ -6,6 +6,7 @@
 #include "TarrafaCore/Texto.hpp"
 
 #include <QFutureWatcher>
+#include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <utility>
@@ -76,12 +77,30 @@ void Modelo::iniciarGravacao()
 void Modelo::concluirGravacao(ArquivoDeDecisoes::Gravacao gravacao)
 {
     if (gravacao.falha) {
-        // The old file is as it was; these changes go with the next save.
+        // The old file is as it was; these changes go with the next save, tried again shortly
+        // whether or not the person decides anything else meanwhile.
         ArquivoDeDecisoes::Mudancas maisNovas = std::exchange(pendentes_, std::exchange(emVoo_, {}));
         pendentes_.juntar(std::move(maisNovas));
+        if (!avisoDeGravacao_) {
+            avisoDeGravacao_ = gravacao.ocupado
+                ? QStringLiteral("Outro programa está usando as decisões: as suas continuam valendo nesta janela e "
+                                 "serão gravadas assim que ele terminar.")
+                : QStringLiteral("Não consegui gravar as decisões (") + QString::fromStdString(*gravacao.falha)
+                    + QStringLiteral("): elas continuam valendo nesta janela e serão gravadas assim que possível.");
+            informar(*avisoDeGravacao_);
+        }
+        QTimer::singleShot(kNovaTentativaDeGravar, this, [this] {
+            if (!pendentes_.vazia()) {
+                salvarDecisoes();
+            }
+        });
         return;
     }
     emVoo_ = {};
+    // Saved after all: the warning no longer holds.
+    if (std::optional<QString> aviso = std::exchange(avisoDeGravacao_, std::nullopt); aviso && mensagem_ == aviso) {
+        dispensarMensagem();
+    }
     if (!gravacao.atuais) {
         return;
     }

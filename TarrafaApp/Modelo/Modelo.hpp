@@ -20,6 +20,7 @@
 #include <QTimer>
 #include <QUndoStack>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -304,6 +305,9 @@ private:
     ArquivoDeDecisoes::Mudancas pendentes_;
     ArquivoDeDecisoes::Mudancas emVoo_;
     bool gravacaoPedida_ = false;
+    // The line shown while the decisions cannot be saved, until a save succeeds.
+    std::optional<QString> avisoDeGravacao_;
+    static constexpr std::chrono::milliseconds kNovaTentativaDeGravar {3000};
 
     bool aoVivo_ = false;
     std::uint64_t geracaoViva_ = 0;

@@ -16,6 +16,11 @@
 #include <set>
 #include <string>
 #include <sys/wait.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <fcntl.h>
+#include <unistd.h>
+#include <chrono>
 
 namespace tarrafa {
 namespace {
@@ -396,6 +401,29 @@ TEST_F(CliDecidir, KeepsWhatTheFileHeldAndSetsAnUnreadableOneAside)
     ASSERT_EQ(e.status, 0);
     EXPECT_NE(e.erros.find("o arquivo de decisões não pôde ser lido e foi guardado em"), std::string::npos);
     EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"adiado\"}");
+}
+
+TEST_F(CliDecidir, AnotherProgramHoldingTheDecisionsIsNamedAndNothingWaitsForEver)
+{
+    ASSERT_EQ(rodar("adiar a.pdf").status, 0);
+    const std::string antes = decisoes();
+    const std::string pasta = casa_ / ".local/share/Tarrafa";
+    struct stat st {};
+    ASSERT_EQ(::stat(pasta.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700U) << "nobody else may open it to hold its lock";
+    const int outro = ::open(pasta.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(outro, 0);
+    ASSERT_EQ(::flock(outro, LOCK_EX), 0);
+
+    const auto inicio = std::chrono::steady_clock::now();
+    const Execucao e = rodar("ignorar 'b c.pdf'");
+    const auto esperou = std::chrono::steady_clock::now() - inicio;
+    ::close(outro);
+    EXPECT_EQ(e.status, 1);
+    EXPECT_TRUE(e.erros.starts_with("tarrafa-cli: Outro programa está usando as decisões (")) << e.erros;
+    EXPECT_NE(e.erros.find("nada foi gravado"), std::string::npos) << e.erros;
+    EXPECT_LT(esperou, std::chrono::seconds(15));
+    EXPECT_EQ(decisoes(), antes);
 }
 
 TEST_F(CliDecidir, ADownloadsFolderTurnedOffDecidesNothing)

@@ -5,6 +5,7 @@
 #include "LimiteDeTamanho.hpp"
 #include "Registro.hpp"
 
+#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -15,7 +16,10 @@
 #include <filesystem>
 #include <memory>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace tarrafa;
 using namespace tarrafa::app;
@@ -47,6 +51,47 @@ private Q_SLOTS:
         for (const char* nome : {"a.pdf", "b.pdf", "c.pdf"}) {
             escrever(emDownloads(nome), nome);
         }
+    }
+
+    void outroProgramaSegurandoAsDecisoesNaoTravaAJanelaEElasSaoGravadasDepois()
+    {
+        const auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        std::filesystem::create_directories(Casa::pastaDeDados());
+        // Another program takes the writers' lock and keeps it.
+        const int outro = ::open(Casa::pastaDeDados().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QVERIFY(outro >= 0);
+        QCOMPARE(::flock(outro, LOCK_EX), 0);
+
+        modelo->decidir({emDownloads("a.pdf")}, Decisao::adiado);
+        const QString aviso = QStringLiteral(
+            "Outro programa está usando as decisões: as suas continuam valendo nesta janela e serão gravadas "
+            "assim que ele terminar.");
+        QTRY_COMPARE_WITH_TIMEOUT(modelo->mensagem(), std::optional<QString>(aviso), 15000);
+        QVERIFY(modelo->decisao(emDownloads("a.pdf")) == Decisao::adiado);
+        QVERIFY(!existe(Casa::arquivoDeDecisoes().toStdString()));
+
+        // Let go: the decision goes in without another one taken, and the warning leaves.
+        ::close(outro);
+        QTRY_VERIFY_WITH_TIMEOUT(existe(Casa::arquivoDeDecisoes().toStdString()), 15000);
+        QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("a.pdf")) + "\":\"adiado\"}");
+        QTRY_VERIFY(!modelo->mensagem());
+    }
+
+    void fecharComAsDecisoesPresasPorOutroProgramaNaoEsperaParaSempre()
+    {
+        auto modelo = modeloVarrido();
+        QVERIFY(modelo);
+        std::filesystem::create_directories(Casa::pastaDeDados());
+        const int outro = ::open(Casa::pastaDeDados().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QVERIFY(outro >= 0);
+        QCOMPARE(::flock(outro, LOCK_EX), 0);
+        modelo->decidir({emDownloads("b.pdf")}, Decisao::ignorado);
+        QElapsedTimer relogio;
+        relogio.start();
+        modelo.reset();
+        QVERIFY2(relogio.elapsed() < 12000, qPrintable(QString::number(relogio.elapsed())));
+        ::close(outro);
     }
 
     void umValorForaDosQuatroDescartaOArquivoInteiroQueFicaDeLado()

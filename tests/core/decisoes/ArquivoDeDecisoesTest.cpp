@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -273,4 +275,63 @@ TEST(ArquivoDeDecisoesCodigo, PathsThatAreNotUtf8StayOutAndOddCharactersAreEscap
     EXPECT_FALSE(ArquivoDeDecisoes::decodificar(R"({"a":"adiado"} x)").has_value());
     EXPECT_FALSE(ArquivoDeDecisoes::decodificar("[]").has_value());
     EXPECT_EQ(ArquivoDeDecisoes::decodificar("{}")->size(), 0U);
+}
+
+TEST_F(ArquivoDeDecisoesTest, TheFolderItMakesIsTheUsersAloneAndAnOpenOneIsClosed)
+{
+    const std::string funda = pasta.caminho() + "/dados/Tarrafa/decisoes.json";
+    ASSERT_FALSE(ArquivoDeDecisoes(funda).gravar(decidir({{"/d/a", Decisao::adiado}})).falha);
+    struct stat st {};
+    ASSERT_EQ(::stat((pasta.caminho() + "/dados/Tarrafa").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700U);
+    ASSERT_EQ(::stat((pasta.caminho() + "/dados").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700U);
+
+    // One an older version made open to everyone.
+    std::filesystem::create_directories(pasta.caminho() + "/Tarrafa");
+    ASSERT_EQ(::chmod((pasta.caminho() + "/Tarrafa").c_str(), 0755), 0);
+    ASSERT_FALSE(ArquivoDeDecisoes(caminho).gravar(decidir({{"/d/a", Decisao::adiado}})).falha);
+    ASSERT_EQ(::stat((pasta.caminho() + "/Tarrafa").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700U);
+}
+
+TEST_F(ArquivoDeDecisoesTest, AWriterThatNeverLetsGoMakesTheWriteGiveUpAndSaySo)
+{
+    ASSERT_FALSE(ArquivoDeDecisoes(caminho).gravar(decidir({{"/d/a", Decisao::adiado}})).falha);
+    const std::string antes = lerArquivo(caminho);
+    const int outro = ::open((pasta.caminho() + "/Tarrafa").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(outro, 0);
+    ASSERT_EQ(::flock(outro, LOCK_EX), 0);
+
+    ArquivoDeDecisoes arquivo(caminho, std::chrono::milliseconds(300));
+    const auto inicio = std::chrono::steady_clock::now();
+    const auto gravacao = arquivo.gravar(decidir({{"/d/b", Decisao::ignorado}}));
+    const auto esperou = std::chrono::steady_clock::now() - inicio;
+    EXPECT_TRUE(gravacao.ocupado);
+    ASSERT_TRUE(gravacao.falha);
+    EXPECT_NE(gravacao.falha->find("outro programa está usando as decisões"), std::string::npos) << *gravacao.falha;
+    EXPECT_GE(esperou, std::chrono::milliseconds(300));
+    EXPECT_LT(esperou, std::chrono::seconds(5));
+    EXPECT_EQ(lerArquivo(caminho), antes);
+
+    // Let go, the same changes go in.
+    ::close(outro);
+    const auto depois = arquivo.gravar(decidir({{"/d/b", Decisao::ignorado}}));
+    EXPECT_FALSE(depois.falha);
+    EXPECT_FALSE(depois.ocupado);
+    EXPECT_EQ(ArquivoDeDecisoes(caminho).ler().size(), 2U);
+}
+
+TEST_F(ArquivoDeDecisoesTest, ATemporaryFileLeftByAKilledWriterGoesWithTheNextWrite)
+{
+    std::filesystem::create_directories(pasta.caminho() + "/Tarrafa");
+    const std::string dentro = pasta.caminho() + "/Tarrafa/";
+    escreverArquivo(dentro + ".decisoes.json.0a1b2c3d", R"({"\/d\/meio":"adi)");
+    // Not ours: a name of another shape, and a folder of that shape.
+    escreverArquivo(dentro + ".decisoes.json.nota", "x");
+    std::filesystem::create_directories(dentro + ".decisoes.json.ffffffff");
+
+    ASSERT_FALSE(ArquivoDeDecisoes(caminho).gravar(decidir({{"/d/a", Decisao::adiado}})).falha);
+    EXPECT_EQ(nomesEm(pasta.caminho() + "/Tarrafa"),
+        (std::vector<std::string> {".decisoes.json.ffffffff", ".decisoes.json.nota", "decisoes.json"}));
 }
