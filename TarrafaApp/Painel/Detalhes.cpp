@@ -239,6 +239,11 @@ void Detalhes::mostrarIconeDoTipo(const std::string& caminho)
     imagemRotulo_->setPixmap(icone.pixmap(96, 96));
 }
 
+Detalhes::~Detalhes()
+{
+    previaEmCurso_.request_stop();
+}
+
 void Detalhes::mostrar(const std::optional<ItemTriado>& item)
 {
     if (item && item_ && *item == *item_) {
@@ -249,6 +254,8 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
     const bool mesmoArquivo = item && item_ && item->id() == item_->id();
     item_ = item;
     ++geracao_;
+    previaEmCurso_.request_stop();
+    previaEmCurso_ = {};
     limpar();
     if (!mesmoArquivo) {
         imagem_ = QImage();
@@ -328,7 +335,9 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
     });
     const qreal escala = devicePixelRatioF();
     const QSize limite(static_cast<int>(kLadoDaPrevia * escala), static_cast<int>(kAlturaDaPrevia * escala));
-    vigia->setFuture(QtConcurrent::run([caminho = s.id(), limite] { return Previa::carregar(caminho, limite); }));
+    vigia->setFuture(QtConcurrent::run([caminho = s.id(), limite, parar = previaEmCurso_.get_token()] {
+        return Previa::carregar(caminho, limite, parar);
+    }));
 }
 
 } // namespace tarrafa::app

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 
 class QLabel;
 class QPushButton;
@@ -34,6 +35,8 @@ public:
     static constexpr int kAlturaDaPrevia = 200;
 
     explicit Detalhes(Modelo& modelo, QWidget* parent = nullptr);
+    // A picture still being decoded is given up: closing the window does not wait for it.
+    ~Detalhes() override;
 
     // The file to describe; none for the pane's hint.
     void mostrar(const std::optional<ItemTriado>& item);
@@ -65,6 +68,8 @@ private:
     Modelo& modelo_;
     std::optional<ItemTriado> item_;
     std::uint64_t geracao_ = 0;
+    // Stops the picture being looked for, when another file is chosen or the pane goes.
+    std::stop_source previaEmCurso_;
     QLabel* imagemRotulo_;
     QLabel* nome_;
     QWidget* campos_;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 // The picture the details pane shows of a file, found without writing anything anywhere and
@@ -35,13 +36,20 @@ struct Miniatura {
     QImage imagem;
     bool falhou = false; // a thumbnailer recorded that it could not make one
 };
-[[nodiscard]] Miniatura miniaturaEmCache(
-    const QString& pastaDoCache, const std::string& caminho, std::int64_t modificadoSegundos);
+// Only plain files are read there (never a FIFO or a link), and none larger than a thumbnail.
+[[nodiscard]] Miniatura miniaturaEmCache(const QString& pastaDoCache, const std::string& caminho,
+    std::int64_t modificadoSegundos, std::stop_token parar = {});
+
+// The most pixels an image may declare to be decoded for the pane (a 64-megapixel photo),
+// and the most memory one decode may take.
+inline constexpr qint64 kPixelsPorImagem = qint64 {64} * 1000 * 1000;
+inline constexpr int kMegabytesPorImagem = 256;
 
 // The image file decoded to fit within the size (never larger than it is), read through a
 // descriptor opened without updating the access time. Null when it is not an image Qt reads,
-// or cannot be read.
-[[nodiscard]] QImage imagemReduzida(const std::string& caminho, QSize limite);
+// cannot be read, declares more pixels than the budget, or was no longer wanted (parar) before
+// it was done.
+[[nodiscard]] QImage imagemReduzida(const std::string& caminho, QSize limite, std::stop_token parar = {});
 
 // The thumbnails folder of the user: thumbnails in the cache folder.
 [[nodiscard]] QString pastaDasMiniaturas();
@@ -50,6 +58,7 @@ struct Miniatura {
 [[nodiscard]] QMimeType tipoPeloNome(const std::string& caminho);
 
 // The thumbnail, else the image itself when the file is an image; meant for a worker thread.
-[[nodiscard]] Resultado carregar(const std::string& caminho, QSize limite);
+// Gives up, with nothing, as soon as parar is asked to stop.
+[[nodiscard]] Resultado carregar(const std::string& caminho, QSize limite, std::stop_token parar = {});
 
 } // namespace tarrafa::app::Previa

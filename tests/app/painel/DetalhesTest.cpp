@@ -29,6 +29,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <stop_token>
 
 namespace tarrafa::app::teste {
 
@@ -210,6 +214,70 @@ private Q_SLOTS:
         QVERIFY(!QDir(Previa::pastaDasMiniaturas()).exists()
             || QDir(Previa::pastaDasMiniaturas()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).isEmpty());
 
+    }
+
+    void imagemQueDeclaraPixelsDemaisNaoEDecodificada()
+    {
+        Downloads downloads;
+        // A few hundred kilobytes on disk, 72 million pixels once decoded.
+        const std::string bomba = downloads.pasta() + "/bomba.png";
+        QImage enorme(9000, 8000, QImage::Format_Mono);
+        enorme.fill(0);
+        QVERIFY(enorme.save(QString::fromStdString(bomba), "PNG"));
+        QVERIFY(std::filesystem::file_size(bomba) < 2'000'000);
+        const std::string comum = downloads.pasta() + "/comum.png";
+        QImage grande(4000, 3000, QImage::Format_Mono);
+        grande.fill(0);
+        QVERIFY(grande.save(QString::fromStdString(comum), "PNG"));
+
+        const QSize limite(Detalhes::kLadoDaPrevia, Detalhes::kAlturaDaPrevia);
+        QVERIFY(!Previa::imagemReduzida(comum, limite).isNull());
+        QVERIFY(Previa::imagemReduzida(bomba, limite).isNull());
+
+        const auto modelo = downloads.modelo();
+        QVERIFY(modelo);
+        Detalhes detalhes(*modelo);
+        QVERIFY(descrever(detalhes, itemDe(*modelo, "bomba.png")));
+        QCOMPARE(detalhes.fonteDaPrevia(), Previa::Fonte::nenhuma);
+        QVERIFY(descrever(detalhes, itemDe(*modelo, "comum.png")));
+        QCOMPARE(detalhes.fonteDaPrevia(), Previa::Fonte::imagem);
+    }
+
+    void imagemQueNaoEMaisQueridaDeixaDeSerLida()
+    {
+        Downloads downloads;
+        const std::string foto = downloads.pasta() + "/foto.png";
+        escreverImagem(foto, QSize(1600, 800), Qt::darkGreen);
+        const QSize limite(Detalhes::kLadoDaPrevia, Detalhes::kAlturaDaPrevia);
+        std::stop_source parar;
+        parar.request_stop();
+        QVERIFY(Previa::imagemReduzida(foto, limite, parar.get_token()).isNull());
+        QCOMPARE(Previa::carregar(foto, limite, parar.get_token()).fonte, Previa::Fonte::nenhuma);
+        QCOMPARE(Previa::carregar(foto, limite).fonte, Previa::Fonte::imagem);
+    }
+
+    void miniaturaQueNaoEArquivoComumNaoEAberta()
+    {
+        Downloads downloads;
+        const std::string pdf = downloads.criar({.nome = "relatorio.pdf", .tamanho = 5000});
+        const QString cache = Previa::pastaDasMiniaturas();
+        const QString nome = QString::fromLatin1(
+            QCryptographicHash::hash(uriDoArquivo(pdf).toLatin1(), QCryptographicHash::Md5).toHex()) + QStringLiteral(".png");
+        // A FIFO where the large thumbnail goes: opening it for reading would wait for a writer
+        // for ever.
+        QDir().mkpath(cache + QStringLiteral("/large"));
+        QCOMPARE(::mkfifo(QFile::encodeName(cache + QStringLiteral("/large/") + nome).constData(), 0600), 0);
+        // A link to a thumbnail that would otherwise be valid.
+        const QString alhures = QDir::tempPath() + QStringLiteral("/alhures-") + QString::number(::getpid());
+        escreverMiniatura(pdf, mtimeDe(pdf), Qt::red, "", alhures);
+        QDir().mkpath(cache + QStringLiteral("/x-large"));
+        QVERIFY(QFile::link(alhures + QLatin1Char('/') + nome, cache + QStringLiteral("/x-large/") + nome));
+        QVERIFY(Previa::miniaturaEmCache(cache, pdf, mtimeDe(pdf)).imagem.isNull());
+
+        // A plain one beside them is read.
+        escreverMiniatura(pdf, mtimeDe(pdf), Qt::blue, "normal");
+        QCOMPARE(Previa::miniaturaEmCache(cache, pdf, mtimeDe(pdf)).imagem.pixelColor(1, 1), QColor(Qt::blue));
+        QDir(alhures).removeRecursively();
     }
 
     void outrosArquivosMostramOIconeDoTipoDoTemaOuUmDocumentoNuncaODoAplicativo()
