@@ -3,8 +3,10 @@
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/SeloView.hpp"
 #include "TarrafaApp/Painel/Simbolos.hpp"
 #include "TarrafaCore/Endereco.hpp"
+#include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
 
 #include <QApplication>
@@ -279,13 +281,13 @@ void Detalhes::mostrar(const std::optional<ItemTriado>& item)
     }
 
     const FileSnapshot& s = item_->snapshot();
-    nome_->setText(QString::fromStdString(s.nome()));
+    nome_->setText(QString::fromStdString(Escapes::paraJanela(s.nome())));
     for (const Selo& selo : item_->selos()) {
         if (selo.caso() == Selo::Caso::copiaIdentica) {
-            linha(QStringLiteral("Conteúdo"), QString::fromStdString(selo.rotulo()), "copiaDe");
+            linha(QStringLiteral("Conteúdo"), rotuloNaJanela(selo), "copiaDe");
         }
     }
-    linha(QStringLiteral("Origem"), QString::fromStdString(item_->origem().rotulo()), "origem");
+    linha(QStringLiteral("Origem"), QString::fromStdString(Escapes::paraJanela(item_->origem().rotulo())), "origem");
     // Shown without what may be secret; "Copiar endereço completo" gives the whole address.
     for (std::size_t i = 0; i < s.origens().size(); ++i) {
         linha(papelDoEndereco(i), quebravel(QString::fromStdString(Endereco::semSegredos(s.origens()[i]))),

@@ -2,6 +2,7 @@
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 
 #include "TarrafaApp/Modelo/Modelo.hpp"
+#include "TarrafaApp/Painel/SeloView.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
 
@@ -79,7 +80,7 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
             linhas.append(estado);
         }
         for (const Selo& selo : it.selos()) {
-            linhas.append(QString::fromStdString(selo.rotulo()));
+            linhas.append(rotuloNaJanela(selo));
         }
         return linhas.join(QLatin1Char('\n'));
     }
@@ -91,7 +92,7 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
             partes.append(estado);
         }
         for (const Selo& selo : it.selos()) {
-            partes.append(QString::fromStdString(selo.rotulo()));
+            partes.append(rotuloNaJanela(selo));
         }
         partes.append(QString::fromStdString(Formato::bytes(it.snapshot().tamanho())));
         return partes.join(QStringLiteral(", "));
@@ -105,7 +106,7 @@ QVariant ModeloDeArquivos::data(const QModelIndex& indice, int papel) const
     case PapelSelos: {
         QStringList rotulos;
         for (const Selo* selo : selosNaOrdemDaLinha(it)) {
-            rotulos.append(QString::fromStdString(selo->rotulo()));
+            rotulos.append(rotuloNaJanela(*selo));
         }
         return rotulos;
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/SeloView.hpp"
 
+#include "TarrafaCore/Escapes.hpp"
+
 #include "TarrafaApp/Painel/Aparencia.hpp"
 
 #include <QFontMetrics>
@@ -68,9 +70,17 @@ SeloView::SeloView(Selo selo, QWidget* parent)
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
+QString rotuloNaJanela(const Selo& selo)
+{
+    if (selo.caso() == Selo::Caso::copiaIdentica) {
+        return QStringLiteral("cópia idêntica de ") + QString::fromStdString(Escapes::paraJanela(selo.nome()));
+    }
+    return QString::fromStdString(selo.rotulo());
+}
+
 QString SeloView::rotulo() const
 {
-    return QString::fromStdString(selo_.rotulo());
+    return rotuloNaJanela(selo_);
 }
 
 QSize SeloView::sizeHint() const

@@ -30,6 +30,11 @@ void desenhar(QPainter& pintor, const QRect& retangulo, const QString& rotulo, c
 
 } // namespace chip
 
+// The badge's label as the window shows it: the original's name in "cópia idêntica de …"
+// comes from a stranger, and its controls and direction marks are made visible like every
+// name in the window.
+[[nodiscard]] QString rotuloNaJanela(const Selo& selo);
+
 // One badge as a widget, where a chip stands alone rather than inside a list row.
 class SeloView final : public QWidget {
     Q_OBJECT

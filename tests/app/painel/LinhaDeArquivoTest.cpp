@@ -12,6 +12,7 @@
 #include "TarrafaApp/Painel/BarraDeAcoes.hpp"
 #include "TarrafaApp/Painel/DelegadoDeArquivos.hpp"
 #include "TarrafaApp/Painel/ListaDeArquivos.hpp"
+#include "TarrafaApp/Painel/Detalhes.hpp"
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 #include "TarrafaApp/Painel/SeloView.hpp"
 #include "TarrafaCore/Formato.hpp"
@@ -102,6 +103,47 @@ private Q_SLOTS:
                 qPrintable(QStringLiteral("%1 px: %2").arg(largura).arg(QStringList(d.rotulos.begin(), d.rotulos.end()).join(QLatin1Char(',')))));
         }
         QVERIFY(dobradas > 0);
+    }
+
+    void nomeDoOriginalNaCopiaIdenticaNaoReordenaOTexto()
+    {
+        Downloads downloads;
+        // Reads "faturaexe.pdf" where direction marks are obeyed.
+        const std::string original = "fatura\u202Efdp.exe";
+        downloads.criar({.nome = original, .tamanho = 777, .origem = kOrigem, .baixadoHaDias = 5});
+        const std::string id = downloads.criar({.nome = "copia.pdf", .tamanho = 777, .origem = kOrigem, .baixadoHaDias = 3});
+        auto modelo = downloads.modeloNovo();
+        QSignalSpy comparadas(modelo.get(), &Modelo::duplicatasComparadas);
+        QVERIFY(comparadas.wait(60000));
+        Bancada b(*modelo, kGrupo);
+        QVERIFY(b.exposta());
+        const QModelIndex indice = b.lista->model()->index(b.linhaDe("copia.pdf"), 0);
+        const QString esperado = QStringLiteral("cópia idêntica de fatura\\u202efdp.exe");
+        QVERIFY2(indice.data(ModeloDeArquivos::PapelSelos).toStringList().contains(esperado),
+            qPrintable(indice.data(ModeloDeArquivos::PapelSelos).toStringList().join(QLatin1Char(','))));
+        for (const int papel : {int(Qt::ToolTipRole), int(Qt::AccessibleTextRole)}) {
+            const QString texto = indice.data(papel).toString();
+            QVERIFY2(!texto.contains(QChar(0x202E)) && texto.contains(esperado), qPrintable(texto));
+        }
+        const std::vector<ItemTriado> todos = modelo->itensTodos();
+        const auto item = std::find_if(todos.begin(), todos.end(), [&](const ItemTriado& i) { return i.id() == id; });
+        QVERIFY(item != todos.end());
+        for (const Selo& selo : item->selos()) {
+            QVERIFY(!rotuloNaJanela(selo).contains(QChar(0x202E)));
+            QVERIFY(!SeloView(selo).rotulo().contains(QChar(0x202E)));
+        }
+        // And the details pane, for the copy and for the original.
+        Detalhes detalhes(*modelo);
+        detalhes.mostrar(*item);
+        const auto* copiaDe = detalhes.findChild<QLabel*>(QStringLiteral("copiaDe"));
+        QVERIFY(copiaDe);
+        QCOMPARE(copiaDe->text().remove(QChar(0x200B)), esperado);
+        const auto doOriginal = std::find_if(todos.begin(), todos.end(), [&](const ItemTriado& i) { return i.nome() == original; });
+        QVERIFY(doOriginal != todos.end());
+        detalhes.mostrar(*doOriginal);
+        const auto* nome = detalhes.findChild<QLabel*>(QStringLiteral("nomeNosDetalhes"));
+        QVERIFY(nome);
+        QCOMPARE(nome->text(), QStringLiteral("fatura\\u202efdp.exe"));
     }
 
     void selosQueNaoCabemViramMaisNEODicaListaTodos()
