@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -33,14 +35,27 @@ constexpr std::size_t kTamanhoMaximoDoRegistro = 64 * 1024;
 
 using Caminho::nomeDe;
 
-// The top folder of the file system the folder lies on: walking up until the device changes.
-std::optional<std::string> topoDoDisco(const std::string& pasta)
+// The folder as the disk knows it, every link resolved: a Downloads folder that is a link to
+// another disk is on that disk, and its trash is there.
+std::optional<std::string> caminhoReal(const std::string& pasta)
 {
-    struct stat info {};
-    if (::stat(pasta.c_str(), &info) != 0) {
+    std::unique_ptr<char, decltype(&std::free)> real(::realpath(pasta.c_str(), nullptr), &std::free);
+    if (!real) {
         return std::nullopt;
     }
-    std::string atual = pasta;
+    return std::string(real.get());
+}
+
+// The top folder of the file system the folder lies on: from its real path, walking up until
+// the device changes.
+std::optional<std::string> topoDoDisco(const std::string& pasta)
+{
+    const std::optional<std::string> real = caminhoReal(pasta);
+    struct stat info {};
+    if (!real || ::stat(real->c_str(), &info) != 0) {
+        return std::nullopt;
+    }
+    std::string atual = *real;
     while (atual != "/") {
         const std::string acima = Caminho::pastaDe(atual);
         struct stat infoAcima {};
@@ -138,18 +153,23 @@ std::optional<Registro> lerRegistro(const std::string& conteudo, const std::stri
     return Registro {std::move(*caminho), std::move(quando)};
 }
 
-// A trash of this user's: a real folder, not a link, that the user owns. On a shared disk
-// anyone may make $topdir/.Trash-$uid first; its records could hand the person someone else's
-// file (or a link to a secret), so such a folder is never read.
+// A trash of this user's: a real folder, not a link, that the user owns and nobody else may
+// write into. On a shared disk anyone may make $topdir/.Trash-$uid first; its records could
+// hand the person someone else's file (or a link to a secret), so such a folder is never read.
 bool ehDoUsuario(const std::string& pasta)
 {
     struct stat info {};
-    return ::lstat(pasta.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::getuid();
+    return ::lstat(pasta.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::getuid()
+        && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 // Calls visitar with every record of the folder's trashes whose file is still there.
+// A record names the file by the path it was trashed from, which may be the real one (GIO
+// resolves links to find the disk's top) or the one through a link; it is given back in the
+// folder's own terms, the way the folder is listed.
 template <typename Visitar> void percorrer(const std::string& pasta, Visitar&& visitar)
 {
+    const std::optional<std::string> real = caminhoReal(pasta);
     for (const Lixeira& lixeira : lixeirasDaPasta(pasta)) {
         if (!ehDoUsuario(lixeira.pasta)) {
             continue;
@@ -170,6 +190,9 @@ template <typename Visitar> void percorrer(const std::string& pasta, Visitar&& v
             std::optional<Registro> registro = conteudo ? lerRegistro(*conteudo, lixeira.topo) : std::nullopt;
             if (!registro) {
                 continue;
+            }
+            if (real && *real != pasta && Caminho::pastaDe(registro->caminho) == *real) {
+                registro->caminho = (pasta == "/" ? std::string() : pasta) + "/" + nomeDe(registro->caminho);
             }
             std::string arquivo = lixeira.pasta + "/files/" + std::string(nome.substr(0, nome.size() - kSufixo.size()));
             struct stat noLugar {};
@@ -232,6 +255,14 @@ std::optional<Falha> restaurarDe(const NaLixeira& naLixeira, const std::string& 
     const Falha ocupado = "já existe um arquivo com esse nome na pasta. Nada foi substituído.";
     if (::lstat(caminhoOriginal.c_str(), &info) == 0) {
         return ocupado;
+    }
+    // Only what is the person's comes back: in a trash on a shared disk, what another user
+    // put there is theirs.
+    if (::lstat(naLixeira.arquivo.c_str(), &info) != 0) {
+        return Falha("ele não está mais na Lixeira.");
+    }
+    if (info.st_uid != ::getuid()) {
+        return Falha("o que está na Lixeira com esse nome não é seu. Nada foi restaurado.");
     }
     // Never over what may have appeared meanwhile, and never a copy across disks.
     if (::renameat2(AT_FDCWD, naLixeira.arquivo.c_str(), AT_FDCWD, caminhoOriginal.c_str(), RENAME_NOREPLACE)

@@ -265,3 +265,66 @@ TEST_F(LixeiraTest, AFileOnAnotherDiskComesBackFromThatDisksOwnTrash)
     EXPECT_EQ(lerArquivo(caminho), "no pendrive");
     EXPECT_EQ(quantosEm(lixeiraDoDisco + "/info"), 0U);
 }
+
+TEST_F(LixeiraTest, AFolderThatIsALinkToAnotherDiskRestoresFromThatDisksTrash)
+{
+    const std::string disco = casa() / "outro-disco";
+    fs::create_directories(disco);
+    const teste::OutroSistemaDeArquivos outro(disco, teste::OutroSistemaDeArquivos::Tipo::imagemExt4, casa().caminho());
+    if (!outro.montado()) {
+        GTEST_SKIP() << "mounting an ext4 image needs root, mkfs.ext4 and a loop device";
+    }
+    fs::create_directories(disco + "/Baixados");
+    // The person's Downloads, a link to a folder of the other disk.
+    const std::string atalho = casa() / "Downloads-no-disco";
+    fs::remove(atalho);
+    fs::create_directory_symlink(disco + "/Baixados", atalho);
+    const std::string caminho = atalho + "/c.pdf";
+    teste::escrever(caminho, "pelo atalho");
+    ASSERT_FALSE(Lixeira::mover(caminho, std::nullopt));
+    const std::string lixeiraDoDisco = disco + "/.Trash-" + std::to_string(::getuid());
+    ASSERT_EQ(quantosEm(lixeiraDoDisco + "/files"), 1U);
+
+    const std::vector<Lixeira::Guardado> guardados = Lixeira::listar(atalho);
+    ASSERT_EQ(guardados.size(), 1U);
+    EXPECT_EQ(guardados[0].caminhoOriginal, caminho) << "named as the folder is listed";
+    const auto volta = Lixeira::restaurar(caminho);
+    ASSERT_FALSE(volta) << *volta;
+    EXPECT_EQ(lerArquivo(caminho), "pelo atalho");
+    EXPECT_EQ(quantosEm(lixeiraDoDisco + "/info"), 0U);
+    fs::remove(atalho);
+}
+
+TEST_F(LixeiraTest, OnASharedDiskAPlantedTrashOrAnotherUsersFileNeverComesBack)
+{
+    const std::string disco = casa() / "compartilhado";
+    fs::create_directories(disco);
+    const teste::OutroSistemaDeArquivos outro(disco, teste::OutroSistemaDeArquivos::Tipo::imagemExt4, casa().caminho());
+    if (!outro.montado() || ::getuid() != 0) {
+        GTEST_SKIP() << "mounting an ext4 image and acting as another user need root";
+    }
+    fs::create_directories(disco + "/Baixados");
+    const std::string caminho = disco + "/Baixados/relatorio.pdf";
+    const std::string uid = std::to_string(::getuid());
+    const std::string porUsuario = disco + "/.Trash-" + uid;
+
+    // Another user made the person's trash first, writable by all, with a record for the
+    // person's file dated far ahead.
+    fs::create_directories(porUsuario + "/files");
+    fs::create_directories(porUsuario + "/info");
+    teste::escrever(porUsuario + "/files/relatorio.pdf", "do outro");
+    teste::escrever(porUsuario + "/info/relatorio.pdf.trashinfo",
+        "[Trash Info]\nPath=Baixados/relatorio.pdf\nDeletionDate=2099-01-01T00:00:00\n");
+    ASSERT_EQ(::chmod(porUsuario.c_str(), 0777), 0);
+    EXPECT_TRUE(Lixeira::listar(disco + "/Baixados").empty());
+    EXPECT_EQ(Lixeira::restaurar(caminho).value_or(""), "ele não está na Lixeira.");
+    EXPECT_FALSE(fs::exists(caminho));
+
+    // The folder closed again, but the file in it is another user's.
+    ASSERT_EQ(::chmod(porUsuario.c_str(), 0700), 0);
+    ASSERT_EQ(::lchown((porUsuario + "/files/relatorio.pdf").c_str(), 4242, 4242), 0);
+    ASSERT_EQ(Lixeira::listar(disco + "/Baixados").size(), 1U);
+    EXPECT_EQ(Lixeira::restaurar(caminho).value_or(""), "o que está na Lixeira com esse nome não é seu. Nada foi restaurado.");
+    EXPECT_FALSE(fs::exists(caminho));
+    EXPECT_EQ(lerArquivo(porUsuario + "/files/relatorio.pdf"), "do outro");
+}
