@@ -12,13 +12,14 @@ namespace tarrafa::app {
 
 // The icon for one of the symbol names the screens are described with ("tray.full",
 // "clock", "folder", "chevron.right"...): the desktop icon theme's symbolic icon for the
-// matching freedesktop name when the theme has one ("folder-symbolic"), otherwise a line
-// drawing of our own in the palette's text colour, so every symbol shows in one style even
-// where no icon theme is installed.
+// matching freedesktop name when the theme has one ("folder-symbolic"), otherwise our own
+// line drawing (an SVG in the program's resources) in the palette's text colour, so every
+// symbol shows in one style even where no icon theme is installed.
 // An unknown name gives a null icon.
 [[nodiscard]] QIcon simbolo(QStringView nomeDoSistema);
 
-// Our own drawing alone, never the theme's.
+// Our own drawing alone, never the theme's: the resource :/tarrafa/simbolos/<name>.svg,
+// painted in the palette's text colour of the moment.
 [[nodiscard]] QIcon simboloDesenhado(QStringView nomeDoSistema);
 
 // The freedesktop symbolic icon names tried for a symbol, in order of preference; empty for

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Symbols: every name the screens use shows something, from the icon theme when it has the
-// icon, from our own drawings when it does not (or when there is no theme at all).
+// icon, from our own drawings (SVG files in the resources) when it does not (or when there is
+// no theme at all).
 #include "Registro.hpp"
 
 #include "TarrafaApp/Painel/Aparencia.hpp"
@@ -12,7 +13,10 @@
 #include <QFontMetrics>
 #include <QImage>
 #include <QPainter>
+#include <QSvgRenderer>
 #include <QTest>
+
+#include <algorithm>
 
 namespace tarrafa::app::teste {
 
@@ -29,6 +33,49 @@ int pixelsVisiveis(const QImage& imagem)
         }
     }
     return visiveis;
+}
+
+QString arquivoDoDesenho(const QString& nome)
+{
+    return QStringLiteral(":/tarrafa/simbolos/%1.svg").arg(nome);
+}
+
+// Pixels that are not of the colour, once their coverage is taken into account: every drawn
+// pixel of a one-colour symbol is the colour at some opacity. Compared premultiplied, as the
+// pixmap stores them, with one step of rounding allowed.
+int pixelsDeOutraCor(const QImage& imagem, const QColor& cor)
+{
+    const QImage premultiplicada = imagem.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    int outras = 0;
+    for (int y = 0; y < premultiplicada.height(); ++y) {
+        for (int x = 0; x < premultiplicada.width(); ++x) {
+            const QRgb pixel = premultiplicada.pixel(x, y);
+            const QRgb esperado = qPremultiply(qRgba(cor.red(), cor.green(), cor.blue(), qAlpha(pixel)));
+            if (std::abs(qRed(pixel) - qRed(esperado)) > 1 || std::abs(qGreen(pixel) - qGreen(esperado)) > 1
+                || std::abs(qBlue(pixel) - qBlue(esperado)) > 1) {
+                ++outras;
+            }
+        }
+    }
+    return outras;
+}
+
+// The coverage alone: what the drawing's shape is, whatever its colour.
+QImage alfa(const QImage& imagem)
+{
+    return imagem.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_Alpha8);
+}
+
+QPalette paletaEscura()
+{
+    QPalette escura;
+    escura.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
+    escura.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+    escura.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    escura.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
+    escura.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
+    escura.setColor(QPalette::HighlightedText, Qt::white);
+    return escura;
 }
 
 // Every symbol name the panels and the sidebar ask for.
@@ -120,6 +167,77 @@ private Q_SLOTS:
         QCOMPARE(QColor(maisForte).rgb(), texto.rgb());
         const QImage desativado = icone.pixmap(QSize(24, 24), 2.0, QIcon::Disabled).toImage();
         QVERIFY(desativado != normal);
+    }
+
+    void cadaSimboloTemSeuDesenhoNosRecursos()
+    {
+        QStringList esperados;
+        for (const QString& nome : simbolosConhecidos()) {
+            QSvgRenderer desenho(arquivoDoDesenho(nome));
+            QVERIFY2(desenho.isValid(), qPrintable(nome));
+            // All drawn on the same grid, so they line up at every size.
+            QCOMPARE(desenho.viewBoxF(), QRectF(0, 0, 16, 16));
+            esperados.append(nome + QStringLiteral(".svg"));
+        }
+        // And no drawing that no symbol name reaches.
+        QStringList presentes = QDir(QStringLiteral(":/tarrafa/simbolos")).entryList(QDir::Files);
+        presentes.sort();
+        esperados.sort();
+        QCOMPARE(presentes, esperados);
+    }
+
+    void desenhoEhDeUmaSoCorNaPaletaClaraENaEscura()
+    {
+        const QPalette anterior = QGuiApplication::palette();
+        const QIcon pasta = simboloDesenhado(u"folder"); // made once, painted under both palettes
+        QImage pastaNaClara;
+        for (const QPalette& paleta : {anterior, paletaEscura()}) {
+            QGuiApplication::setPalette(paleta);
+            const QColor texto = paleta.color(QPalette::WindowText);
+            for (const QString& nome : simbolosConhecidos()) {
+                for (const qreal escala : {1.0, 2.0}) {
+                    const QImage imagem = simboloDesenhado(nome).pixmap(QSize(16, 16), escala).toImage();
+                    QCOMPARE(imagem.size(), QSize(16, 16) * escala);
+                    QVERIFY2(pixelsVisiveis(imagem) > 10 * escala * escala, qPrintable(nome));
+                    QVERIFY2(pixelsDeOutraCor(imagem, texto) == 0, qPrintable(nome));
+                }
+            }
+            const QImage daPasta = pasta.pixmap(QSize(16, 16), 1.0).toImage();
+            QCOMPARE(pixelsDeOutraCor(daPasta, texto), 0);
+            if (pastaNaClara.isNull()) {
+                pastaNaClara = daPasta;
+            } else {
+                // Same shape, the other colour: the icon follows the palette without being made again.
+                QVERIFY(daPasta != pastaNaClara);
+                QCOMPARE(alfa(daPasta), alfa(pastaNaClara));
+            }
+        }
+        QGuiApplication::setPalette(anterior);
+        QVERIFY(anterior.color(QPalette::WindowText) != paletaEscura().color(QPalette::WindowText));
+    }
+
+    void oQueSePintaEhODesenhoDosRecursos()
+    {
+        QVERIFY(simboloDesenhado(u"no.such.symbol").isNull());
+        for (const QString& nome : simbolosConhecidos()) {
+            for (const int lado : {16, 32}) {
+                QImage doArquivo(lado, lado, QImage::Format_ARGB32_Premultiplied);
+                doArquivo.fill(Qt::transparent);
+                {
+                    QPainter pintor(&doArquivo);
+                    pintor.setRenderHint(QPainter::Antialiasing);
+                    QSvgRenderer(arquivoDoDesenho(nome)).render(&pintor, QRectF(0, 0, lado, lado));
+                }
+                const QImage pintado = simboloDesenhado(nome).pixmap(QSize(lado, lado), 1.0).toImage();
+                QVERIFY2(alfa(pintado) == alfa(doArquivo), qPrintable(nome));
+            }
+        }
+        // A rectangle that is not square gets the drawing centred, not stretched.
+        const QImage largo = simboloDesenhado(u"chevron.right").pixmap(QSize(32, 16), 1.0).toImage();
+        QCOMPARE(largo.size(), QSize(32, 16));
+        QCOMPARE(alfa(largo.copy(8, 0, 16, 16)),
+            alfa(simboloDesenhado(u"chevron.right").pixmap(QSize(16, 16), 1.0).toImage()));
+        QCOMPARE(pixelsVisiveis(largo.copy(0, 0, 8, 16)) + pixelsVisiveis(largo.copy(24, 0, 8, 16)), 0);
     }
 
     void nomeDesconhecidoNaoTemIcone()
