@@ -56,12 +56,14 @@ public:
         std::memcpy(bytes + 8, &hash->alto, 8);
         sqlite3_bind_blob(stmt_, indice, bytes, sizeof bytes, SQLITE_TRANSIENT);
     }
+    // The key: parameters 1 to 5.
     void ligar(const Identidade& arquivo)
     {
         ligar(1, comoInteiro(arquivo.dispositivo));
         ligar(2, comoInteiro(arquivo.inode));
         ligar(3, arquivo.tamanho);
         ligar(4, arquivo.modificadoNs);
+        ligar(5, arquivo.alteradoNs);
     }
     [[nodiscard]] int passo() { return sqlite3_step(stmt_); }
     [[nodiscard]] std::optional<Hash128> hash(int coluna) const
@@ -98,7 +100,7 @@ public:
     explicit Busca(sqlite3* db)
         : Comando(db,
               "SELECT parcial, completo, usado FROM hashes WHERE dispositivo = ?1 AND inode = ?2"
-              " AND tamanho = ?3 AND modificado = ?4")
+              " AND tamanho = ?3 AND modificado = ?4 AND alterado = ?5")
     {
     }
 };
@@ -128,11 +130,11 @@ CacheDeHashes::CacheDeHashes(const std::string& arquivo)
         && executar(db,
             "CREATE TABLE IF NOT EXISTS hashes ("
             " dispositivo INTEGER NOT NULL, inode INTEGER NOT NULL,"
-            " tamanho INTEGER NOT NULL, modificado INTEGER NOT NULL,"
+            " tamanho INTEGER NOT NULL, modificado INTEGER NOT NULL, alterado INTEGER NOT NULL,"
             " parcial BLOB, completo BLOB, usado INTEGER NOT NULL,"
             " PRIMARY KEY (dispositivo, inode)) WITHOUT ROWID");
     // A file that is not a cache of ours (damaged, or another table of that name) is left
-    // alone and not used.
+    // alone and not used; so is a cache of the version without the change time in its key.
     auto busca = pronto ? std::make_unique<Busca>(db) : nullptr;
     if (!busca || !busca->valido()) {
         busca.reset();
@@ -194,22 +196,22 @@ void CacheDeHashes::gravar()
     const sqlite3_int64 hoje = agora();
     {
         Comando escrever(db_,
-            "INSERT OR REPLACE INTO hashes (dispositivo, inode, tamanho, modificado, parcial, completo, usado)"
-            " VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+            "INSERT OR REPLACE INTO hashes (dispositivo, inode, tamanho, modificado, alterado, parcial, completo,"
+            " usado) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
         Comando usar(db_,
-            "UPDATE hashes SET usado = ?5 WHERE dispositivo = ?1 AND inode = ?2 AND tamanho = ?3"
-            " AND modificado = ?4");
+            "UPDATE hashes SET usado = ?6 WHERE dispositivo = ?1 AND inode = ?2 AND tamanho = ?3"
+            " AND modificado = ?4 AND alterado = ?5");
         for (const Pendente& pendente : pendentes_) {
             escrever.ligar(pendente.arquivo);
-            escrever.ligar(5, pendente.entrada.parcial);
-            escrever.ligar(6, pendente.entrada.completo);
-            escrever.ligar(7, hoje);
+            escrever.ligar(6, pendente.entrada.parcial);
+            escrever.ligar(7, pendente.entrada.completo);
+            escrever.ligar(8, hoje);
             (void)escrever.passo();
             escrever.reiniciar();
         }
         for (const Identidade& arquivo : renovar_) {
             usar.ligar(arquivo);
-            usar.ligar(5, hoje);
+            usar.ligar(6, hoje);
             (void)usar.passo();
             usar.reiniciar();
         }

@@ -23,7 +23,8 @@ struct Hash128 {
 
 // The hashes of files already read, kept between runs so that a folder seen before is compared
 // without reading it again. An entry stands for one file (device and inode) as it was: it is
-// used only while the file keeps the size and modification time it had when it was read.
+// used only while the file keeps the size, modification time and change time it had when it
+// was read.
 //
 // Losing the cache costs only a new reading, so it never stands in the way: a file that
 // cannot be opened or created, a damaged one or one locked by another program leaves the
@@ -48,7 +49,7 @@ public:
 
     [[nodiscard]] bool aberto() const noexcept { return db_ != nullptr; }
     // What is known of the file as it is now; none when it is not known, or was read when it
-    // had another size or modification time.
+    // had another size, modification time or change time.
     [[nodiscard]] std::optional<Entrada> buscar(const Identidade& arquivo);
     // Remembers what was read; written with the next gravar().
     void guardar(const Identidade& arquivo, const Entrada& entrada);
