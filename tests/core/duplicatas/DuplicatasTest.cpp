@@ -284,10 +284,17 @@ TEST_F(DuplicatasTest, CacheDanificadoNaoAtrapalha)
     teste::escrever(pasta / "a", conteudo);
     teste::escrever(pasta / "b", conteudo);
 
+    {
+        // Thrown away, and a new cache made in its place.
+        CacheDeHashes cache(arquivoDoCache());
+        EXPECT_TRUE(cache.aberto());
+        const auto resultado = Duplicatas::encontrar({arquivo(pasta / "a", 1), arquivo(pasta / "b", 2)}, cache);
+        EXPECT_EQ(resultado.duplicataDe.size(), 1U);
+    }
     CacheDeHashes cache(arquivoDoCache());
-    EXPECT_FALSE(cache.aberto());
     const auto resultado = Duplicatas::encontrar({arquivo(pasta / "a", 1), arquivo(pasta / "b", 2)}, cache);
     EXPECT_EQ(resultado.duplicataDe.size(), 1U);
+    EXPECT_EQ(resultado.hashesLembrados, 2U);
 }
 
 TEST_F(DuplicatasTest, ArquivoEditadoNoLugarComAModificacaoPostaDeVoltaELidoDeNovo)
