@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/BancoCopiado.hpp"
 
+#include "TarrafaCore/BancoHostil.hpp"
 #include "TarrafaCore/Descritor.hpp"
 
 #include <sqlite3.h>
@@ -181,9 +182,14 @@ std::string nomeAoAcaso(const std::string& pasta)
 struct BancoCopiado::Estado {
     std::string nome;
     Vaga* vaga = nullptr;
-    std::chrono::steady_clock::time_point prazo;
-    std::stop_token parar;
+    BancoHostil::Prazo prazo;
 
+    explicit Estado(std::stop_token parar)
+        : prazo(std::move(parar))
+    {
+    }
+    Estado(const Estado&) = delete;
+    Estado& operator=(const Estado&) = delete;
     ~Estado() { descartarNomes(); }
 
     // Once SQLite holds the copies open, their names are no longer needed.
@@ -201,13 +207,6 @@ struct BancoCopiado::Estado {
 };
 
 namespace {
-
-int verificarPrazo(void* dados)
-{
-    auto* estado = static_cast<BancoCopiado::Estado*>(dados);
-    // Non-zero interrupts the statement.
-    return estado->parar.stop_requested() || std::chrono::steady_clock::now() > estado->prazo ? 1 : 0;
-}
 
 bool executar(sqlite3* db, const char* sql)
 {
@@ -227,15 +226,10 @@ sqlite3* abrirCopia(const std::string& nome, BancoCopiado::Estado& estado)
         sqlite3_close(db);
         return nullptr;
     }
-    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    BancoHostil::blindar(db);
     sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
     sqlite3_busy_timeout(db, 0);
-    // No value we read is anywhere near this; a planted multi-megabyte string fails the query.
-    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, 8 << 20);
-    sqlite3_progress_handler(db, 1000, verificarPrazo, &estado);
+    estado.prazo.instalar(db);
     if (!executar(db, "SELECT count(*) FROM sqlite_master") || !executar(db, "PRAGMA query_only = 1")
         || !executar(db, "PRAGMA cell_size_check = 1")) {
         sqlite3_close(db);
@@ -268,9 +262,8 @@ std::unique_ptr<BancoCopiado> BancoCopiado::abrir(
     if (parar.stop_requested()) {
         return nullptr;
     }
-    auto estado = std::make_unique<Estado>();
-    estado->prazo = std::chrono::steady_clock::now() + orcamento;
-    estado->parar = std::move(parar);
+    auto estado = std::make_unique<Estado>(std::move(parar));
+    estado->prazo.definir(orcamento);
 
     // The database, its log and its journal are opened now, so that what is copied belongs
     // together; the log and the journal are optional.

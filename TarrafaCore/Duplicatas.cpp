@@ -118,16 +118,19 @@ private:
         return fd;
     }
 
-    // Whether the open file is still the regular file the scan saw, same size and same
-    // modification time: a file rewritten meanwhile is compared with nothing.
+    // Whether the open file is still the regular file the scan saw, same size, same
+    // modification and change times: a file rewritten meanwhile is compared with nothing. The
+    // change time counts here too, or a hash read after an in-place edit would be remembered
+    // under the key of the file as it was before it.
     static bool inalterado(int fd, const Arquivo& arquivo)
     {
         struct statx info {};
-        constexpr unsigned kCampos = STATX_TYPE | STATX_INO | STATX_SIZE | STATX_MTIME;
+        constexpr unsigned kCampos = STATX_TYPE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME;
         if (::statx(fd, "", AT_EMPTY_PATH | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
             return false;
         }
-        return Identidade::deStatx(info) == arquivo.identidade;
+        const Identidade agora = Identidade::deStatx(info);
+        return agora == arquivo.identidade && agora.alteradoNs == arquivo.identidade.alteradoNs;
     }
 
     // Exactly quanto bytes from the offset into the hash; false when the file ends early or a

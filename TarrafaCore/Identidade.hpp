@@ -17,12 +17,25 @@ struct Identidade {
     std::uint32_t tipo = 0; // the S_IFMT bits
     std::int64_t tamanho = 0;
     std::int64_t modificadoNs = 0;
+    // When its inode last changed (ctime): any write, and anything else done to it. Unlike the
+    // modification time it cannot be set back, so a file edited in place whose modification
+    // time was restored afterwards (touch -d) still tells. Zero when the system gave none.
+    std::int64_t alteradoNs = 0;
 
-    friend bool operator==(const Identidade&, const Identidade&) = default;
+    // The same entry, as it was: the change time is left out, since renaming a file, moving
+    // it to the trash and back, or changing its permissions or attributes change it too, and
+    // the entry is still the one that was seen. What must notice an in-place edit compares
+    // alteradoNs as well.
+    friend bool operator==(const Identidade& a, const Identidade& b) noexcept
+    {
+        return a.dispositivo == b.dispositivo && a.inode == b.inode && a.tipo == b.tipo && a.tamanho == b.tamanho
+            && a.modificadoNs == b.modificadoNs;
+    }
 
     // What the path names now; none when nothing is there or it cannot be read.
     [[nodiscard]] static std::optional<Identidade> ler(const std::string& caminho);
-    // From what statx said of an entry (type, inode, size and modification time asked for).
+    // From what statx said of an entry (type, inode, size, modification and change times asked
+    // for).
     [[nodiscard]] static Identidade deStatx(const struct statx& info) noexcept;
 };
 

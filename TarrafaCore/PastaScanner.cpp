@@ -282,7 +282,7 @@ std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::st
 {
     struct statx info {};
     constexpr unsigned kCampos
-        = STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_BTIME;
+        = STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_CTIME | STATX_BTIME;
     if (::statx(pasta, nome.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT, kCampos, &info) != 0) {
         return std::nullopt;
     }

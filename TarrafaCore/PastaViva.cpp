@@ -24,7 +24,9 @@ using Leitura = PastaScanner::Leitura;
 // Whether two readings describe the same entry as far as anyone looking can tell.
 bool mesmaEntrada(const Leitura& a, const Leitura& b)
 {
-    return a.identidade == b.identidade && a.tamanho == b.tamanho && a.ehPasta == b.ehPasta
+    // The change time too: a file edited in place with its modification time set back must
+    // reach whoever compares contents with its new identity.
+    return a.identidade == b.identidade && a.identidade.alteradoNs == b.identidade.alteradoNs && a.tamanho == b.tamanho && a.ehPasta == b.ehPasta
         && a.baixadoEm == b.baixadoEm && a.criadoEm == b.criadoEm && a.ultimoUso == b.ultimoUso
         && a.origens == b.origens && a.ehScreenshot == b.ehScreenshot && a.agente == b.agente;
 }

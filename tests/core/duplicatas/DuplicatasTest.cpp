@@ -284,10 +284,59 @@ TEST_F(DuplicatasTest, CacheDanificadoNaoAtrapalha)
     teste::escrever(pasta / "a", conteudo);
     teste::escrever(pasta / "b", conteudo);
 
+    {
+        // Thrown away, and a new cache made in its place.
+        CacheDeHashes cache(arquivoDoCache());
+        EXPECT_TRUE(cache.aberto());
+        const auto resultado = Duplicatas::encontrar({arquivo(pasta / "a", 1), arquivo(pasta / "b", 2)}, cache);
+        EXPECT_EQ(resultado.duplicataDe.size(), 1U);
+    }
     CacheDeHashes cache(arquivoDoCache());
-    EXPECT_FALSE(cache.aberto());
     const auto resultado = Duplicatas::encontrar({arquivo(pasta / "a", 1), arquivo(pasta / "b", 2)}, cache);
     EXPECT_EQ(resultado.duplicataDe.size(), 1U);
+    EXPECT_EQ(resultado.hashesLembrados, 2U);
+}
+
+TEST_F(DuplicatasTest, ArquivoEditadoNoLugarComAModificacaoPostaDeVoltaELidoDeNovo)
+{
+    const std::string conteudo = bytesDe(200 * 1024, 11);
+    teste::escrever(pasta / "a.bin", conteudo);
+    teste::escrever(pasta / "b.bin", conteudo);
+    {
+        CacheDeHashes cache(arquivoDoCache());
+        ASSERT_TRUE(cache.aberto());
+        const auto antes = Duplicatas::encontrar({arquivo(pasta / "a.bin", 1), arquivo(pasta / "b.bin", 2)}, cache);
+        ASSERT_EQ(antes.duplicataDe.size(), 1U);
+    }
+    struct stat original {};
+    ASSERT_EQ(::stat((pasta / "b.bin").c_str(), &original), 0);
+    // The kernel's clock for change times is coarse (a few milliseconds): the edit must fall
+    // on a later tick than the writing above.
+    ::usleep(50'000);
+
+    // One byte of b rewritten where it lies, and its times put back as `touch -d` would.
+    const int fd = ::open((pasta / "b.bin").c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(fd, 0);
+    const char trocado = static_cast<char>(conteudo[100 * 1024] ^ 0x5a);
+    ASSERT_EQ(::pwrite(fd, &trocado, 1, 100 * 1024), 1);
+    ::close(fd);
+    const timespec tempos[2] {original.st_atim, original.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (pasta / "b.bin").c_str(), tempos, 0), 0);
+    struct stat editado {};
+    ASSERT_EQ(::stat((pasta / "b.bin").c_str(), &editado), 0);
+    ASSERT_EQ(editado.st_ino, original.st_ino);
+    ASSERT_EQ(editado.st_size, original.st_size);
+    ASSERT_EQ(editado.st_mtim.tv_sec, original.st_mtim.tv_sec);
+    ASSERT_EQ(editado.st_mtim.tv_nsec, original.st_mtim.tv_nsec);
+    ASSERT_NE(editado.st_ctim.tv_nsec + editado.st_ctim.tv_sec * 1'000'000'000LL,
+        original.st_ctim.tv_nsec + original.st_ctim.tv_sec * 1'000'000'000LL);
+
+    CacheDeHashes cache(arquivoDoCache());
+    const auto depois = Duplicatas::encontrar({arquivo(pasta / "a.bin", 1), arquivo(pasta / "b.bin", 2)}, cache);
+    EXPECT_TRUE(depois.duplicataDe.empty());
+    // b is read again (at its ends and whole, its ends still match a's); a comes from the cache.
+    EXPECT_EQ(depois.hashesLembrados, 1U);
+    EXPECT_EQ(depois.bytesLidos, 128 * 1024 + 200 * 1024);
 }
 
 TEST_F(DuplicatasTest, CacheEmPastaNovaECriadoSoParaODono)
