@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/Lixeira.hpp"
 
+#include "TarrafaCore/BarramentoDaSessao.hpp"
 #include "TarrafaCore/Caminho.hpp"
 
 #include "TarrafaCore/Descritor.hpp"
@@ -307,6 +308,8 @@ std::optional<Falha> mover(const std::string& caminho, const std::optional<Ident
         }
     }
 #ifdef TARRAFA_COM_GIO
+    // GIO may reach for the session bus on first use; one that does not answer is left out.
+    (void)BarramentoDaSessao::conferir();
     // The exact bytes of the path: names need not be UTF-8. Never a copy, never a delete.
     const std::unique_ptr<GFile, LiberarGObject> arquivo(g_file_new_for_path(caminho.c_str()));
     GError* falha = nullptr;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/MetadadosDoGnome.hpp"
 
+#include "TarrafaCore/BarramentoDaSessao.hpp"
+
 #ifdef TARRAFA_COM_GIO
 #include <gio/gio.h>
 
@@ -23,7 +25,8 @@ bool temBarramentoDeSessao()
 {
     const char* endereco = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     if (endereco != nullptr && *endereco != '\0') {
-        return true;
+        // One that does not answer would hold every scan up: asked once, for a few seconds.
+        return BarramentoDaSessao::conferir() == BarramentoDaSessao::Estado::responde;
     }
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     if (runtime == nullptr || *runtime != '/') {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/App/InstanciaUnica.hpp"
 
+#include "TarrafaApp/Painel/Barramento.hpp"
+
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -52,7 +54,10 @@ private:
 } // namespace
 
 InstanciaUnica::InstanciaUnica(QObject* parent)
-    : InstanciaUnica(QDBusConnection::sessionBus(), QStringLiteral("io.github.tarrafa.Tarrafa"), parent)
+    // A bus that does not answer is no bus: the window opens alone rather than late.
+    : InstanciaUnica(
+        Barramento::sessaoTravada() ? QDBusConnection(QString()) : QDBusConnection::sessionBus(),
+        QStringLiteral("io.github.tarrafa.Tarrafa"), parent)
 {
 }
 

@@ -6,12 +6,14 @@
 #include "TarrafaApp/App/JanelaPrincipal.hpp"
 #include "TarrafaApp/Modelo/Modelo.hpp"
 #include "TarrafaApp/Painel/Aparencia.hpp"
+#include "TarrafaApp/Painel/Barramento.hpp"
 
 #include <QApplication>
 
 #include "TarrafaCore/BancoCopiado.hpp"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -23,6 +25,31 @@ constexpr const char* kAjuda = "Uso: tarrafa [--help|--version]\n"
                                "  -h, --help  mostra esta ajuda\n"
                                "  --version   mostra a versão\n"
                                "Sem janela, o mesmo está em tarrafa-cli. Mais em man tarrafa.\n";
+
+// The window's life: the single-window check, the model, the window, the event loop. All of it
+// is gone, the decisions saved, when this returns.
+int executar()
+{
+    // A second launch shows the window already open and ends; should that one not answer,
+    // this one opens its own (the decision file keeps what both write).
+    tarrafa::app::InstanciaUnica instancia;
+    if (instancia.papel() == tarrafa::app::InstanciaUnica::Papel::outraAberta && instancia.ativarAOutra()) {
+        return 0;
+    }
+
+    tarrafa::app::Modelo modelo;
+    // The inbox people keep open: what arrives, changes or goes shows by itself.
+    modelo.setAoVivo(true);
+    tarrafa::app::JanelaPrincipal janela(modelo);
+    QObject::connect(&instancia, &tarrafa::app::InstanciaUnica::ativacaoPedida, &janela, [&janela] {
+        janela.setWindowState((janela.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+        janela.show();
+        janela.raise();
+        janela.activateWindow();
+    });
+    janela.show();
+    return QApplication::exec();
+}
 
 } // namespace
 
@@ -54,27 +81,19 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(QStringLiteral(TARRAFA_VERSAO));
     QGuiApplication::setDesktopFileName(QString::fromLatin1(tarrafa::app::kIdDoAplicativo));
     QApplication::setWindowIcon(tarrafa::app::iconeDoAplicativo());
+    // Before anything asks the session bus for something: one that does not answer must not
+    // keep the window from opening.
+    tarrafa::app::Barramento::conferirSessao();
     // Some themes leave fields with a placeholder that cannot be read: mended here and on
     // every later change of the palette.
     tarrafa::app::aparencia::manterPaletaLegivel();
 
-    // A second launch shows the window already open and ends; should that one not answer,
-    // this one opens its own (the decision file keeps what both write).
-    tarrafa::app::InstanciaUnica instancia;
-    if (instancia.papel() == tarrafa::app::InstanciaUnica::Papel::outraAberta && instancia.ativarAOutra()) {
-        return 0;
+    const int codigo = executar();
+    // A thread still waits on a session bus that never answered; waiting for it at exit would
+    // hold the process for as long again. Everything of ours is closed and saved by now.
+    if (tarrafa::app::Barramento::sessaoTravada()) {
+        std::fflush(nullptr);
+        std::_Exit(codigo);
     }
-
-    tarrafa::app::Modelo modelo;
-    // The inbox people keep open: what arrives, changes or goes shows by itself.
-    modelo.setAoVivo(true);
-    tarrafa::app::JanelaPrincipal janela(modelo);
-    QObject::connect(&instancia, &tarrafa::app::InstanciaUnica::ativacaoPedida, &janela, [&janela] {
-        janela.setWindowState((janela.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
-        janela.show();
-        janela.raise();
-        janela.activateWindow();
-    });
-    janela.show();
-    return QApplication::exec();
+    return codigo;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaApp/Painel/Revelar.hpp"
 
+#include "TarrafaApp/Painel/Barramento.hpp"
+
 #include "TarrafaCore/Caminho.hpp"
 
 #include <QByteArray>
@@ -49,6 +51,10 @@ QString uriDoArquivo(const std::string& caminho)
 
 void mostrarNoGerenciadorDeArquivos(const std::string& caminho)
 {
+    if (Barramento::sessaoTravada()) {
+        abrirPastaQueContem(caminho);
+        return;
+    }
     QDBusConnection sessao = QDBusConnection::sessionBus();
     if (!sessao.isConnected()) {
         abrirPastaQueContem(caminho);
