@@ -11,7 +11,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFuture>
-#include <QStandardPaths>
 #include <QFutureWatcher>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
@@ -25,16 +24,8 @@ namespace tarrafa::app {
 
 namespace {
 
-std::string pastaDeDownloads()
-{
-    const QString pasta = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-    if (pasta.isEmpty()) {
-        qFatal("Tarrafa: the user has no Downloads folder");
-    }
-    return QFile::encodeName(pasta).toStdString();
-}
-
-// The command line's decision file, found the same way.
+// The decision file, found as the command line finds it; the folder is found the same way, by
+// PastasDoUsuario::downloads(), so the window and the terminal always look at one folder.
 QString arquivoDeDecisoesPadrao()
 {
     return QFile::decodeName(QByteArray::fromStdString(PastasDoUsuario::arquivoDeDecisoes()));
@@ -44,7 +35,7 @@ QString arquivoDeDecisoesPadrao()
 
 Modelo::Modelo(QObject* parent)
     // Braces: the Downloads folder is looked up before the decision file, as at every start.
-    : Modelo {pastaDeDownloads(), arquivoDeDecisoesPadrao(), parent}
+    : Modelo {PastasDoUsuario::downloads(), arquivoDeDecisoesPadrao(), parent}
 {
 }
 

@@ -3,6 +3,8 @@
 // cannot be read, two scans at once, a model gone before its scan ends, and a folder left
 // exactly as it was found.
 #include "Casa.hpp"
+
+#include "TarrafaCore/PastasDoUsuario.hpp"
 #include "Registro.hpp"
 
 #include <QElapsedTimer>
@@ -80,6 +82,26 @@ private Q_SLOTS:
         QVERIFY(modelo);
         QCOMPARE(modelo->pasta(), Casa::raiz() + "/Baixados");
         QCOMPARE(nomes(modelo->itensTodos()), std::vector<std::string> {"daqui.txt"});
+    }
+
+    void aJanelaEOTerminalAchamAMesmaPasta_data()
+    {
+        QTest::addColumn<QByteArray>("linha");
+        QTest::newRow("com espaço") << QByteArray("XDG_DOWNLOAD_DIR=\"$HOME/Meus Baixados\"\n");
+        QTest::newRow("chaves") << QByteArray("XDG_DOWNLOAD_DIR=\"${HOME}/Baixados\"\n");
+        QTest::newRow("sem aspas") << QByteArray("XDG_DOWNLOAD_DIR=$HOME/Baixados\n");
+        QTest::newRow("relativa") << QByteArray("XDG_DOWNLOAD_DIR=\"Baixados\"\n");
+        QTest::newRow("absoluta") << QByteArray("XDG_DOWNLOAD_DIR=\"/srv/baixados\"\n");
+        QTest::newRow("aspas dentro") << QByteArray("XDG_DOWNLOAD_DIR=\"$HOME/a\\\"b\"\n");
+        QTest::newRow("comentário e espaços") << QByteArray("# pastas\n  XDG_DOWNLOAD_DIR=\"$HOME/Baixados\"  \n");
+    }
+
+    void aJanelaEOTerminalAchamAMesmaPasta()
+    {
+        QFETCH(QByteArray, linha);
+        escrever(Casa::raiz() + "/.config/user-dirs.dirs", linha.toStdString());
+        const Modelo modelo;
+        QCOMPARE(modelo.pasta(), PastasDoUsuario::downloads());
     }
 
     void dadosSeguemXdgDataHomeOuOPadraoDaCasa()
