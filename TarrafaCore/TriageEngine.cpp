@@ -97,18 +97,9 @@ const std::string& chaveDe(const std::vector<Selo>& selos, const Origem& origem)
     return ehInstalador(selos) ? kInstaladores : origem.chave();
 }
 
-// Largest first, with no second key; the group without origin always goes last.
 void ordenarGrupos(std::vector<GrupoOrigem>& grupos)
 {
-    std::ranges::stable_sort(grupos, [](const GrupoOrigem& a, const GrupoOrigem& b) {
-        if (a.id() == Origem::kChaveSemOrigem) {
-            return false;
-        }
-        if (b.id() == Origem::kChaveSemOrigem) {
-            return true;
-        }
-        return a.total() > b.total();
-    });
+    std::ranges::stable_sort(grupos, &TriageEngine::grupoVemAntes);
 }
 
 Origem origemDe(const std::string& chave, const Origem& doPrimeiro)
@@ -180,6 +171,23 @@ void TriageEngine::ordenar(std::vector<GrupoOrigem>& grupos)
     ordenarGrupos(grupos);
 }
 
+// Largest first, with no second key; the group without origin always goes last.
+bool TriageEngine::grupoVemAntes(const GrupoOrigem& a, const GrupoOrigem& b) noexcept
+{
+    if (a.id() == Origem::kChaveSemOrigem) {
+        return false;
+    }
+    if (b.id() == Origem::kChaveSemOrigem) {
+        return true;
+    }
+    return a.total() > b.total();
+}
+
+bool TriageEngine::itemVemAntes(const ItemTriado& a, const ItemTriado& b) noexcept
+{
+    return a.snapshot().chegouEm() > b.snapshot().chegouEm();
+}
+
 ItemTriado TriageEngine::triarUm(const FileSnapshot& snapshot, int mesmaSerie) const
 {
     std::vector<Selo> rascunho;
@@ -198,9 +206,8 @@ std::vector<GrupoOrigem> TriageEngine::agrupar(const std::vector<ItemTriado>& it
     for (std::size_t g = 0; g < membros.chaves.size(); ++g) {
         std::vector<std::size_t>& posicoes = membros.posicoes[g];
         Origem origem = origemDe(membros.chaves[g], itens[posicoes.front()].origem());
-        std::ranges::stable_sort(posicoes, [&itens](std::size_t a, std::size_t b) {
-            return itens[a].snapshot().chegouEm() > itens[b].snapshot().chegouEm();
-        });
+        std::ranges::stable_sort(
+            posicoes, [&itens](std::size_t a, std::size_t b) { return itemVemAntes(itens[a], itens[b]); });
         std::vector<ItemTriado> doGrupo;
         doGrupo.reserve(posicoes.size());
         for (const std::size_t i : posicoes) {

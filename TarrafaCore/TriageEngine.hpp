@@ -98,6 +98,10 @@ public:
     [[nodiscard]] static Origem origemDoGrupo(const ItemTriado& primeiro);
     // Largest first, the group without origin last; equal sizes keep their order.
     static void ordenar(std::vector<GrupoOrigem>& grupos);
+    // The one order of groups, for a stable sort: whether a goes before b.
+    [[nodiscard]] static bool grupoVemAntes(const GrupoOrigem& a, const GrupoOrigem& b) noexcept;
+    // The one order of items in a group, for a stable sort: newest arrival first.
+    [[nodiscard]] static bool itemVemAntes(const ItemTriado& a, const ItemTriado& b) noexcept;
 
 private:
     std::set<std::string> appsInstalados_;

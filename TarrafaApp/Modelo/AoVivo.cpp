@@ -143,9 +143,7 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
     std::vector<std::vector<std::string>> chaves;
     grupos.reserve(grupos_.size() + entramEm.size());
     chaves.reserve(grupos_.size() + entramEm.size());
-    const auto maisNovoPrimeiro = [](const ItemTriado& a, const ItemTriado& b) {
-        return a.snapshot().chegouEm() > b.snapshot().chegouEm();
-    };
+    const auto maisNovoPrimeiro = &TriageEngine::itemVemAntes;
     // The old keys are moved, not copied: a group may hold most of a large folder.
     const auto refazer = [&](const Origem& origem, const std::vector<ItemTriado>& antigos,
                              std::vector<std::string>& chavesAntigas, const std::unordered_set<std::string>* saem,
@@ -212,13 +210,7 @@ void Modelo::aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao
     std::vector<std::size_t> ordem(grupos.size());
     std::iota(ordem.begin(), ordem.end(), std::size_t {0});
     std::ranges::stable_sort(ordem, [&grupos](std::size_t a, std::size_t b) {
-        if (grupos[a].id() == Origem::kChaveSemOrigem) {
-            return false;
-        }
-        if (grupos[b].id() == Origem::kChaveSemOrigem) {
-            return true;
-        }
-        return grupos[a].total() > grupos[b].total();
+        return TriageEngine::grupoVemAntes(grupos[a], grupos[b]);
     });
     grupos_.clear();
     chavesDeBusca_.clear();
