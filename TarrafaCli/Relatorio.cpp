@@ -10,6 +10,7 @@
 #include "TarrafaCore/Duplicatas.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Formato.hpp"
+#include "TarrafaCore/IdEmTexto.hpp"
 #include "TarrafaCore/Origem.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 #include "TarrafaCore/Selo.hpp"
@@ -66,8 +67,9 @@ nlohmann::ordered_json jsonDoItem(const ItemTriado& i)
         selos.push_back(Json {{"caso", std::string(nomeDoCaso(selo.caso()))}, {"rotulo", selo.rotulo()},
             {"tom", std::string(nomeDoTom(selo.tom()))}});
     }
-    return Json {
-        {"id", texto(s.id())},
+    Json item;
+    escreverId(item, s.id());
+    item.update(Json {
         {"nome", texto(s.nome())},
         {"ehPasta", s.ehPasta()},
         {"tamanho", s.tamanho()},
@@ -79,7 +81,16 @@ nlohmann::ordered_json jsonDoItem(const ItemTriado& i)
         {"quarentenaAgente", talvez(s.quarentenaAgente())},
         {"origem", origem(i.origem())},
         {"selos", std::move(selos)},
-    };
+    });
+    return item;
+}
+
+void escreverId(nlohmann::ordered_json& objeto, const std::string& id)
+{
+    std::string escrito = IdEmTexto::codificar(id);
+    const bool codificado = IdEmTexto::ehCodificado(escrito);
+    objeto["id"] = std::move(escrito);
+    objeto["idCodificado"] = codificado;
 }
 
 namespace {
@@ -197,7 +208,9 @@ std::string Relatorio::comoJson() const
         for (const ItemTriado& i : g.itens()) {
             Json item = jsonDoItem(i);
             const auto original = duplicataDe_.find(i.id());
-            item["duplicataDe"] = original == duplicataDe_.end() ? Json(nullptr) : texto(original->second);
+            // The original's id, written as every id is.
+            item["duplicataDe"]
+                = original == duplicataDe_.end() ? Json(nullptr) : Json(IdEmTexto::codificar(original->second));
             itens.push_back(std::move(item));
         }
         grupos.push_back(Json {
@@ -224,7 +237,11 @@ std::string Relatorio::comoJson() const
     };
     Json baixando = Json::array();
     for (const FileSnapshot& s : baixando_) {
-        baixando.push_back(Json {{"id", texto(s.id())}, {"nome", texto(s.nome())}, {"tamanho", s.tamanho()}});
+        Json chegando;
+        escreverId(chegando, s.id());
+        chegando["nome"] = texto(s.nome());
+        chegando["tamanho"] = s.tamanho();
+        baixando.push_back(std::move(chegando));
     }
     const Json raiz {
         {"pasta", texto(pasta_)},

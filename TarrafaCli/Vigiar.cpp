@@ -47,7 +47,7 @@ std::string linha(const PastaViva::Mudanca& m, bool json)
         if (m.item) {
             objeto.update(jsonDoItem(*m.item));
         } else {
-            objeto["id"] = Texto::utf8Valido(m.id);
+            escreverId(objeto, m.id);
             objeto["nome"] = Texto::utf8Valido(m.nome);
         }
         return Escapes::invisiveisEmJson(objeto.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace))

@@ -2,7 +2,7 @@
 #include "TarrafaCore/ArquivoDeDecisoes.hpp"
 
 #include "TarrafaCore/Descritor.hpp"
-#include "TarrafaCore/Texto.hpp"
+#include "TarrafaCore/IdEmTexto.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -418,9 +418,7 @@ std::string ArquivoDeDecisoes::codificar(const Decisoes& decisoes)
     std::vector<const Decisoes::value_type*> ordem;
     ordem.reserve(decisoes.size());
     for (const auto& entrada : decisoes) {
-        if (Texto::ehUtf8Valido(entrada.first)) {
-            ordem.push_back(&entrada);
-        }
+        ordem.push_back(&entrada);
     }
     std::sort(ordem.begin(), ordem.end(), [](const auto* a, const auto* b) { return a->first < b->first; });
     std::string json = "{";
@@ -428,8 +426,9 @@ std::string ArquivoDeDecisoes::codificar(const Decisoes& decisoes)
         if (json.size() > 1) {
             json += ',';
         }
+        // A path that is not UTF-8 goes in its escaped form, which is valid JSON text.
         // A "/" can only stand inside the path here, so every one of them is escaped.
-        for (const char c : Json(entrada->first).dump()) {
+        for (const char c : Json(IdEmTexto::codificar(entrada->first)).dump()) {
             if (c == '/') {
                 json += "\\/";
             } else {
@@ -457,10 +456,11 @@ std::optional<ArquivoDeDecisoes::Decisoes> ArquivoDeDecisoes::decodificar(std::s
             return std::nullopt;
         }
         const std::optional<Decisao> decisao = decisaoDeValorBruto(valor.get_ref<const std::string&>());
-        if (!decisao) {
+        std::optional<std::string> caminho = IdEmTexto::decodificar(id);
+        if (!decisao || !caminho) {
             return std::nullopt;
         }
-        decisoes.insert_or_assign(id, *decisao);
+        decisoes.insert_or_assign(std::move(*caminho), *decisao);
     }
     return decisoes;
 }

@@ -14,8 +14,10 @@
 namespace tarrafa {
 
 // The decision file: one compact JSON object from a file's path to its decision's word,
-// every "/" written as "\/". Paths that are not valid UTF-8 cannot be JSON text and are
-// left out.
+// every "/" written as "\/". A path that is not valid UTF-8 cannot be JSON text as it is: it
+// is written in the escaped form of IdEmTexto ("%" then the path with "%XX" for the odd
+// bytes), read back to the exact bytes. Files written before that form existed hold valid
+// paths only, which read as they always did.
 //
 // The window and the command line both write it, possibly at the same time, so a write
 // never replaces the file blindly: under a lock on its folder it reads what is there now,
@@ -76,7 +78,8 @@ public:
 
     [[nodiscard]] static std::string codificar(const Decisoes& decisoes);
     // Any JSON object of path to decision word, slashes escaped or not; none for anything
-    // else, including one unknown word.
+    // else, including one unknown word or one key that begins with "%" but is not a path in
+    // the escaped form.
     [[nodiscard]] static std::optional<Decisoes> decodificar(std::string_view json);
 
     // The largest file read: anything bigger is not a decision file.

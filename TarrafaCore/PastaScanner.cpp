@@ -38,8 +38,11 @@ enum class Links { seguir, naoSeguir };
 constexpr std::size_t kMaximoDeAjudantes = 3;
 constexpr std::size_t kLote = 32;
 
-// Opens a folder for listing without touching its access time. The folder the caller names
-// may be a link (a Downloads folder moved elsewhere); below it, links are never followed.
+// Opens a folder for listing without touching its access time where the kernel allows it.
+// A folder that is someone else's refuses O_NOATIME and is listed all the same (its access
+// time then moves, on a file system that keeps them strictly): its size is part of the
+// folder's picture, and listing reveals no contents. The folder the caller names may be a
+// link (a Downloads folder moved elsewhere); below it, links are never followed.
 Descritor abrirPasta(int base, const char* caminho, Links links)
 {
     return abrirSemTocarAcesso(
@@ -79,8 +82,9 @@ bool lerNomes(Descritor pasta, std::vector<Entrada>& entradas)
 }
 
 // The file-manager convention for hiding names: a ".hidden" file in the folder, one exact
-// name per line. Read only when it is a regular file; opened without blocking and without
-// touching its access time, so a FIFO or device named ".hidden" cannot stall the scan.
+// name per line. Read only when it is a regular file; opened without blocking, so a FIFO or
+// device named ".hidden" cannot stall the scan, and only without touching its access time:
+// someone else's ".hidden" is not read, and its names are then shown.
 std::unordered_set<std::string> lerOcultos(int pasta)
 {
     std::unordered_set<std::string> ocultos;
@@ -88,7 +92,7 @@ std::unordered_set<std::string> lerOcultos(int pasta)
     if (::fstatat(pasta, ".hidden", &info, 0) != 0 || !S_ISREG(info.st_mode)) {
         return ocultos;
     }
-    const Descritor arquivo = abrirParaLer(pasta, ".hidden");
+    const Descritor arquivo = abrirDaPastaParaLer(pasta, ".hidden");
     if (!arquivo.valido() || ::fstat(arquivo.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return ocultos;
     }

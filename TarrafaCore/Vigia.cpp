@@ -87,7 +87,8 @@ bool ehOculto(const std::string& nome)
 }
 
 // The sub-folders of a folder, hidden ones left out (their contents are not counted in any
-// size). Opened without touching the access time and never through a link.
+// size). Opened without touching the access time where the kernel allows it (a folder of
+// someone else's is listed all the same) and never through a link.
 std::vector<std::string> subpastas(const std::string& caminho)
 {
     std::vector<std::string> nomes;

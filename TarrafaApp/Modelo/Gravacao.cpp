@@ -3,8 +3,6 @@
 // save at a time, with what was decided meanwhile going in the next.
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
-#include "TarrafaCore/Texto.hpp"
-
 #include <QFutureWatcher>
 #include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
@@ -105,13 +103,8 @@ void Modelo::concluirGravacao(ArquivoDeDecisoes::Gravacao gravacao)
         return;
     }
     // Someone else wrote the file too: theirs and ours are now in it. What was decided here
-    // since this save started goes on top, and so do the paths the file cannot hold.
+    // since this save started goes on top.
     ArquivoDeDecisoes::Decisoes atuais = std::move(*gravacao.atuais);
-    for (const auto& [id, decisao] : decisoes_) {
-        if (!Texto::ehUtf8Valido(id)) {
-            atuais.insert_or_assign(id, decisao);
-        }
-    }
     pendentes_.aplicarEm(atuais);
     decisoes_ = std::move(atuais);
     Q_EMIT decisoesChanged();

@@ -244,13 +244,49 @@ TEST_F(Cli, IdenticalFilesOfUnrelatedNamesAreCopiesOfTheOldestInJsonAndText)
     EXPECT_TRUE(std::filesystem::exists(casa_ / ".cache/Tarrafa/hashes.sqlite"));
 }
 
-TEST_F(Cli, NameThatIsNotUtf8IsWrittenWithReplacementCharacter)
+// The escaped form of an id, as the manual describes it: after the leading "%", "%XX" is a
+// byte and anything else stands for itself.
+std::string bytesDoId(const std::string& id)
+{
+    if (id.empty() || id.front() != '%') {
+        return id;
+    }
+    std::string bytes;
+    for (std::size_t i = 1; i < id.size(); ++i) {
+        if (id[i] == '%' && i + 2 < id.size()) {
+            bytes += static_cast<char>(std::stoi(id.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            bytes += id[i];
+        }
+    }
+    return bytes;
+}
+
+TEST_F(Cli, NamesThatAreNotUtf8AreReadableAndKeepIdsOfTheirOwn)
 {
     escrever(arquivo("caf\xE9.txt"), "x");
+    escrever(arquivo("caf\xE8.txt"), "y");
     const Execucao e = executar("--json '" + downloads() + "'", casa_.caminho());
     ASSERT_EQ(e.status, 0) << e.erros;
     const Json raiz = Json::parse(e.saida); // throws on invalid UTF-8
-    EXPECT_TRUE(nomesDe(raiz.at("grupos").back()).contains("caf\xEF\xBF\xBD.txt"));
+    std::set<std::string> ids;
+    int repetidos = 0;
+    for (const Json& grupo : raiz.at("grupos")) {
+        for (const Json& item : grupo.at("itens")) {
+            const std::string id = item.at("id").get<std::string>();
+            if (item.at("nome") != "caf\xEF\xBF\xBD.txt") {
+                EXPECT_FALSE(item.at("idCodificado").get<bool>()) << id;
+                EXPECT_EQ(id, arquivo(item.at("nome").get<std::string>()));
+                continue;
+            }
+            ++repetidos;
+            EXPECT_TRUE(item.at("idCodificado").get<bool>()) << id;
+            ids.insert(bytesDoId(id));
+        }
+    }
+    EXPECT_EQ(repetidos, 2);
+    EXPECT_EQ(ids, (std::set<std::string> {arquivo("caf\xE9.txt"), arquivo("caf\xE8.txt")}));
 }
 
 TEST_F(Cli, DefaultsToTheDownloadsFolderOfTheHome)
@@ -364,6 +400,19 @@ TEST_F(CliDecidir, NamesAndPathsOfTheFolderAreDecidedInOneWrite)
     ASSERT_EQ(rodar("ignorar '" + casa_ / "Downloads/a.pdf" + "'").status, 0);
     ASSERT_EQ(rodar("esquecer -- 'b c.pdf'").status, 0);
     EXPECT_EQ(decisoes(), "{\"" + id("a.pdf") + "\":\"ignorado\",\"" + id("fotos") + "\":\"resolvido\"}");
+}
+
+TEST_F(CliDecidir, ANameThatIsNotUtf8IsDecidedByItsOwnBytes)
+{
+    escrever(casa_ / "Downloads/caf\xE9.txt", "1");
+    escrever(casa_ / "Downloads/caf\xE8.txt", "2");
+    const Execucao adiar = rodar("adiar $'caf\\xe9.txt'");
+    ASSERT_EQ(adiar.status, 0) << adiar.erros;
+    ASSERT_EQ(rodar("ignorar $'Downloads/caf\\xe8.txt'").status, 0);
+    EXPECT_EQ(decisoes(),
+        "{\"%" + id("caf%E8.txt") + "\":\"ignorado\",\"%" + id("caf%E9.txt") + "\":\"adiado\"}");
+    ASSERT_EQ(rodar("esquecer $'caf\\xe8.txt'").status, 0);
+    EXPECT_EQ(decisoes(), "{\"%" + id("caf%E9.txt") + "\":\"adiado\"}");
 }
 
 TEST_F(CliDecidir, AFileNotInTheFolderIsAnErrorAndNothingIsDecided)

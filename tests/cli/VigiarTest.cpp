@@ -172,7 +172,8 @@ TEST_F(CliVigiar, JsonDaUmaLinhaPorMudancaAteSerInterrompido)
     linha = vigiar.linhaDaSaida();
     ASSERT_TRUE(linha);
     j = Json::parse(*linha);
-    EXPECT_EQ(j, Json::parse(R"({"evento":"removido","baixando":false,"id":")" + downloads + R"(/velho.txt","nome":"velho.txt"})"));
+    EXPECT_EQ(j, Json::parse(R"({"evento":"removido","baixando":false,"id":")" + downloads
+                     + R"(/velho.txt","idCodificado":false,"nome":"velho.txt"})"));
 
     EXPECT_EQ(vigiar.interromper(), 0);
     EXPECT_TRUE(copias.vazia());

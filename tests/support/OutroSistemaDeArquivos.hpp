@@ -14,7 +14,9 @@ namespace tarrafa::teste {
 
 class OutroSistemaDeArquivos final {
 public:
-    enum class Tipo { ramDisk, imagemExt4 };
+    // ramDiskAcessoEstrito keeps access times strictly (strictatime): every read of a file or
+    // listing of a folder moves it, where the usual relatime would move it once a day at most.
+    enum class Tipo { ramDisk, ramDiskAcessoEstrito, imagemExt4 };
 
     // The ext4 image is made in pastaDaImagem.
     OutroSistemaDeArquivos(const std::string& ponto, Tipo tipo, const std::string& pastaDaImagem)
@@ -23,8 +25,12 @@ public:
         if (::geteuid() != 0) {
             return;
         }
-        if (tipo == Tipo::ramDisk) {
-            montado_ = ::mount("tarrafa-teste", ponto_.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "size=4m") == 0;
+        if (tipo == Tipo::ramDisk || tipo == Tipo::ramDiskAcessoEstrito) {
+            unsigned long opcoes = MS_NOSUID | MS_NODEV;
+            if (tipo == Tipo::ramDiskAcessoEstrito) {
+                opcoes |= MS_STRICTATIME;
+            }
+            montado_ = ::mount("tarrafa-teste", ponto_.c_str(), "tmpfs", opcoes, "size=4m") == 0;
             return;
         }
         const std::string imagem = pastaDaImagem + "/pendrive.ext4";

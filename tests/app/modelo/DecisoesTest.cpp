@@ -314,21 +314,40 @@ private Q_SLOTS:
         QVERIFY(modelo.decisao(emDownloads("c.pdf")) == Decisao::resolvido);
     }
 
-    void caminhoQueNaoEhUtf8FicaNaMemoriaMasNuncaNoArquivo()
+    void caminhosQueNaoSaoUtf8VaoParaOArquivoESobrevivemAUmNovoInicio()
     {
-        const std::string torto = emDownloads("nota-\xff\xfe.pdf");
+        // Two names a repair with U+FFFD would make one.
+        const std::string torto = emDownloads("nota-\xff.pdf");
+        const std::string outro = emDownloads("nota-\xfe.pdf");
         escrever(torto, "x");
-        const auto modelo = modeloVarrido();
-        QVERIFY(modelo);
-        modelo->decidir({torto}, Decisao::adiado);
-        modelo->concluirGravacoes();
-        QVERIFY(modelo->decisao(torto) == Decisao::adiado);
-        QCOMPARE(arquivoDeDecisoes(), std::string("{}"));
+        escrever(outro, "y");
+        {
+            const auto modelo = modeloVarrido();
+            QVERIFY(modelo);
+            modelo->decidir({torto}, Decisao::adiado);
+            modelo->decidir({outro}, Decisao::ignorado);
+            modelo->concluirGravacoes();
+        }
+        QCOMPARE(arquivoDeDecisoes(),
+            "{\"%" + comBarrasEscapadas(emDownloads("nota-%FE.pdf")) + "\":\"ignorado\",\"%"
+                + comBarrasEscapadas(emDownloads("nota-%FF.pdf")) + "\":\"adiado\"}");
 
-        modelo->decidir({emDownloads("a.pdf")}, Decisao::ignorado);
-        modelo->concluirGravacoes();
-        QCOMPARE(modelo->decisoes().size(), std::size_t(2));
-        QCOMPARE(arquivoDeDecisoes(), "{\"" + comBarrasEscapadas(emDownloads("a.pdf")) + "\":\"ignorado\"}");
+        const auto relido = modeloVarrido();
+        QVERIFY(relido);
+        QCOMPARE(relido->decisoes().size(), std::size_t(2));
+        QVERIFY(relido->decisao(torto) == Decisao::adiado);
+        QVERIFY(relido->decisao(outro) == Decisao::ignorado);
+        // Another program writes meanwhile: what the window learns from the file holds them.
+        ArquivoDeDecisoes::Mudancas doOutro;
+        doOutro.decidir(emDownloads("b.pdf"), Decisao::ignorado);
+        QVERIFY(!ArquivoDeDecisoes(Casa::arquivoDeDecisoes().toStdString()).gravar(doOutro).falha);
+        relido->decidir({emDownloads("a.pdf")}, Decisao::resolvido);
+        relido->concluirGravacoes();
+        QCOMPARE(relido->decisoes().size(), std::size_t(4));
+        QVERIFY(relido->decisao(torto) == Decisao::adiado);
+        Modelo terceiro;
+        QCOMPARE(terceiro.decisoes().size(), std::size_t(4));
+        QVERIFY(terceiro.decisao(outro) == Decisao::ignorado);
     }
 
     void gravacaoTrocaOArquivoInteiroDeUmaVez()

@@ -263,18 +263,53 @@ TEST_F(ArquivoDeDecisoesTest, NewerChangesWinWhenJoined)
                             {"/d/b", Decisao::adiado}, {"/d/c", Decisao::ignorado}, {"/d/z", Decisao::novo}}));
 }
 
-TEST(ArquivoDeDecisoesCodigo, PathsThatAreNotUtf8StayOutAndOddCharactersAreEscaped)
+TEST(ArquivoDeDecisoesCodigo, PathsThatAreNotUtf8AreEscapedAndOddCharactersToo)
 {
     const std::string json = ArquivoDeDecisoes::codificar(
         {{"/d/nota-\xff.pdf", Decisao::adiado}, {"/d/relatório \"final\" \\ v2\t.pdf", Decisao::ignorado}});
-    EXPECT_EQ(json, R"({"\/d\/relatório \"final\" \\ v2\t.pdf":"ignorado"})");
+    EXPECT_EQ(json, R"({"%\/d\/nota-%FF.pdf":"adiado","\/d\/relatório \"final\" \\ v2\t.pdf":"ignorado"})");
     const auto lido = ArquivoDeDecisoes::decodificar(json);
     ASSERT_TRUE(lido.has_value());
-    EXPECT_EQ(lido->size(), 1U);
+    EXPECT_EQ(*lido, (ArquivoDeDecisoes::Decisoes {
+                         {"/d/nota-\xff.pdf", Decisao::adiado}, {"/d/relatório \"final\" \\ v2\t.pdf", Decisao::ignorado}}));
     EXPECT_FALSE(ArquivoDeDecisoes::decodificar(R"({"a":"Adiado"})").has_value());
     EXPECT_FALSE(ArquivoDeDecisoes::decodificar(R"({"a":"adiado"} x)").has_value());
     EXPECT_FALSE(ArquivoDeDecisoes::decodificar("[]").has_value());
     EXPECT_EQ(ArquivoDeDecisoes::decodificar("{}")->size(), 0U);
+    // A key that claims the escaped form must be exactly it: otherwise two keys could name
+    // one path, or a key could name none.
+    for (const char* torto : {R"({"%\/d\/nota-%ff.pdf":"adiado"})", R"({"%\/d\/nota-%F":"adiado"})",
+             R"({"%\/d\/nota.pdf":"adiado"})", R"({"%\/d\/caf%C3%A9.pdf":"adiado"})"}) {
+        EXPECT_FALSE(ArquivoDeDecisoes::decodificar(torto).has_value()) << torto;
+    }
+}
+
+TEST_F(ArquivoDeDecisoesTest, TwoNamesThatAreNotUtf8AndDifferOnlyInTheOddByteKeepTheirOwnDecisions)
+{
+    // Repaired with U+FFFD these two would be one path.
+    const std::string latin1 = "/home/ana/Downloads/caf\xE9.txt";
+    const std::string outro = "/home/ana/Downloads/caf\xE8.txt";
+    ASSERT_FALSE(ArquivoDeDecisoes(caminho)
+                     .gravar(decidir({{latin1, Decisao::adiado}, {outro, Decisao::ignorado},
+                         {"/home/ana/Downloads/café.txt", Decisao::resolvido}}))
+                     .falha);
+    const ArquivoDeDecisoes::Decisoes lidas = ArquivoDeDecisoes(caminho).ler();
+    EXPECT_EQ(lidas, (ArquivoDeDecisoes::Decisoes {{latin1, Decisao::adiado}, {outro, Decisao::ignorado},
+                         {"/home/ana/Downloads/café.txt", Decisao::resolvido}}));
+    // Another writer's change keeps them too.
+    ArquivoDeDecisoes::Mudancas esquecer;
+    esquecer.esquecer(outro);
+    ASSERT_FALSE(ArquivoDeDecisoes(caminho).gravar(esquecer).falha);
+    EXPECT_EQ(ArquivoDeDecisoes(caminho).ler(), (ArquivoDeDecisoes::Decisoes {{latin1, Decisao::adiado},
+                                                    {"/home/ana/Downloads/café.txt", Decisao::resolvido}}));
+}
+
+TEST_F(ArquivoDeDecisoesTest, AFileOfAnEarlierVersionReadsAsItDid)
+{
+    std::filesystem::create_directories(std::filesystem::path(caminho).parent_path());
+    escreverArquivo(caminho, R"({"\/d\/a 100%.pdf":"adiado","\/d\/relatório.pdf":"ignorado"})");
+    EXPECT_EQ(ArquivoDeDecisoes(caminho).ler(),
+        (ArquivoDeDecisoes::Decisoes {{"/d/a 100%.pdf", Decisao::adiado}, {"/d/relatório.pdf", Decisao::ignorado}}));
 }
 
 TEST_F(ArquivoDeDecisoesTest, TheFolderItMakesIsTheUsersAloneAndAnOpenOneIsClosed)

@@ -2,6 +2,7 @@
 #include "TarrafaCore/Duplicatas.hpp"
 
 #include "Apoio.hpp"
+#include "OutroSistemaDeArquivos.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,9 @@
 #include <sstream>
 #include <system_error>
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace tarrafa {
@@ -220,6 +223,57 @@ TEST_F(DuplicatasTest, LerParaCompararNaoMudaOAcessoDoArquivo)
         struct stat info {};
         ASSERT_EQ(::stat((pasta / nome).c_str(), &info), 0);
         EXPECT_EQ(info.st_atim.tv_sec, 1'700'100'000) << nome;
+    }
+}
+
+TEST_F(DuplicatasTest, ArquivosDeOutraPessoaNaoSaoLidosParaNaoMudarOAcesso)
+{
+    // The kernel refuses O_NOATIME on a file that is not the reader's own; read anyway, its
+    // access time would move. Root may always use it, so the comparison runs as another user,
+    // on a disk that records every read.
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to mount a disk that keeps access times strictly and to act as another user";
+    }
+    ASSERT_EQ(::chmod(pasta.caminho().c_str(), 0755), 0);
+    const std::string disco = pasta / "disco";
+    teste::criarPasta(disco);
+    const teste::OutroSistemaDeArquivos montado(
+        disco, teste::OutroSistemaDeArquivos::Tipo::ramDiskAcessoEstrito, pasta.caminho());
+    if (!montado.montado()) {
+        GTEST_SKIP() << "this machine does not mount a RAM disk";
+    }
+    ASSERT_EQ(::chmod(disco.c_str(), 0755), 0);
+    const std::string conteudo = bytesDe(100 * 1024, 7);
+    std::vector<Duplicatas::Arquivo> arquivos;
+    for (const char* nome : {"/foto.jpg", "/foto-2.jpg"}) {
+        teste::escrever(disco + nome, conteudo);
+        ASSERT_EQ(::chmod((disco + nome).c_str(), 0644), 0);
+        const timespec tempos[2] {{1'600'000'000, 0}, {0, UTIME_OMIT}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, (disco + nome).c_str(), tempos, 0), 0);
+        arquivos.push_back(arquivo(disco + nome, static_cast<double>(arquivos.size()) + 1.0));
+    }
+
+    const pid_t filho = ::fork();
+    ASSERT_NE(filho, -1);
+    if (filho == 0) {
+        constexpr uid_t kOutro = 4242;
+        if (::setgroups(0, nullptr) != 0 || ::setresgid(kOutro, kOutro, kOutro) != 0
+            || ::setresuid(kOutro, kOutro, kOutro) != 0) {
+            ::_exit(3);
+        }
+        CacheDeHashes semCache;
+        const auto resultado = Duplicatas::encontrar(arquivos, semCache);
+        ::_exit(resultado.arquivosAbertos == 0 && resultado.duplicataDe.empty() ? 0 : 1);
+    }
+    int estado = 0;
+    ASSERT_EQ(::waitpid(filho, &estado, 0), filho);
+    ASSERT_TRUE(WIFEXITED(estado));
+    EXPECT_EQ(WEXITSTATUS(estado), 0) << "1: a file was opened; 3: could not become the other user";
+    for (const char* nome : {"/foto.jpg", "/foto-2.jpg"}) {
+        struct stat info {};
+        ASSERT_EQ(::stat((disco + nome).c_str(), &info), 0);
+        EXPECT_EQ(info.st_atim.tv_sec, 1'600'000'000) << nome;
+        EXPECT_EQ(info.st_atim.tv_nsec, 0) << nome;
     }
 }
 
