@@ -232,13 +232,27 @@ void Vigia::Estado::vigiarPasta()
 {
     // The folder the person named may be a link (a Downloads folder moved elsewhere): that one
     // link is followed, as the scan does.
-    wdPasta = ::inotify_add_watch(inotify.get(), raiz.c_str(), kMascaraTopo);
+    for (int tentativa = 0; tentativa < 3; ++tentativa) {
+        const std::optional<QualPasta> antes = qualPasta(raiz);
+        wdPasta = ::inotify_add_watch(inotify.get(), raiz.c_str(), kMascaraTopo);
+        if (wdPasta < 0) {
+            erroPasta = errno;
+            return;
+        }
+        vigiada = qualPasta(raiz);
+        if (vigiada && vigiada == antes) {
+            break;
+        }
+        // The path changed while the watch was set: which folder it watches is not known.
+        ::inotify_rm_watch(inotify.get(), wdPasta);
+        wdPasta = -1;
+        vigiada.reset();
+    }
     if (wdPasta < 0) {
-        erroPasta = errno;
+        erroPasta = ENOENT; // a path that will not hold still; the folder above tells when it does
         return;
     }
     erroPasta = 0;
-    vigiada = qualPasta(raiz);
     for (const std::string& nome : subpastas(raiz, true)) {
         // A full read is what starts the watch: what cannot be watched is only noted, to be
         // read again from time to time.
