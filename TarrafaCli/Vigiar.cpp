@@ -9,9 +9,16 @@
 #include "TarrafaCore/Texto.hpp"
 #include "TarrafaCore/Vigia.hpp"
 
+#include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace tarrafa::cli::Vigiar {
@@ -21,6 +28,38 @@ namespace {
 void escrever(std::FILE* destino, const std::string& texto)
 {
     std::fwrite(texto.data(), 1, texto.size(), destino);
+}
+
+#ifdef TARRAFA_PAUSA_DE_TESTE
+// Only in builds with tests: holds the start between the first read and the watch for as long
+// as the file named by the variable exists (made here, removed by the test), so that a test
+// can change the folder in that gap.
+void pausaDeTeste()
+{
+    const char* marca = std::getenv("TARRAFA_TESTE_PAUSA_VIGIAR");
+    if (marca == nullptr || *marca == '\0') {
+        return;
+    }
+    const int fd = ::open(marca, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return;
+    }
+    ::close(fd);
+    struct stat info {};
+    for (int i = 0; i < 6000 && ::stat(marca, &info) == 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+#else
+void pausaDeTeste() { }
+#endif
+
+std::string motivo(const std::error_code& erro)
+{
+    if (erro.value() == ENOSPC || erro.value() == ENOMEM) {
+        return "o sistema não dá mais vigias do inotify a este usuário (fs.inotify.max_user_watches)";
+    }
+    return erro.message();
 }
 
 std::string palavra(const PastaViva::Mudanca& m)
@@ -81,9 +120,19 @@ int executar(const std::string& pasta, bool json)
         escrever(stderr, "Não consegui ler a pasta Downloads: " + *inicio.falha + "\n");
         return 1;
     }
-    const Vigia vigia(viva.pasta(),
+    pausaDeTeste();
+    // Said once: the state comes and goes with every batch, the person needs to know once.
+    std::atomic<bool> avisado = false;
+    const auto avisar = [&avisado] {
+        if (!avisado.exchange(true)) {
+            escrever(stderr,
+                "Alguns tamanhos de pastas podem estar desatualizados: não consegui vigiar todas as subpastas, e "
+                "elas são lidas de novo de tempos em tempos.\n");
+        }
+    };
+    Vigia vigia(viva.pasta(),
         Vigia::Opcoes {.historicos = viva.bancosDeHistorico(), .usosRecentes = Spotlight::arquivoDaLista()},
-        [&viva, json](const LoteDeEventos& lote) {
+        [&viva, json, &avisar](const LoteDeEventos& lote) {
             const PastaViva::Atualizacao atualizacao = viva.aplicar(lote);
             std::string saida;
             for (const PastaViva::Mudanca& mudanca : atualizacao.mudancas) {
@@ -92,12 +141,25 @@ int executar(const std::string& pasta, bool json)
             if (atualizacao.falha) {
                 escrever(stderr, "Não consegui ler a pasta Downloads: " + *atualizacao.falha + "\n");
             }
+            if (lote.parcial) {
+                avisar();
+            }
             escrever(stdout, saida);
             if (std::fflush(stdout) != 0) {
                 ::kill(::getpid(), SIGTERM); // nobody reads any more: the watch ends
             }
         });
+    if (const std::error_code erro = vigia.erroNaPasta()) {
+        // Nothing would ever be told: better to say so than to seem to watch.
+        escrever(stderr, "Não consegui vigiar a pasta Downloads: " + motivo(erro) + "\n");
+        return 1;
+    }
     escrever(stderr, "Vigiando " + Escapes::paraTerminal(viva.pasta()) + " (Ctrl+C para parar)\n");
+    if (vigia.parcial()) {
+        avisar();
+    }
+    // What came or went between the first read and the watch.
+    vigia.pedir({.nomes = {}, .conferir = true});
     int sinal = 0;
     sigwait(&fim, &sinal);
     return 0;

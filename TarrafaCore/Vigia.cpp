@@ -58,12 +58,17 @@ constexpr std::uint32_t kMascaraTopo = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM |
 // Below the top level only what changes a folder's size matters.
 constexpr std::uint32_t kMascaraAbaixo
     = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE | IN_ONLYDIR | IN_DONT_FOLLOW;
-// Where the folder would appear again once it is gone.
-constexpr std::uint32_t kMascaraPai = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR;
-// A history database's folder: SQLite writes the database in place and keeps it open, so
-// writes (and its journal coming and going) are what tell.
-constexpr std::uint32_t kMascaraHistorico
-    = IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_ONLYDIR;
+// The folder's own name in the folder above, while the path is a link or names nothing: a
+// link can be pointed elsewhere, or made, without a word from any folder it names.
+constexpr std::uint32_t kMascaraPai = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR;
+// A history database's folder: only names coming and going (a journal made, a database
+// replaced). A browser's profile writes dozens of other files all the time; watching the
+// folder for writes would wake us for every one of them, since inotify cannot tell it which
+// names matter. The writes are watched on the files themselves.
+constexpr std::uint32_t kMascaraPastaDeHistorico = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR;
+// A history database, its journal or its write-ahead log: SQLite writes in place and keeps it
+// open, so writes are what tell.
+constexpr std::uint32_t kMascaraArquivoDeHistorico = IN_MODIFY | IN_CLOSE_WRITE;
 
 // Watches are a per-user kernel resource shared with every other program: a Downloads folder
 // holding a huge tree keeps its top level and the first folders watched, and the rest is
@@ -88,11 +93,13 @@ bool ehOculto(const std::string& nome)
 
 // The sub-folders of a folder, hidden ones left out (their contents are not counted in any
 // size). Opened without touching the access time where the kernel allows it (a folder of
-// someone else's is listed all the same) and never through a link.
-std::vector<std::string> subpastas(const std::string& caminho)
+// someone else's is listed all the same) and never through a link, but for the folder the
+// person named, which may be one.
+std::vector<std::string> subpastas(const std::string& caminho, bool seguirLink = false)
 {
     std::vector<std::string> nomes;
-    Descritor fd = abrirSemTocarAcesso(AT_FDCWD, caminho.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    Descritor fd = abrirSemTocarAcesso(
+        AT_FDCWD, caminho.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | (seguirLink ? 0 : O_NOFOLLOW));
     if (!fd.valido()) {
         return nomes;
     }
@@ -120,6 +127,28 @@ std::vector<std::string> subpastas(const std::string& caminho)
     return nomes;
 }
 
+// Which folder a path names now, following a link; none when it names no folder.
+struct QualPasta {
+    dev_t dispositivo = 0;
+    ino_t inode = 0;
+    bool operator==(const QualPasta&) const = default;
+};
+
+std::optional<QualPasta> qualPasta(const std::string& caminho)
+{
+    struct stat info {};
+    if (::stat(caminho.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+        return std::nullopt;
+    }
+    return QualPasta {info.st_dev, info.st_ino};
+}
+
+// Out of watches: the kernel's per-user allowance is spent.
+bool semVigiasNoSistema(int erro)
+{
+    return erro == ENOSPC || erro == ENOMEM;
+}
+
 } // namespace
 
 struct Vigia::Estado {
@@ -132,15 +161,26 @@ struct Vigia::Estado {
 
     // Touched only by the watcher's thread once it runs (the constructor sets them up first).
     int wdPasta = -1;
+    int erroPasta = 0; // why wdPasta could not be set
+    std::optional<QualPasta> vigiada; // the folder wdPasta watches
     int wdPai = -1;
     struct Abaixo {
         std::string topo; // the top-level folder whose size it changes
         std::string caminho;
     };
     std::unordered_map<int, Abaixo> abaixo;
-    // Folder watch -> the names that count there, and whether each is the recently-used list
-    // (else a history database or its journal).
-    std::unordered_map<int, std::map<std::string, bool>> historicos;
+    // Top-level folders not watched whole: named in a batch every opcoes.releitura.
+    std::set<std::string> semVigia;
+    Relogio::time_point proximaReleitura {};
+    // Folders of history databases -> where they are, the names that count there, and whether
+    // each is the recently-used list (else a history database or its journal).
+    struct PastaDeHistorico {
+        std::string caminho;
+        std::map<std::string, bool> nomes;
+    };
+    std::unordered_map<int, PastaDeHistorico> historicos;
+    // The databases and journals themselves -> whether it is the recently-used list.
+    std::unordered_map<int, bool> arquivosDeHistorico;
 
     LoteDeEventos lote;
     std::set<std::string> criados; // created, not yet seen opened
@@ -153,16 +193,26 @@ struct Vigia::Estado {
     std::optional<LoteDeEventos> pedido;
     bool parar = false;
     std::size_t quantasPastas = 0;
+    int erroAgora = 0;
+    bool parcialAgora = false;
 
     std::jthread fio;
 
     void vigiarPasta();
-    void vigiarPai();
+    void soltarPasta();
+    // Looks at what the path names now and, when it is not the folder watched, watches that
+    // instead and asks for everything. A removed folder's number may be given to a new one
+    // at once: forcar says the one watched is gone whatever the numbers say.
+    void resolver(bool forcar);
+    void ajustarPai();
     // False when some folder below could not be watched.
     bool vigiarArvore(const std::string& caminho, const std::string& topo);
     void esquecerArvore(const std::string& caminho);
     void esquecerTudoAbaixo();
     void vigiarHistoricos();
+    void vigiarArquivoDeHistorico(const std::string& pasta, const std::string& nome, bool usos);
+    [[nodiscard]] bool precisaReler() const;
+    void reler();
     void processar(const inotify_event& evento);
     void processarBytes(const std::byte* dados, std::size_t tamanho);
     void marcar();
@@ -175,36 +225,93 @@ void Vigia::Estado::contar()
 {
     const std::lock_guard trava(mutex);
     quantasPastas = abaixo.size() + (wdPasta >= 0 ? 1 : 0);
+    erroAgora = wdPasta >= 0 ? 0 : erroPasta;
+    parcialAgora = precisaReler();
 }
 
 void Vigia::Estado::vigiarPasta()
 {
     // The folder the person named may be a link (a Downloads folder moved elsewhere): that one
     // link is followed, as the scan does.
-    wdPasta = ::inotify_add_watch(inotify.get(), raiz.c_str(), kMascaraTopo);
+    for (int tentativa = 0; tentativa < 3; ++tentativa) {
+        const std::optional<QualPasta> antes = qualPasta(raiz);
+        wdPasta = ::inotify_add_watch(inotify.get(), raiz.c_str(), kMascaraTopo);
+        if (wdPasta < 0) {
+            erroPasta = errno;
+            return;
+        }
+        vigiada = qualPasta(raiz);
+        if (vigiada && vigiada == antes) {
+            break;
+        }
+        // The path changed while the watch was set: which folder it watches is not known.
+        ::inotify_rm_watch(inotify.get(), wdPasta);
+        wdPasta = -1;
+        vigiada.reset();
+    }
     if (wdPasta < 0) {
-        vigiarPai();
+        erroPasta = ENOENT; // a path that will not hold still; the folder above tells when it does
         return;
     }
-    if (wdPai >= 0) {
-        ::inotify_rm_watch(inotify.get(), wdPai);
-        wdPai = -1;
-    }
-    for (const std::string& nome : subpastas(raiz)) {
-        (void)vigiarArvore(juntar(raiz, nome), nome); // a full read is what starts the watch
+    erroPasta = 0;
+    for (const std::string& nome : subpastas(raiz, true)) {
+        // A full read is what starts the watch: what cannot be watched is only noted, to be
+        // read again from time to time.
+        if (!vigiarArvore(juntar(raiz, nome), nome)) {
+            semVigia.insert(nome);
+        }
     }
 }
 
-void Vigia::Estado::vigiarPai()
+void Vigia::Estado::soltarPasta()
 {
+    if (wdPasta >= 0) {
+        ::inotify_rm_watch(inotify.get(), wdPasta);
+    }
+    wdPasta = -1;
+    vigiada.reset();
+    esquecerTudoAbaixo();
+    semVigia.clear();
+    criados.clear();
+    abertos.clear();
+}
+
+void Vigia::Estado::resolver(bool forcar)
+{
+    const std::optional<QualPasta> agora = qualPasta(raiz);
+    if (forcar || wdPasta < 0 || !agora || agora != vigiada) {
+        marcar();
+        lote.tudo = true;
+        soltarPasta();
+        if (agora) {
+            vigiarPasta();
+        } else {
+            erroPasta = ENOENT;
+        }
+    }
+    ajustarPai();
+    contar();
+}
+
+void Vigia::Estado::ajustarPai()
+{
+    struct stat info {};
+    if (::lstat(raiz.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        // A folder of its own at the path: it cannot be replaced without being moved or
+        // removed, which its own watch tells.
+        if (wdPai >= 0) {
+            ::inotify_rm_watch(inotify.get(), wdPai);
+            wdPai = -1;
+        }
+        return;
+    }
     if (wdPai >= 0) {
         return;
     }
     wdPai = ::inotify_add_watch(inotify.get(), Caminho::pastaDe(raiz).c_str(), kMascaraPai);
-    // Set up after the folder was found missing: it may have come back in between.
-    struct stat info {};
-    if (wdPai >= 0 && ::stat(raiz.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        vigiarPasta();
+    // Set up after the path was looked at: it may have changed in between.
+    if (wdPai >= 0 && qualPasta(raiz) != (wdPasta >= 0 ? vigiada : std::nullopt)) {
+        resolver(false);
     }
 }
 
@@ -215,13 +322,13 @@ bool Vigia::Estado::vigiarArvore(const std::string& caminho, const std::string& 
     std::vector<std::string> pilha {caminho};
     while (!pilha.empty()) {
         if (abaixo.size() >= limite) {
-            return false; // the rest is not watched: its changes wait for a full scan
+            return false; // the rest is not watched
         }
         std::string atual = std::move(pilha.back());
         pilha.pop_back();
         const int wd = ::inotify_add_watch(inotify.get(), atual.c_str(), kMascaraAbaixo);
         if (wd < 0) {
-            if (errno == ENOSPC || errno == ENOMEM) {
+            if (semVigiasNoSistema(errno)) {
                 return false; // the user's watches are used up
             }
             continue; // gone already, or not a folder any more
@@ -255,27 +362,67 @@ void Vigia::Estado::esquecerTudoAbaixo()
     abaixo.clear();
 }
 
+void Vigia::Estado::vigiarArquivoDeHistorico(const std::string& pasta, const std::string& nome, bool usos)
+{
+    const int wd = ::inotify_add_watch(inotify.get(), juntar(pasta, nome).c_str(), kMascaraArquivoDeHistorico);
+    if (wd >= 0) {
+        arquivosDeHistorico.insert_or_assign(wd, usos);
+    }
+}
+
 void Vigia::Estado::vigiarHistoricos()
 {
-    for (const std::string& banco : opcoes.historicos) {
-        const int wd = ::inotify_add_watch(inotify.get(), Caminho::pastaDe(banco).c_str(), kMascaraHistorico);
+    const auto vigiar = [this](const std::string& arquivo, std::vector<std::string> nomes, bool usos) {
+        const std::string pasta = Caminho::pastaDe(arquivo);
+        // Added to what the folder is watched for already: two databases may share it.
+        const int wd = ::inotify_add_watch(inotify.get(), pasta.c_str(), kMascaraPastaDeHistorico | IN_MASK_ADD);
         if (wd < 0) {
-            continue;
+            return;
         }
+        PastaDeHistorico& onde = historicos[wd];
+        onde.caminho = pasta;
+        for (std::string& nome : nomes) {
+            // Those not there yet are watched when they come.
+            vigiarArquivoDeHistorico(pasta, nome, usos);
+            onde.nomes.try_emplace(std::move(nome), usos);
+        }
+    };
+    for (const std::string& banco : opcoes.historicos) {
         const std::string nome = Caminho::nomeDe(banco);
-        for (std::string contado : {nome, nome + "-journal", nome + "-wal"}) {
-            historicos[wd].try_emplace(std::move(contado), false);
-        }
+        vigiar(banco, {nome, nome + "-journal", nome + "-wal"}, false);
     }
     if (!opcoes.usosRecentes.empty()) {
         // Written whole beside and renamed over the old one, or written in place: either way an
-        // event of its own name in its folder.
-        const int wd = ::inotify_add_watch(
-            inotify.get(), Caminho::pastaDe(opcoes.usosRecentes).c_str(), kMascaraHistorico | IN_MASK_ADD);
-        if (wd >= 0) {
-            historicos[wd].insert_or_assign(Caminho::nomeDe(opcoes.usosRecentes), true);
+        // event of its own name in its folder, or on the file itself.
+        vigiar(opcoes.usosRecentes, {Caminho::nomeDe(opcoes.usosRecentes)}, true);
+    }
+}
+
+bool Vigia::Estado::precisaReler() const
+{
+    return !semVigia.empty() || (wdPasta < 0 && semVigiasNoSistema(erroPasta));
+}
+
+void Vigia::Estado::reler()
+{
+    // What cannot be watched is read again, and its watch tried again: watches given back by
+    // other programs, or folders removed below it, may leave room now.
+    if (wdPasta < 0 && semVigiasNoSistema(erroPasta)) {
+        resolver(true); // the folder itself: read whole
+        return;
+    }
+    marcar();
+    const std::set<std::string> antes = semVigia;
+    for (const std::string& topo : antes) {
+        lote.nomes.insert(topo);
+        const std::string caminho = juntar(raiz, topo);
+        esquecerArvore(caminho);
+        struct stat info {};
+        if (::lstat(caminho.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || vigiarArvore(caminho, topo)) {
+            semVigia.erase(topo);
         }
     }
+    contar();
 }
 
 void Vigia::Estado::marcar()
@@ -300,18 +447,12 @@ void Vigia::Estado::processar(const inotify_event& evento)
 
     if (evento.wd == wdPasta && wdPasta >= 0) {
         if ((m & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
-            // Whatever stands at the path now (if anything) is another folder.
-            marcar();
-            lote.tudo = true;
-            if ((m & IN_IGNORED) == 0) {
-                ::inotify_rm_watch(inotify.get(), wdPasta);
+            if ((m & IN_IGNORED) != 0) {
+                wdPasta = -1; // the kernel dropped the watch itself
             }
-            wdPasta = -1;
-            esquecerTudoAbaixo();
-            criados.clear();
-            abertos.clear();
-            vigiarPai();
-            contar();
+            // Moved: the path may name it still (a link left where it was); removed: whatever
+            // stands at the path now is another folder, even with the same number.
+            resolver((m & IN_MOVE_SELF) == 0);
             return;
         }
         if (nome.empty()) {
@@ -348,10 +489,11 @@ void Vigia::Estado::processar(const inotify_event& evento)
         lote.nomes.insert(nome);
         if (pasta && (m & (IN_DELETE | IN_MOVED_FROM)) != 0) {
             esquecerArvore(juntar(raiz, nome));
+            semVigia.erase(nome);
         }
         if (pasta && (m & (IN_CREATE | IN_MOVED_TO)) != 0 && !vigiarArvore(juntar(raiz, nome), nome)) {
-            // A folder that cannot be watched whole: only reading everything keeps the sizes right.
-            lote.tudo = true;
+            // A folder that cannot be watched whole: its size is read again from time to time.
+            semVigia.insert(nome);
         }
         contar();
         return;
@@ -362,11 +504,9 @@ void Vigia::Estado::processar(const inotify_event& evento)
             wdPai = -1;
             return;
         }
-        if (nome == Caminho::nomeDe(raiz) && (m & IN_ISDIR) != 0) {
-            marcar();
-            lote.tudo = true;
-            vigiarPasta();
-            contar();
+        // The rest of the folder above is none of our business.
+        if (nome == Caminho::nomeDe(raiz)) {
+            resolver(false);
         }
         return;
     }
@@ -384,7 +524,7 @@ void Vigia::Estado::processar(const inotify_event& evento)
             if ((m & IN_MOVED_FROM) != 0) {
                 esquecerArvore(juntar(onde.caminho, nome));
             } else if ((m & (IN_CREATE | IN_MOVED_TO)) != 0 && !vigiarArvore(juntar(onde.caminho, nome), onde.topo)) {
-                lote.tudo = true;
+                semVigia.insert(onde.topo);
             }
             contar();
         }
@@ -394,10 +534,28 @@ void Vigia::Estado::processar(const inotify_event& evento)
     if (const auto achado = historicos.find(evento.wd); achado != historicos.end()) {
         if ((m & IN_IGNORED) != 0) {
             historicos.erase(achado);
-        } else if (const auto contado = achado->second.find(nome); contado != achado->second.end()) {
-            marcar();
-            (contado->second ? lote.usosRecentes : lote.historicos) = true;
+            return;
         }
+        const auto contado = achado->second.nomes.find(nome);
+        if (contado == achado->second.nomes.end()) {
+            return;
+        }
+        if ((m & (IN_CREATE | IN_MOVED_TO)) != 0) {
+            // A journal begun, a database put in place: its writes from now on.
+            vigiarArquivoDeHistorico(achado->second.caminho, nome, contado->second);
+        }
+        marcar();
+        (contado->second ? lote.usosRecentes : lote.historicos) = true;
+        return;
+    }
+
+    if (const auto achado = arquivosDeHistorico.find(evento.wd); achado != arquivosDeHistorico.end()) {
+        if ((m & IN_IGNORED) != 0) {
+            arquivosDeHistorico.erase(achado); // removed: its folder tells when it comes back
+            return;
+        }
+        marcar();
+        (achado->second ? lote.usosRecentes : lote.historicos) = true;
     }
 }
 
@@ -434,6 +592,7 @@ void Vigia::Estado::entregar()
         return;
     }
     LoteDeEventos pronto = std::exchange(lote, LoteDeEventos {});
+    pronto.parcial = precisaReler();
     aoMudar(std::move(pronto));
 }
 
@@ -441,11 +600,23 @@ void Vigia::Estado::rodar()
 {
     alignas(inotify_event) std::byte buffer[64 * 1024];
     for (;;) {
-        int espera = -1; // nothing pending: sleep until the kernel has something
+        // Nothing pending and everything watched: sleep until the kernel has something.
+        std::optional<Relogio::time_point> prazo;
         if (!lote.vazio() || !criados.empty()) {
-            const Relogio::time_point prazo = std::min(ultimo + opcoes.calma, primeiro + opcoes.esperaMaxima);
-            const auto falta = std::chrono::ceil<std::chrono::milliseconds>(prazo - Relogio::now());
-            espera = static_cast<int>(std::max<std::chrono::milliseconds::rep>(0, falta.count()));
+            prazo = std::min(ultimo + opcoes.calma, primeiro + opcoes.esperaMaxima);
+        }
+        if (!precisaReler()) {
+            proximaReleitura = {};
+        } else {
+            if (proximaReleitura == Relogio::time_point {}) {
+                proximaReleitura = Relogio::now() + opcoes.releitura;
+            }
+            prazo = prazo ? std::min(*prazo, proximaReleitura) : proximaReleitura;
+        }
+        int espera = -1;
+        if (prazo) {
+            const auto falta = std::chrono::ceil<std::chrono::milliseconds>(*prazo - Relogio::now());
+            espera = static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(falta.count(), 0, 24 * 3600 * 1000));
         }
         pollfd fds[2] = {{inotify.get(), POLLIN, 0}, {acordar.get(), POLLIN, 0}};
         const int prontos = ::poll(fds, 2, espera);
@@ -453,6 +624,12 @@ void Vigia::Estado::rodar()
             return;
         }
         if (prontos == 0) {
+            const Relogio::time_point agora = Relogio::now();
+            if (proximaReleitura != Relogio::time_point {} && agora >= proximaReleitura) {
+                proximaReleitura = agora + opcoes.releitura;
+                reler(); // handed over once the batch's quiet spell is over
+                continue;
+            }
             entregar();
             continue;
         }
@@ -510,7 +687,13 @@ Vigia::Vigia(std::string pasta, Opcoes opcoes, AoMudar aoMudar)
     if (!e.acordar.valido()) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
     }
-    e.vigiarPasta();
+    if (qualPasta(e.raiz)) {
+        e.vigiarPasta();
+    } else {
+        e.erroPasta = ENOENT;
+    }
+    e.ajustarPai();
+    e.lote = {}; // what the path did while being set up is what the first read sees
     e.vigiarHistoricos();
     e.contar();
     e.fio = std::jthread([&e] { e.rodar(); });
@@ -556,6 +739,18 @@ std::size_t Vigia::pastasVigiadas() const
 {
     const std::lock_guard trava(estado_->mutex);
     return estado_->quantasPastas;
+}
+
+std::error_code Vigia::erroNaPasta() const
+{
+    const std::lock_guard trava(estado_->mutex);
+    return estado_->erroAgora == 0 ? std::error_code {} : std::error_code(estado_->erroAgora, std::generic_category());
+}
+
+bool Vigia::parcial() const
+{
+    const std::lock_guard trava(estado_->mutex);
+    return estado_->parcialAgora;
 }
 
 std::vector<std::byte> Vigia::evento(int wd, std::uint32_t mascara, const std::string& nome)

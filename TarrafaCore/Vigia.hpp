@@ -8,6 +8,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace tarrafa {
@@ -21,13 +22,16 @@ struct LoteDeEventos {
     bool historicos = false;
     // The desktop's list of recently used files was written: files may have been opened.
     bool usosRecentes = false;
-    // The events cannot say what changed (the kernel's queue overflowed, the folder itself was
-    // moved, removed or created again, ".hidden" changed, a watch could not be set): only
-    // reading the whole folder again tells.
+    // The events cannot say what changed (the kernel's queue overflowed, the path now names
+    // another folder or none, ".hidden" changed): only reading the whole folder again tells.
     bool tudo = false;
     // List the folder again and take whatever came or went meanwhile: what a watch set up
     // after a scan had no chance to see.
     bool conferir = false;
+    // As things stood when the batch was handed over: some folders could not be watched (the
+    // user's inotify watches are used up, or there are more folders than we allow ourselves),
+    // so their sizes are only as fresh as the last periodic read of them.
+    bool parcial = false;
 
     [[nodiscard]] bool vazio() const noexcept { return nomes.empty() && !historicos && !usosRecentes && !tudo && !conferir; }
 };
@@ -37,9 +41,15 @@ struct LoteDeEventos {
 // changed; every folder below it for anything that changes its size; the browsers' history
 // databases for writes. Nothing is ever opened for reading, and nothing is changed.
 //
+// The path is what is watched, not the folder that happened to be there at the start: when it
+// comes to name another folder (the folder moved away and another put in its place, or a link
+// pointed elsewhere) the watch moves there and a full read is asked for.
+//
 // A file created and still open for writing is held back until it is closed: a download that
 // writes for minutes costs nothing until it ends. When nothing happens the thread sleeps in
-// the kernel: no timers, no polling.
+// the kernel: no timers, no polling. The one exception is a folder that could not be watched:
+// it is named in a batch every little while, so that its size is read again, for as long as
+// its watch cannot be set.
 class Vigia final {
 public:
     struct Opcoes {
@@ -55,6 +65,8 @@ public:
         // How many folders below the top level may be watched; 0: a quarter of what the
         // kernel allows the user (the rest of the system needs watches too).
         std::size_t maximoDePastas = 0;
+        // How often what could not be watched is read again (and its watch tried again).
+        std::chrono::milliseconds releitura {30000};
     };
     using AoMudar = std::function<void(LoteDeEventos)>;
 
@@ -77,6 +89,12 @@ public:
 
     // How many folders are watched now (the folder itself and those below it); for tests.
     [[nodiscard]] std::size_t pastasVigiadas() const;
+    // Why the folder itself is not watched now (the kernel refused the watch, or the path names
+    // nothing); empty while it is.
+    [[nodiscard]] std::error_code erroNaPasta() const;
+    // Whether some folder is read again from time to time for want of a watch (see
+    // LoteDeEventos::parcial).
+    [[nodiscard]] bool parcial() const;
 
     // Raw record of an event, as inotify writes it, for injetar().
     [[nodiscard]] static std::vector<std::byte> evento(int wd, std::uint32_t mascara, const std::string& nome = {});

@@ -10,6 +10,7 @@
 
 #include <QFutureWatcher>
 #include <QMetaObject>
+#include <QStringList>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -26,6 +27,7 @@ void Modelo::setAoVivo(bool aoVivo)
     aoVivo_ = aoVivo;
     if (!aoVivo_) {
         vigia_.reset();
+        notarVigiaParcial(false);
     }
 }
 
@@ -38,25 +40,53 @@ void Modelo::vigiar(std::shared_ptr<PastaViva> viva)
         opcoes.historicos = viva->bancosDeHistorico();
         // "nunca aberto" goes as soon as the desktop notes the file opened.
         opcoes.usosRecentes = Spotlight::arquivoDaLista();
-        vigia_ = std::make_unique<Vigia>(pasta_, std::move(opcoes), [this, viva, geracao](const LoteDeEventos& lote) {
-            PastaViva::Atualizacao atualizacao;
-            try {
-                atualizacao = viva->aplicar(lote);
-            } catch (const std::exception&) {
-                return; // called off: a newer scan is under way
-            }
-            if (atualizacao.mudancas.empty() && !atualizacao.falha && !atualizacao.completa) {
-                return;
-            }
-            // The model is on the interface thread; the destructor stops this thread first.
-            QMetaObject::invokeMethod(
-                this, [this, geracao, atualizacao] { aplicarMudancas(geracao, atualizacao); }, Qt::QueuedConnection);
-        });
+        // Whether folders went unwatched, as the last batch said: the first batch always tells.
+        std::optional<bool> parcialAntes;
+        vigia_ = std::make_unique<Vigia>(pasta_, std::move(opcoes),
+            [this, viva, geracao, parcialAntes](const LoteDeEventos& lote) mutable {
+                PastaViva::Atualizacao atualizacao;
+                try {
+                    atualizacao = viva->aplicar(lote);
+                } catch (const std::exception&) {
+                    return; // called off: a newer scan is under way
+                }
+                const bool parcialMudou = std::exchange(parcialAntes, lote.parcial) != lote.parcial;
+                if (atualizacao.mudancas.empty() && !atualizacao.falha && !atualizacao.completa && !parcialMudou) {
+                    return;
+                }
+                // The model is on the interface thread; the destructor stops this thread first.
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, geracao, atualizacao, parcial = lote.parcial] {
+                        aplicarMudancas(geracao, atualizacao);
+                        if (geracao == geracaoViva_ && vigia_) {
+                            notarVigiaParcial(parcial);
+                        }
+                    },
+                    Qt::QueuedConnection);
+            });
     } catch (const std::system_error&) {
         return; // no inotify here: the folder changes show with the next scan
     }
     // Whatever came or went between the scan's listing and the watch.
     vigia_->pedir({.nomes = {}, .historicos = false, .tudo = false, .conferir = true});
+}
+
+void Modelo::notarVigiaParcial(bool parcial)
+{
+    if (parcial && !avisoDeTamanhos_) {
+        avisoDeTamanhos_ = QStringLiteral("Alguns tamanhos de pastas podem estar desatualizados: não há como vigiar "
+                                          "todas as subpastas, e elas são lidas de novo de tempos em tempos.");
+        informar(*avisoDeTamanhos_);
+    } else if (!parcial && avisoDeTamanhos_) {
+        // Watched again: the line goes, whatever else the message says stays.
+        const QString linha = *std::exchange(avisoDeTamanhos_, std::nullopt);
+        if (mensagem_) {
+            QStringList linhas = mensagem_->split(QLatin1Char('\n'));
+            linhas.removeAll(linha);
+            setMensagem(linhas.isEmpty() ? std::nullopt : std::optional<QString>(linhas.join(QLatin1Char('\n'))));
+        }
+    }
 }
 
 void Modelo::anotarAbertura(const std::string& id)

@@ -229,6 +229,9 @@ private:
     void vigiar(std::shared_ptr<PastaViva> viva);
     // What the watcher of that generation found; dropped if a newer scan took its place.
     void aplicarMudancas(std::uint64_t geracao, const PastaViva::Atualizacao& atualizacao);
+    // Whether the watcher reads some folders from time to time for want of a watch: a line of
+    // the message says so while it lasts.
+    void notarVigiaParcial(bool parcial);
     // Compares the files' contents in the background; the result replaces the last one.
     void compararConteudos();
     [[nodiscard]] std::vector<Duplicatas::Arquivo> arquivosParaComparar() const;
@@ -307,6 +310,8 @@ private:
     bool gravacaoPedida_ = false;
     // The line shown while the decisions cannot be saved, until a save succeeds.
     std::optional<QString> avisoDeGravacao_;
+    // The line shown while some folders cannot be watched.
+    std::optional<QString> avisoDeTamanhos_;
     static constexpr std::chrono::milliseconds kNovaTentativaDeGravar {3000};
 
     bool aoVivo_ = false;

@@ -10,6 +10,9 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
+#include <set>
+#include <sys/stat.h>
+#include <thread>
 #include <poll.h>
 #include <spawn.h>
 #include <string>
@@ -197,6 +200,108 @@ TEST_F(CliVigiar, PastaQueNaoExisteEhErro)
     ASSERT_TRUE(erro);
     EXPECT_EQ(*erro, "Não consegui ler a pasta Downloads: No such file or directory");
     EXPECT_EQ(vigiar.interromper(), 1);
+}
+
+bool existe(const std::string& caminho)
+{
+    struct stat info {};
+    return ::lstat(caminho.c_str(), &info) == 0;
+}
+
+// Lines of output until one begins as asked (the others are dropped); none if it never comes.
+std::optional<std::string> ateComecarCom(Processo& processo, const std::string& inicio)
+{
+    while (const std::optional<std::string> linha = processo.linhaDaSaida()) {
+        if (linha->starts_with(inicio)) {
+            return linha;
+        }
+    }
+    return std::nullopt;
+}
+
+TEST_F(CliVigiar, OQueMudaEntreALeituraEAVigiaNaoSePerde)
+{
+    teste::escrever(downloads + "/velho.txt", "v");
+    const std::string pausa = casa / "pausa";
+    Processo vigiar = [&] {
+        const teste::VariavelTemporaria variavel("TARRAFA_TESTE_PAUSA_VIGIAR", pausa);
+        return Processo({"vigiar", downloads});
+    }();
+    // Read, not yet watching: a file comes and another goes.
+    for (int i = 0; i < 1000 && !existe(pausa); ++i) {
+        std::this_thread::sleep_for(10ms);
+    }
+    ASSERT_TRUE(existe(pausa)) << "vigiar never paused before watching";
+    teste::escrever(downloads + "/novo.pdf", "n");
+    std::filesystem::remove(downloads + "/velho.txt");
+    std::filesystem::remove(pausa);
+
+    ASSERT_TRUE(vigiar.linhaDeErros());
+    std::set<std::string> linhas;
+    for (int i = 0; i < 2; ++i) {
+        const std::optional<std::string> linha = vigiar.linhaDaSaida();
+        ASSERT_TRUE(linha) << "what changed before the watch was never told";
+        linhas.insert(linha->substr(0, linha->find("  ", linha->find("  ") + 2)));
+    }
+    EXPECT_EQ(linhas, (std::set<std::string> {"chegou  novo.pdf", "saiu  velho.txt"}));
+    EXPECT_EQ(vigiar.interromper(), 0);
+}
+
+TEST_F(CliVigiar, PastaTrocadaPorLinkContinuaSendoVigiada)
+{
+    teste::escrever(downloads + "/a.pdf", "a");
+    teste::escrever(casa / "Outra/b.pdf", "b");
+    Processo vigiar({"vigiar", downloads});
+    ASSERT_TRUE(vigiar.linhaDeErros());
+
+    std::filesystem::rename(downloads, casa / "Antiga");
+    ASSERT_TRUE(ateComecarCom(vigiar, "saiu  a.pdf"));
+    std::filesystem::create_directory_symlink(casa / "Outra", downloads);
+    ASSERT_TRUE(ateComecarCom(vigiar, "chegou  b.pdf")) << "the folder behind the link was never read";
+
+    teste::escrever(casa / "Outra/c.pdf", "c");
+    ASSERT_TRUE(ateComecarCom(vigiar, "chegou  c.pdf")) << "the folder behind the link is not watched";
+    EXPECT_EQ(vigiar.interromper(), 0);
+}
+
+// These lower the kernel's allowance of watches for the whole user: they run alone.
+class SemVigiasDoSistema : public CliVigiar { };
+
+TEST_F(SemVigiasDoSistema, SemVigiaNaPastaEhErro)
+{
+    teste::escrever(downloads + "/a.pdf", "a");
+    teste::LimiteDeVigias limite(0);
+    if (!limite.valido()) {
+        GTEST_SKIP() << "the kernel's allowance of inotify watches cannot be changed here";
+    }
+    Processo vigiar({"vigiar", downloads});
+    const std::optional<std::string> erro = vigiar.linhaDeErros();
+    limite.restaurar();
+    ASSERT_TRUE(erro);
+    EXPECT_EQ(*erro,
+        "Não consegui vigiar a pasta Downloads: o sistema não dá mais vigias do inotify a este usuário "
+        "(fs.inotify.max_user_watches)");
+    EXPECT_EQ(vigiar.interromper(), 1);
+}
+
+TEST_F(SemVigiasDoSistema, SubpastaSemVigiaAvisaUmaVez)
+{
+    Processo vigiar({"vigiar", downloads});
+    ASSERT_TRUE(vigiar.linhaDeErros());
+    teste::LimiteDeVigias limite(0);
+    if (!limite.valido()) {
+        GTEST_SKIP() << "the kernel's allowance of inotify watches cannot be changed here";
+    }
+    std::filesystem::create_directory(downloads + "/Fotos");
+    ASSERT_TRUE(ateComecarCom(vigiar, "chegou  Fotos"));
+    std::filesystem::create_directory(downloads + "/Musicas");
+    ASSERT_TRUE(ateComecarCom(vigiar, "chegou  Musicas"));
+    limite.restaurar();
+    const std::optional<std::string> aviso = vigiar.linhaDeErros();
+    ASSERT_TRUE(aviso);
+    EXPECT_TRUE(aviso->starts_with("Alguns tamanhos de pastas podem estar desatualizados")) << *aviso;
+    EXPECT_FALSE(vigiar.linhaDeErros(500ms)) << "said once";
+    EXPECT_EQ(vigiar.interromper(), 0);
 }
 
 } // namespace

@@ -218,4 +218,49 @@ private:
     VariavelTemporaria tmpdir_ {"TMPDIR", pasta_.caminho()};
 };
 
+// The kernel's allowance of inotify watches per user, lowered for the life of the object and
+// put back after. Only root may write it: valido() says whether it was lowered. Every program
+// of the user is refused new watches meanwhile, so it is held as briefly as the test allows
+// (restaurar() gives it back early) and the tests that use it run alone.
+class LimiteDeVigias {
+public:
+    explicit LimiteDeVigias(unsigned long limite)
+    {
+        std::ifstream atual(kArquivo);
+        if (!(atual >> anterior_)) {
+            return;
+        }
+        mudou_ = gravar(limite);
+    }
+    LimiteDeVigias(const LimiteDeVigias&) = delete;
+    LimiteDeVigias& operator=(const LimiteDeVigias&) = delete;
+    ~LimiteDeVigias() { restaurar(); }
+
+    [[nodiscard]] bool valido() const { return mudou_; }
+    void restaurar()
+    {
+        if (mudou_) {
+            EXPECT_TRUE(gravar(anterior_)) << "could not put back " << kArquivo << " = " << anterior_;
+            mudou_ = false;
+        }
+    }
+
+private:
+    static constexpr const char* kArquivo = "/proc/sys/fs/inotify/max_user_watches";
+
+    static bool gravar(unsigned long valor)
+    {
+        const int fd = ::open(kArquivo, O_WRONLY | O_CLOEXEC);
+        if (fd < 0) {
+            return false;
+        }
+        const std::string texto = std::to_string(valor) + "\n";
+        const bool escrito = ::write(fd, texto.data(), texto.size()) == static_cast<ssize_t>(texto.size());
+        return ::close(fd) == 0 && escrito;
+    }
+
+    unsigned long anterior_ = 0;
+    bool mudou_ = false;
+};
+
 } // namespace tarrafa::teste

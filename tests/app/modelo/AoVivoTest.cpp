@@ -4,6 +4,7 @@
 #include "Registro.hpp"
 
 #include <QDateTime>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -40,6 +41,41 @@ bool baixando(const Modelo& modelo, std::string_view nome)
 {
     return std::ranges::any_of(modelo.baixando(), [nome](const ItemTriado& item) { return item.nome() == nome; });
 }
+
+// The kernel's allowance of inotify watches per user, lowered for the life of the object and
+// put back after; root only (valido() says whether it was lowered).
+class LimiteDeVigias {
+public:
+    explicit LimiteDeVigias(unsigned long limite)
+    {
+        QFile atual(QString::fromLatin1(kArquivo));
+        bool numero = false;
+        if (atual.open(QIODevice::ReadOnly)) {
+            anterior_ = atual.readAll().trimmed().toULong(&numero);
+        }
+        mudou_ = numero && gravar(limite);
+    }
+    LimiteDeVigias(const LimiteDeVigias&) = delete;
+    LimiteDeVigias& operator=(const LimiteDeVigias&) = delete;
+    ~LimiteDeVigias()
+    {
+        if (mudou_) {
+            (void)gravar(anterior_);
+        }
+    }
+    [[nodiscard]] bool valido() const { return mudou_; }
+
+private:
+    static constexpr const char* kArquivo = "/proc/sys/fs/inotify/max_user_watches";
+    static bool gravar(unsigned long valor)
+    {
+        QFile arquivo(QString::fromLatin1(kArquivo));
+        return arquivo.open(QIODevice::WriteOnly | QIODevice::Unbuffered)
+            && arquivo.write(QByteArray::number(static_cast<qulonglong>(valor)) + '\n') > 0;
+    }
+    unsigned long anterior_ = 0;
+    bool mudou_ = false;
+};
 
 void sql(sqlite3* db, const char* comando)
 {
@@ -205,6 +241,26 @@ private Q_SLOTS:
 
         QTRY_VERIFY(!itemPorNome(*modelo, "foto.png")->snapshot().nuncaReaberto());
         QCOMPARE(fins.count(), 0); // never a whole new scan
+    }
+
+    void semVigiasNoSistemaAJanelaAvisa()
+    {
+        // Every program of the user is refused new watches meanwhile: run alone, by a test of
+        // its own that sets the variable.
+        if (qEnvironmentVariableIsEmpty("TARRAFA_TESTE_SEM_VIGIAS")) {
+            QSKIP("lowers the kernel's allowance of inotify watches: run by app.modelo.SemVigiasDoSistema");
+        }
+        const auto modelo = modeloAoVivo();
+        QVERIFY(modelo);
+        QVERIFY(!modelo->mensagem());
+        LimiteDeVigias limite(0);
+        if (!limite.valido()) {
+            QSKIP("the kernel's allowance of inotify watches cannot be changed here");
+        }
+        std::filesystem::create_directory(emDownloads("Fotos"));
+        QTRY_VERIFY(listado(*modelo, "Fotos"));
+        QTRY_VERIFY(modelo->mensagem()
+            && modelo->mensagem()->startsWith(QStringLiteral("Alguns tamanhos de pastas podem estar desatualizados")));
     }
 
     void varrerDeNovoContinuaVigiando()

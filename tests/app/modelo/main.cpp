@@ -13,8 +13,14 @@ int main(int argc, char* argv[])
     tarrafa::app::teste::Casa::montar();
     QCoreApplication aplicacao(argc, argv);
     int falhas = 0;
+    // One class alone when asked (a test run by itself, with its functions named on the
+    // command line, which the other classes do not have).
+    const QByteArray soEsta = qgetenv("TARRAFA_TESTE_CLASSE");
     for (const auto& fabrica : tarrafa::app::teste::testesRegistrados()) {
         const std::unique_ptr<QObject> teste = fabrica();
+        if (!soEsta.isEmpty() && soEsta != teste->metaObject()->className()) {
+            continue;
+        }
         falhas += QTest::qExec(teste.get(), argc, argv);
     }
     tarrafa::app::teste::Casa::desmontar();

@@ -52,6 +52,21 @@ public:
         return lote;
     }
 
+    // Waits for batches until one satisfies the test; the others are dropped.
+    template <typename F>
+    std::optional<LoteDeEventos> ate(F&& condicao, std::chrono::milliseconds prazo = 10s)
+    {
+        const auto fim = std::chrono::steady_clock::now() + prazo;
+        while (std::chrono::steady_clock::now() < fim) {
+            std::optional<LoteDeEventos> lote
+                = proximo(std::chrono::duration_cast<std::chrono::milliseconds>(fim - std::chrono::steady_clock::now()));
+            if (lote && condicao(*lote)) {
+                return lote;
+            }
+        }
+        return std::nullopt;
+    }
+
     std::size_t quantos()
     {
         const std::lock_guard trava(mutex_);
@@ -446,28 +461,55 @@ TEST(VigiaPedido, UmLotePedidoEhEntregueJaComOQueEstavaPendente)
 namespace tarrafa {
 namespace {
 
-TEST(VigiaLimite, PastaQueNaoPodeSerVigiadaInteiraPedeTudo)
+TEST(VigiaLimite, PastaQueNaoPodeSerVigiadaEhRelidaDeTemposEmTemposEnquantoNaoPuder)
 {
     teste::PastaTemporaria pasta;
     teste::escrever(pasta / "Projeto/a.c", "a");
     Lotes lotes;
     Vigia::Opcoes opcoes = rapidas();
     opcoes.maximoDePastas = 2; // Projeto and one more
+    opcoes.releitura = std::chrono::milliseconds(300);
     Vigia vigia(pasta.caminho(), opcoes, lotes.receptor());
     EXPECT_EQ(vigia.pastasVigiadas(), 2U);
+    EXPECT_FALSE(vigia.parcial());
 
     // One folder more fits; its contents are watched as any other.
     std::filesystem::create_directory(pasta / "Fotos");
     std::optional<LoteDeEventos> lote = lotes.proximo();
     ASSERT_TRUE(lote);
     EXPECT_FALSE(lote->tudo);
+    EXPECT_FALSE(lote->parcial);
     EXPECT_EQ(vigia.pastasVigiadas(), 3U);
 
-    // The next does not: the changes below it would go unseen, so everything is read again.
+    // The next does not: it is named, and said to be read from time to time.
     std::filesystem::create_directory(pasta / "Musicas");
     lote = lotes.proximo();
     ASSERT_TRUE(lote);
-    EXPECT_TRUE(lote->tudo);
+    EXPECT_EQ(lote->nomes, nomes({"Musicas"}));
+    EXPECT_FALSE(lote->tudo);
+    EXPECT_TRUE(lote->parcial);
+    EXPECT_TRUE(vigia.parcial());
+
+    // What happens inside it the kernel does not tell; the periodic read names it, and only it.
+    teste::escrever(pasta / "Musicas/a.mp3", "mp3");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Musicas"}));
+    EXPECT_TRUE(lote->parcial);
+
+    // Room made: it is watched again, and the periodic reads stop.
+    std::filesystem::remove_all(pasta / "Fotos");
+    lote = lotes.ate([](const LoteDeEventos& l) { return !l.parcial; });
+    ASSERT_TRUE(lote);
+    EXPECT_FALSE(vigia.parcial());
+    EXPECT_EQ(vigia.pastasVigiadas(), 3U); // the folder, Projeto, Musicas
+    while (lotes.proximo(200ms)) {
+    }
+    EXPECT_FALSE(lotes.proximo(1s)) << "no reading without a reason";
+    teste::escrever(pasta / "Musicas/b.mp3", "mp3");
+    lote = lotes.proximo();
+    ASSERT_TRUE(lote);
+    EXPECT_EQ(lote->nomes, nomes({"Musicas"}));
 }
 
 } // namespace
