@@ -7,6 +7,7 @@
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
+#include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/Duplicatas.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Formato.hpp"
@@ -128,17 +129,60 @@ std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
 } // namespace
 
 Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
-    Date agora, std::unordered_map<std::string, std::string> duplicataDe)
+    Date agora, std::unordered_map<std::string, std::string> duplicataDe, std::unordered_map<std::string, Decisao> decisoes,
+    Filtro estado)
     : pasta_(std::move(pasta))
     , appsInstalados_(std::move(appsInstalados))
     , baixando_(separarBaixando(snapshots))
     , duplicataDe_(std::move(duplicataDe))
-    , grupos_(Duplicatas::marcar(TriageEngine(appsInstalados_).triar(snapshots), duplicataDe_))
-    , raioX_(snapshots, grupos_, agora)
+    , decisoes_(std::move(decisoes))
+    , estado_(estado)
+    , todos_(Duplicatas::marcar(TriageEngine(appsInstalados_).triar(snapshots), duplicataDe_))
+    , raioX_(snapshots, todos_, agora)
 {
+    // As the window's lists: a group keeps its place and shows only the files listed, and a
+    // group left with none is not shown at all.
+    for (const GrupoOrigem& grupo : todos_) {
+        std::vector<ItemTriado> listados;
+        for (const ItemTriado& item : grupo.itens()) {
+            if (!estado_ || estadoDe(decisao(item.id())) == *estado_) {
+                listados.push_back(item);
+            }
+        }
+        if (!listados.empty()) {
+            grupos_.emplace_back(grupo.origem(), std::move(listados));
+        }
+    }
+    // The window shows the downloads under way above the inbox, and nowhere else.
+    if (estado_ && *estado_ != Estado::caixa) {
+        baixando_.clear();
+    }
 }
 
-Relatorio Relatorio::de(const std::string& pasta)
+Decisao Relatorio::decisao(const std::string& id) const
+{
+    const auto achada = decisoes_.find(id);
+    return achada == decisoes_.end() ? Decisao::novo : achada->second;
+}
+
+std::optional<Relatorio::Filtro> Relatorio::filtroDe(std::string_view palavra) noexcept
+{
+    if (palavra == "caixa") {
+        return Filtro(Estado::caixa);
+    }
+    if (palavra == "adiados") {
+        return Filtro(Estado::adiados);
+    }
+    if (palavra == "resolvidos") {
+        return Filtro(Estado::resolvidos);
+    }
+    if (palavra == "todos") {
+        return std::optional<Filtro>(std::in_place, kTodos);
+    }
+    return std::nullopt;
+}
+
+Relatorio Relatorio::de(const std::string& pasta, Filtro estado)
 {
     PastaScanner::Resultado lido = PastaScanner().varrerComIdentidades(pasta);
     std::unordered_map<std::string, Identidade> identidades;
@@ -157,8 +201,10 @@ Relatorio Relatorio::de(const std::string& pasta)
     CacheDeHashes cache(PastasDoUsuario::arquivoDeHashes());
     Duplicatas::Resultado duplicatas
         = Duplicatas::encontrar(Duplicatas::candidatos(arquivos, identidades, lido.sha256), cache);
+    // The file the window reads and writes, so that both list every file in the same place.
+    ArquivoDeDecisoes decisoes(PastasDoUsuario::arquivoDeDecisoes());
     return Relatorio(pasta, AppsInstalados::listar(), std::move(lido.snapshots), Date::agora(),
-        std::move(duplicatas.duplicataDe));
+        std::move(duplicatas.duplicataDe), decisoes.ler(), estado);
 }
 
 std::string Relatorio::comoTexto() const
@@ -182,6 +228,10 @@ std::string Relatorio::comoTexto() const
             .append("\n");
         for (const ItemTriado& i : g.itens()) {
             saida.append("  ").append(Escapes::paraTerminal(i.nome()));
+            // Outside the inbox a file may be in another place than its neighbours: said.
+            if (const Decisao d = decisao(i.id()); d != Decisao::novo) {
+                saida.append("  (").append(valorBruto(d)).append(")");
+            }
             for (const Selo& selo : i.selos()) {
                 saida.append("  [").append(Escapes::paraTerminal(selo.rotulo())).append("]");
             }
@@ -190,7 +240,13 @@ std::string Relatorio::comoTexto() const
         saida.append("\n");
     }
     if (grupos_.empty()) {
-        saida.append("Caixa de entrada vazia: nada esperando decisão na sua pasta Downloads.\n\n");
+        if (estado_ == Estado::caixa) {
+            saida.append("Caixa de entrada vazia: nada esperando decisão na sua pasta Downloads.\n\n");
+        } else if (estado_) {
+            saida.append("Nada aqui: nenhum arquivo neste estado.\n\n");
+        } else {
+            saida.append("Nenhum arquivo na pasta.\n\n");
+        }
     }
     saida.append(leitura(raioX_)).append("\n");
     return saida;
@@ -211,6 +267,8 @@ std::string Relatorio::comoJson() const
             // The original's id, written as every id is.
             item["duplicataDe"]
                 = original == duplicataDe_.end() ? Json(nullptr) : Json(IdEmTexto::codificar(original->second));
+            // In the decision file's own words.
+            item["decisao"] = std::string(valorBruto(decisao(i.id())));
             itens.push_back(std::move(item));
         }
         grupos.push_back(Json {
