@@ -167,19 +167,28 @@ Decisao Relatorio::decisao(const std::string& id) const
 
 std::optional<Relatorio::Filtro> Relatorio::filtroDe(std::string_view palavra) noexcept
 {
-    if (palavra == "caixa") {
-        return Filtro(Estado::caixa);
-    }
-    if (palavra == "adiados") {
-        return Filtro(Estado::adiados);
-    }
-    if (palavra == "resolvidos") {
-        return Filtro(Estado::resolvidos);
-    }
-    if (palavra == "todos") {
-        return std::optional<Filtro>(std::in_place, kTodos);
+    for (const Filtro filtro : {Filtro(Estado::caixa), Filtro(Estado::adiados), Filtro(Estado::resolvidos), kTodos}) {
+        if (palavraDe(filtro) == palavra) {
+            return std::optional<Filtro>(std::in_place, filtro);
+        }
     }
     return std::nullopt;
+}
+
+std::string_view Relatorio::palavraDe(Filtro filtro) noexcept
+{
+    if (!filtro) {
+        return "todos";
+    }
+    switch (*filtro) {
+    case Estado::caixa:
+        return "caixa";
+    case Estado::adiados:
+        return "adiados";
+    case Estado::resolvidos:
+        return "resolvidos";
+    }
+    return "caixa";
 }
 
 Relatorio Relatorio::de(const std::string& pasta, Filtro estado)
@@ -303,6 +312,8 @@ std::string Relatorio::comoJson() const
     }
     const Json raiz {
         {"pasta", texto(pasta_)},
+        // Which files "grupos" holds: a program reading the report need not know the option.
+        {"estado", std::string(palavraDe(estado_))},
         {"appsInstalados", std::move(apps)},
         {"grupos", std::move(grupos)},
         {"baixando", std::move(baixando)},

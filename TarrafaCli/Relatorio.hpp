@@ -39,6 +39,7 @@ public:
     // The word --estado takes for each filter ("caixa", "adiados", "resolvidos", "todos"),
     // and back; none for any other word.
     [[nodiscard]] static std::optional<Filtro> filtroDe(std::string_view palavra) noexcept;
+    [[nodiscard]] static std::string_view palavraDe(Filtro filtro) noexcept;
 
     [[nodiscard]] const std::string& pasta() const noexcept { return pasta_; }
     [[nodiscard]] const std::set<std::string>& appsInstalados() const noexcept { return appsInstalados_; }

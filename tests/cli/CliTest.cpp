@@ -623,6 +623,7 @@ protected:
 TEST_F(CliEstado, TodosListsEveryFileWithTheDecisionOfTheDecisionFile)
 {
     const Json todos = relatorio("--estado todos");
+    EXPECT_EQ(todos.at("estado"), "todos");
     EXPECT_EQ(decisoesDe(todos), (std::map<std::string, std::string> {
         {"a.pdf", "adiado"}, {"b c.pdf", "resolvido"}, {"fotos", "ignorado"}, {"novo.pdf", "novo"}}));
     ASSERT_EQ(todos.at("grupos").size(), 1U);
@@ -641,6 +642,7 @@ TEST_F(CliEstado, ByDefaultOnlyTheInboxIsListedAndTheDiagnosticsStayOfTheWholeFo
     for (const std::string& opcoes : {std::string(), std::string("--estado caixa")}) {
         const Json caixa = relatorio(opcoes);
         EXPECT_EQ(decisoesDe(caixa), (std::map<std::string, std::string> {{"novo.pdf", "novo"}})) << opcoes;
+        EXPECT_EQ(caixa.at("estado"), "caixa");
         ASSERT_EQ(caixa.at("grupos").size(), 1U);
         // The group counts the files listed, not the ones decided.
         EXPECT_EQ(caixa.at("grupos")[0].at("total"), 1);
@@ -671,6 +673,7 @@ TEST_F(CliEstado, AdiadosAndResolvidosListWhatTheWindowsRowsList)
 {
     const Json adiados = relatorio("--estado adiados");
     EXPECT_EQ(decisoesDe(adiados), (std::map<std::string, std::string> {{"a.pdf", "adiado"}}));
+    EXPECT_EQ(adiados.at("estado"), "adiados");
     ASSERT_EQ(adiados.at("grupos").size(), 1U);
     EXPECT_EQ(adiados.at("grupos")[0].at("total"), 1);
     EXPECT_EQ(adiados.at("grupos")[0].at("bytes"), 1);
@@ -679,7 +682,9 @@ TEST_F(CliEstado, AdiadosAndResolvidosListWhatTheWindowsRowsList)
     EXPECT_EQ(adiados.at("raioX").at("total"), 4);
 
     // Ignored files are done with, as resolved ones are.
-    EXPECT_EQ(decisoesDe(relatorio("--estado resolvidos")),
+    const Json resolvidos = relatorio("--estado resolvidos");
+    EXPECT_EQ(resolvidos.at("estado"), "resolvidos");
+    EXPECT_EQ(decisoesDe(resolvidos),
         (std::map<std::string, std::string> {{"b c.pdf", "resolvido"}, {"fotos", "ignorado"}}));
 
     const Execucao texto = rodar("--estado todos");
