@@ -130,7 +130,7 @@ std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
 
 Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
     Date agora, std::unordered_map<std::string, std::string> duplicataDe, std::unordered_map<std::string, Decisao> decisoes,
-    Filtro estado)
+    Filtro estado, std::vector<NaLixeira::Item> naLixeira)
     : pasta_(std::move(pasta))
     , appsInstalados_(std::move(appsInstalados))
     , baixando_(separarBaixando(snapshots))
@@ -139,6 +139,7 @@ Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, st
     , estado_(estado)
     , todos_(Duplicatas::marcar(TriageEngine(appsInstalados_).triar(snapshots), duplicataDe_))
     , raioX_(snapshots, todos_, agora)
+    , naLixeira_(!estado_ || *estado_ == Estado::resolvidos ? std::move(naLixeira) : std::vector<NaLixeira::Item> {})
 {
     // As the window's lists: a group keeps its place and shows only the files listed, and a
     // group left with none is not shown at all.
@@ -210,10 +211,17 @@ Relatorio Relatorio::de(const std::string& pasta, Filtro estado)
     CacheDeHashes cache(PastasDoUsuario::arquivoDeHashes());
     Duplicatas::Resultado duplicatas
         = Duplicatas::encontrar(Duplicatas::candidatos(arquivos, identidades, lido.sha256), cache);
+    std::set<std::string> apps = AppsInstalados::listar();
+    // "Resolvidos" in the window also lists what went from the folder to the Trash; the Trash
+    // is read only when those are asked for.
+    std::vector<NaLixeira::Item> naLixeira;
+    if (!estado || *estado == Estado::resolvidos) {
+        naLixeira = NaLixeira::ler(pasta, TriageEngine(apps));
+    }
     // The file the window reads and writes, so that both list every file in the same place.
     ArquivoDeDecisoes decisoes(PastasDoUsuario::arquivoDeDecisoes());
-    return Relatorio(pasta, AppsInstalados::listar(), std::move(lido.snapshots), Date::agora(),
-        std::move(duplicatas.duplicataDe), decisoes.ler(), estado);
+    return Relatorio(pasta, std::move(apps), std::move(lido.snapshots), Date::agora(),
+        std::move(duplicatas.duplicataDe), decisoes.ler(), estado, std::move(naLixeira));
 }
 
 std::string Relatorio::comoTexto() const
@@ -248,7 +256,23 @@ std::string Relatorio::comoTexto() const
         }
         saida.append("\n");
     }
-    if (grupos_.empty()) {
+    if (!naLixeira_.empty()) {
+        saida.append("Na Lixeira")
+            .append(kSeparador)
+            .append(std::to_string(naLixeira_.size()))
+            .append(" ")
+            .append(Apresentacao::itemOuItens(static_cast<int>(naLixeira_.size())))
+            .append("\n");
+        for (const NaLixeira::Item& guardado : naLixeira_) {
+            saida.append("  ").append(Escapes::paraTerminal(guardado.item.nome()));
+            for (const Selo& selo : guardado.item.selos()) {
+                saida.append("  [").append(Escapes::paraTerminal(selo.rotulo())).append("]");
+            }
+            saida.append("  ").append(Formato::bytes(guardado.item.snapshot().tamanho())).append("\n");
+        }
+        saida.append("\n");
+    }
+    if (grupos_.empty() && naLixeira_.empty()) {
         if (estado_ == Estado::caixa) {
             saida.append("Caixa de entrada vazia: nada esperando decisão na sua pasta Downloads.\n\n");
         } else if (estado_) {
@@ -289,6 +313,14 @@ std::string Relatorio::comoJson() const
             {"itens", std::move(itens)},
         });
     }
+    Json naLixeira = Json::array();
+    for (const NaLixeira::Item& guardado : naLixeira_) {
+        // Its id is where it lies in the Trash; where it was, written as every id is.
+        Json item = jsonDoItem(guardado.item);
+        item["caminhoOriginal"] = IdEmTexto::codificar(guardado.guardado.caminhoOriginal);
+        item["apagadoEm"] = texto(guardado.guardado.apagadoEm);
+        naLixeira.push_back(std::move(item));
+    }
     const RaioX& r = raioX_;
     Json raioX {
         {"total", r.total()},
@@ -317,6 +349,7 @@ std::string Relatorio::comoJson() const
         {"appsInstalados", std::move(apps)},
         {"grupos", std::move(grupos)},
         {"baixando", std::move(baixando)},
+        {"naLixeira", std::move(naLixeira)},
         {"raioX", std::move(raioX)},
     };
     // Every string was repaired above; replace is only a second guard.

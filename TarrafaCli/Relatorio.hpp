@@ -4,6 +4,7 @@
 #include "TarrafaCore/Date.hpp"
 #include "TarrafaCore/Decisao.hpp"
 #include "TarrafaCore/FileSnapshot.hpp"
+#include "TarrafaCore/NaLixeira.hpp"
 #include "TarrafaCore/RaioX.hpp"
 #include "TarrafaCore/TriageEngine.hpp"
 
@@ -26,13 +27,16 @@ public:
 
     // duplicataDe: each copy's id with its original's, as Duplicatas found them. decisoes:
     // the decision file's, by id; a file without one is novo. Only the files estado takes are
-    // listed; the diagnostics are of the whole folder all the same.
+    // listed; the diagnostics are of the whole folder all the same. naLixeira: what the Trash
+    // holds from the folder, listed with the resolved files as the window lists it.
     Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
         Date agora = Date::agora(), std::unordered_map<std::string, std::string> duplicataDe = {},
-        std::unordered_map<std::string, Decisao> decisoes = {}, Filtro estado = Estado::caixa);
+        std::unordered_map<std::string, Decisao> decisoes = {}, Filtro estado = Estado::caixa,
+        std::vector<NaLixeira::Item> naLixeira = {});
 
     // Scans the folder, lists the installed applications, compares the files' contents
-    // (through the user's cache of hashes) and reads the decisions the window shares; throws
+    // (through the user's cache of hashes), reads the decisions the window shares and, when
+    // the resolved files are listed, what the Trash holds from the folder; throws
     // std::system_error when the folder cannot be listed.
     [[nodiscard]] static Relatorio de(const std::string& pasta, Filtro estado = Estado::caixa);
 
@@ -47,6 +51,9 @@ public:
     // window's order.
     [[nodiscard]] const std::vector<GrupoOrigem>& grupos() const noexcept { return grupos_; }
     [[nodiscard]] const Filtro& estado() const noexcept { return estado_; }
+    // The files of the Trash that were in the folder, oldest first, when the resolved files are
+    // listed; empty otherwise.
+    [[nodiscard]] const std::vector<NaLixeira::Item>& naLixeira() const noexcept { return naLixeira_; }
     // The decision recorded for a file; novo when there is none.
     [[nodiscard]] Decisao decisao(const std::string& id) const;
     // Downloads still arriving, left out of the groups and the diagnostics; as in the window,
@@ -74,6 +81,7 @@ private:
     std::vector<GrupoOrigem> todos_;
     RaioX raioX_;
     std::vector<GrupoOrigem> grupos_;
+    std::vector<NaLixeira::Item> naLixeira_;
 };
 
 } // namespace tarrafa::cli

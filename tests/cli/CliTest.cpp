@@ -700,6 +700,31 @@ TEST_F(CliEstado, AdiadosAndResolvidosListWhatTheWindowsRowsList)
     EXPECT_TRUE(nenhum.saida.starts_with("Nada aqui: nenhum arquivo neste estado.\n\n")) << nenhum.saida;
 }
 
+TEST_F(CliEstado, WhatWentToTheTrashIsListedWithTheResolvedOnesAsInTheWindow)
+{
+    ASSERT_EQ(rodar("lixeira novo.pdf").status, 0);
+    for (const std::string& opcoes : {std::string("--estado resolvidos"), std::string("--estado todos")}) {
+        const Json raiz = relatorio(opcoes);
+        ASSERT_EQ(raiz.at("naLixeira").size(), 1U) << opcoes;
+        const Json& guardado = raiz.at("naLixeira")[0];
+        EXPECT_EQ(guardado.at("nome"), "novo.pdf");
+        EXPECT_EQ(guardado.at("id"), casa_ / ".local/share/Trash/files/novo.pdf");
+        EXPECT_EQ(guardado.at("caminhoOriginal"), casa_ / "Downloads/novo.pdf");
+        EXPECT_EQ(guardado.at("tamanho"), 5);
+        EXPECT_FALSE(guardado.at("apagadoEm").get<std::string>().empty());
+        // It is no longer in the folder.
+        EXPECT_FALSE(decisoesDe(raiz).contains("novo.pdf")) << opcoes;
+        EXPECT_EQ(raiz.at("raioX").at("total"), 3);
+    }
+    EXPECT_TRUE(relatorio("").at("naLixeira").empty());
+    EXPECT_TRUE(relatorio("--estado adiados").at("naLixeira").empty());
+
+    const Execucao texto = rodar("--estado resolvidos");
+    ASSERT_EQ(texto.status, 0) << texto.erros;
+    EXPECT_NE(texto.saida.find("Na Lixeira · 1 item\n  novo.pdf  ["), std::string::npos) << texto.saida;
+    EXPECT_EQ(rodar("").saida.find("Na Lixeira"), std::string::npos);
+}
+
 TEST_F(CliEstado, ANameThatIsNotUtf8HasItsDecisionToo)
 {
     escrever(casa_ / "Downloads/caf\xE9.txt", "x");

@@ -16,6 +16,7 @@
 
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include <sys/wait.h>
@@ -26,15 +27,15 @@ using namespace tarrafa::app::teste;
 
 namespace {
 
-// tarrafa-cli --json with the options, in this process's environment (the fake home); its
-// report, or an empty object (and a failure) when it did not end well.
-QJsonObject relatorio(const std::string& opcoes)
+// Runs tarrafa-cli with the arguments, in this process's environment (the fake home); its
+// output, or none when it did not end well.
+std::optional<QByteArray> executar(const std::string& argumentos)
 {
-    const std::string comando = std::string("'") + TARRAFA_CLI + "' --json " + opcoes;
+    const std::string comando = std::string("'") + TARRAFA_CLI + "' " + argumentos;
     std::FILE* processo = ::popen(comando.c_str(), "r");
     if (processo == nullptr) {
         qWarning("popen failed");
-        return {};
+        return std::nullopt;
     }
     QByteArray saida;
     std::array<char, 4096> bloco {};
@@ -44,10 +45,17 @@ QJsonObject relatorio(const std::string& opcoes)
     }
     const int estado = ::pclose(processo);
     if (!WIFEXITED(estado) || WEXITSTATUS(estado) != 0) {
-        qWarning("tarrafa-cli %s ended with %d", opcoes.c_str(), estado);
-        return {};
+        qWarning("tarrafa-cli %s ended with %d", argumentos.c_str(), estado);
+        return std::nullopt;
     }
-    return QJsonDocument::fromJson(saida).object();
+    return saida;
+}
+
+// tarrafa-cli --json with the options: its report, or an empty object when it failed.
+QJsonObject relatorio(const std::string& opcoes)
+{
+    const std::optional<QByteArray> saida = executar("--json " + opcoes);
+    return saida ? QJsonDocument::fromJson(*saida).object() : QJsonObject();
 }
 
 QString linhaDoGrupo(const std::string& chave, qint64 total, qint64 bytes)
@@ -102,6 +110,7 @@ QStringList nomesDosItens(const std::vector<ItemTriado>& itens)
     return nomes;
 }
 
+// The files of the groups in order, then those of the Trash: the order of the window's lists.
 QStringList nomesDosItens(const QJsonObject& raiz)
 {
     QStringList nomes;
@@ -109,6 +118,9 @@ QStringList nomesDosItens(const QJsonObject& raiz)
         for (const QJsonValue& item : grupo[QStringLiteral("itens")].toArray()) {
             nomes << item[QStringLiteral("nome")].toString();
         }
+    }
+    for (const QJsonValue& item : raiz[QStringLiteral("naLixeira")].toArray()) {
+        nomes << item[QStringLiteral("nome")].toString();
     }
     return nomes;
 }
@@ -138,6 +150,9 @@ private Q_SLOTS:
         escrever(emDownloads("outro.pdf"), std::string(5000, 'y'));
         escrever(emDownloads("notas.txt"), "notas");
         escrever(emDownloads("lista.txt"), "lista");
+        escrever(emDownloads("velho.zip"), "zip");
+        // Moved to the Trash from the terminal before the window opens: "Resolvidos" lists it.
+        QVERIFY(executar("lixeira velho.zip").has_value());
 
         auto modelo = std::make_unique<Modelo>();
         QSignalSpy fins(modelo.get(), &Modelo::varreduraTerminada);
@@ -145,6 +160,7 @@ private Q_SLOTS:
         QVERIFY(esperar(fins, 1));
         QVERIFY(esperar(comparadas, 1));
         QCOMPARE(modelo->duplicataDe().size(), std::size_t(2));
+        QCOMPARE(modelo->naLixeira().size(), std::size_t(1));
 
         // Decided in the window, read by the command line from the file the window writes.
         modelo->decidir({emDownloads("a8f3c2e1d9.pdf"), emDownloads("notas.txt")}, Decisao::adiado);
@@ -172,7 +188,22 @@ private Q_SLOTS:
         QCOMPARE(caixa[QStringLiteral("grupos")].toArray().size(), qsizetype(modelo->gruposVisiveis().size()));
 
         QCOMPARE(nomesDosItens(relatorio("--estado adiados")), nomesDosItens(modelo->itens(Destino::adiados())));
-        QCOMPARE(nomesDosItens(relatorio("--estado resolvidos")), nomesDosItens(modelo->itens(Destino::resolvidos())));
+        const QJsonObject resolvidos = relatorio("--estado resolvidos");
+        QCOMPARE(nomesDosItens(resolvidos), nomesDosItens(modelo->itens(Destino::resolvidos())));
+        QVERIFY(nomesDosItens(resolvidos).contains(QStringLiteral("velho.zip")));
+        // The Trash's file with the badges the window gives it.
+        const QJsonArray naLixeira = resolvidos[QStringLiteral("naLixeira")].toArray();
+        QCOMPARE(naLixeira.size(), qsizetype(1));
+        QStringList selosNaJanela;
+        for (const Selo& selo : modelo->naLixeira().front().item.selos()) {
+            selosNaJanela << QString::fromStdString(std::string(nomeDoCaso(selo.caso())));
+        }
+        QStringList selosNaLinhaDeComando;
+        for (const QJsonValue& selo : naLixeira.first()[QStringLiteral("selos")].toArray()) {
+            selosNaLinhaDeComando << selo[QStringLiteral("caso")].toString();
+        }
+        QCOMPARE(selosNaLinhaDeComando, selosNaJanela);
+        QCOMPARE(naLixeira.first()[QStringLiteral("id")].toString().toStdString(), modelo->naLixeira().front().item.id());
 
         // The diagnostics are of the whole folder in both, whatever was decided.
         QVERIFY(modelo->raioX().has_value());
