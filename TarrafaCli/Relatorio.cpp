@@ -7,6 +7,7 @@
 #include "TarrafaCore/Apresentacao.hpp"
 #include "TarrafaCore/EmAndamento.hpp"
 #include "TarrafaCore/AppsInstalados.hpp"
+#include "TarrafaCore/ArquivoDeDecisoes.hpp"
 #include "TarrafaCore/Duplicatas.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Formato.hpp"
@@ -128,17 +129,70 @@ std::vector<FileSnapshot> separarBaixando(std::vector<FileSnapshot>& snapshots)
 } // namespace
 
 Relatorio::Relatorio(std::string pasta, std::set<std::string> appsInstalados, std::vector<FileSnapshot> snapshots,
-    Date agora, std::unordered_map<std::string, std::string> duplicataDe)
+    Date agora, std::unordered_map<std::string, std::string> duplicataDe, std::unordered_map<std::string, Decisao> decisoes,
+    Filtro estado, std::vector<NaLixeira::Item> naLixeira)
     : pasta_(std::move(pasta))
     , appsInstalados_(std::move(appsInstalados))
     , baixando_(separarBaixando(snapshots))
     , duplicataDe_(std::move(duplicataDe))
-    , grupos_(Duplicatas::marcar(TriageEngine(appsInstalados_).triar(snapshots), duplicataDe_))
-    , raioX_(snapshots, grupos_, agora)
+    , decisoes_(std::move(decisoes))
+    , estado_(estado)
+    , todos_(Duplicatas::marcar(TriageEngine(appsInstalados_).triar(snapshots), duplicataDe_))
+    , raioX_(snapshots, todos_, agora)
+    , naLixeira_(!estado_ || *estado_ == Estado::resolvidos ? std::move(naLixeira) : std::vector<NaLixeira::Item> {})
 {
+    // As the window's lists: a group keeps its place and shows only the files listed, and a
+    // group left with none is not shown at all.
+    for (const GrupoOrigem& grupo : todos_) {
+        std::vector<ItemTriado> listados;
+        for (const ItemTriado& item : grupo.itens()) {
+            if (!estado_ || estadoDe(decisao(item.id())) == *estado_) {
+                listados.push_back(item);
+            }
+        }
+        if (!listados.empty()) {
+            grupos_.emplace_back(grupo.origem(), std::move(listados));
+        }
+    }
+    // The window shows the downloads under way above the inbox, and nowhere else.
+    if (estado_ && *estado_ != Estado::caixa) {
+        baixando_.clear();
+    }
 }
 
-Relatorio Relatorio::de(const std::string& pasta)
+Decisao Relatorio::decisao(const std::string& id) const
+{
+    const auto achada = decisoes_.find(id);
+    return achada == decisoes_.end() ? Decisao::novo : achada->second;
+}
+
+std::optional<Relatorio::Filtro> Relatorio::filtroDe(std::string_view palavra) noexcept
+{
+    for (const Filtro filtro : {Filtro(Estado::caixa), Filtro(Estado::adiados), Filtro(Estado::resolvidos), kTodos}) {
+        if (palavraDe(filtro) == palavra) {
+            return std::optional<Filtro>(std::in_place, filtro);
+        }
+    }
+    return std::nullopt;
+}
+
+std::string_view Relatorio::palavraDe(Filtro filtro) noexcept
+{
+    if (!filtro) {
+        return "todos";
+    }
+    switch (*filtro) {
+    case Estado::caixa:
+        return "caixa";
+    case Estado::adiados:
+        return "adiados";
+    case Estado::resolvidos:
+        return "resolvidos";
+    }
+    return "caixa";
+}
+
+Relatorio Relatorio::de(const std::string& pasta, Filtro estado)
 {
     PastaScanner::Resultado lido = PastaScanner().varrerComIdentidades(pasta);
     std::unordered_map<std::string, Identidade> identidades;
@@ -157,8 +211,17 @@ Relatorio Relatorio::de(const std::string& pasta)
     CacheDeHashes cache(PastasDoUsuario::arquivoDeHashes());
     Duplicatas::Resultado duplicatas
         = Duplicatas::encontrar(Duplicatas::candidatos(arquivos, identidades, lido.sha256), cache);
-    return Relatorio(pasta, AppsInstalados::listar(), std::move(lido.snapshots), Date::agora(),
-        std::move(duplicatas.duplicataDe));
+    std::set<std::string> apps = AppsInstalados::listar();
+    // "Resolvidos" in the window also lists what went from the folder to the Trash; the Trash
+    // is read only when those are asked for.
+    std::vector<NaLixeira::Item> naLixeira;
+    if (!estado || *estado == Estado::resolvidos) {
+        naLixeira = NaLixeira::ler(pasta, TriageEngine(apps));
+    }
+    // The file the window reads and writes, so that both list every file in the same place.
+    ArquivoDeDecisoes decisoes(PastasDoUsuario::arquivoDeDecisoes());
+    return Relatorio(pasta, std::move(apps), std::move(lido.snapshots), Date::agora(),
+        std::move(duplicatas.duplicataDe), decisoes.ler(), estado, std::move(naLixeira));
 }
 
 std::string Relatorio::comoTexto() const
@@ -182,6 +245,10 @@ std::string Relatorio::comoTexto() const
             .append("\n");
         for (const ItemTriado& i : g.itens()) {
             saida.append("  ").append(Escapes::paraTerminal(i.nome()));
+            // Outside the inbox a file may be in another place than its neighbours: said.
+            if (const Decisao d = decisao(i.id()); d != Decisao::novo) {
+                saida.append("  (").append(valorBruto(d)).append(")");
+            }
             for (const Selo& selo : i.selos()) {
                 saida.append("  [").append(Escapes::paraTerminal(selo.rotulo())).append("]");
             }
@@ -189,8 +256,30 @@ std::string Relatorio::comoTexto() const
         }
         saida.append("\n");
     }
-    if (grupos_.empty()) {
-        saida.append("Caixa de entrada vazia: nada esperando decisão na sua pasta Downloads.\n\n");
+    if (!naLixeira_.empty()) {
+        saida.append("Na Lixeira")
+            .append(kSeparador)
+            .append(std::to_string(naLixeira_.size()))
+            .append(" ")
+            .append(Apresentacao::itemOuItens(static_cast<int>(naLixeira_.size())))
+            .append("\n");
+        for (const NaLixeira::Item& guardado : naLixeira_) {
+            saida.append("  ").append(Escapes::paraTerminal(guardado.item.nome()));
+            for (const Selo& selo : guardado.item.selos()) {
+                saida.append("  [").append(Escapes::paraTerminal(selo.rotulo())).append("]");
+            }
+            saida.append("  ").append(Formato::bytes(guardado.item.snapshot().tamanho())).append("\n");
+        }
+        saida.append("\n");
+    }
+    if (grupos_.empty() && naLixeira_.empty()) {
+        if (estado_ == Estado::caixa) {
+            saida.append("Caixa de entrada vazia: nada esperando decisão na sua pasta Downloads.\n\n");
+        } else if (estado_) {
+            saida.append("Nada aqui: nenhum arquivo neste estado.\n\n");
+        } else {
+            saida.append("Nenhum arquivo na pasta.\n\n");
+        }
     }
     saida.append(leitura(raioX_)).append("\n");
     return saida;
@@ -211,6 +300,8 @@ std::string Relatorio::comoJson() const
             // The original's id, written as every id is.
             item["duplicataDe"]
                 = original == duplicataDe_.end() ? Json(nullptr) : Json(IdEmTexto::codificar(original->second));
+            // In the decision file's own words.
+            item["decisao"] = std::string(valorBruto(decisao(i.id())));
             itens.push_back(std::move(item));
         }
         grupos.push_back(Json {
@@ -221,6 +312,14 @@ std::string Relatorio::comoJson() const
             {"nomesOpacos", g.nomesOpacos()},
             {"itens", std::move(itens)},
         });
+    }
+    Json naLixeira = Json::array();
+    for (const NaLixeira::Item& guardado : naLixeira_) {
+        // Its id is where it lies in the Trash; where it was, written as every id is.
+        Json item = jsonDoItem(guardado.item);
+        item["caminhoOriginal"] = IdEmTexto::codificar(guardado.guardado.caminhoOriginal);
+        item["apagadoEm"] = texto(guardado.guardado.apagadoEm);
+        naLixeira.push_back(std::move(item));
     }
     const RaioX& r = raioX_;
     Json raioX {
@@ -245,9 +344,12 @@ std::string Relatorio::comoJson() const
     }
     const Json raiz {
         {"pasta", texto(pasta_)},
+        // Which files "grupos" holds: a program reading the report need not know the option.
+        {"estado", std::string(palavraDe(estado_))},
         {"appsInstalados", std::move(apps)},
         {"grupos", std::move(grupos)},
         {"baixando", std::move(baixando)},
+        {"naLixeira", std::move(naLixeira)},
         {"raioX", std::move(raioX)},
     };
     // Every string was repaired above; replace is only a second guard.

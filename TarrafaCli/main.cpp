@@ -24,7 +24,7 @@ namespace {
 // What a usage error prints after its message: the forms of the command, and where to learn
 // more.
 constexpr std::string_view kUso
-    = "Uso: tarrafa-cli [--json] [PASTA]\n"
+    = "Uso: tarrafa-cli [--json] [--estado ESTADO] [PASTA]\n"
       "     tarrafa-cli adiar|resolver|ignorar|esquecer ARQUIVO...\n"
       "     tarrafa-cli lixeira|restaurar ARQUIVO...\n"
       "     tarrafa-cli vigiar [--json] [PASTA]\n"
@@ -32,14 +32,15 @@ constexpr std::string_view kUso
 
 // --help: every subcommand and option, each with an example.
 constexpr std::string_view kAjuda
-    = "Uso: tarrafa-cli [--json] [PASTA]\n"
+    = "Uso: tarrafa-cli [--json] [--estado ESTADO] [PASTA]\n"
       "     tarrafa-cli adiar|resolver|ignorar|esquecer ARQUIVO...\n"
       "     tarrafa-cli lixeira|restaurar ARQUIVO...\n"
       "     tarrafa-cli vigiar [--json] [PASTA]\n"
       "\n"
       "Sem subcomando, mostra a caixa de entrada da PASTA (por padrão, a sua pasta\n"
       "Downloads) agrupada por origem, com o motivo de cada arquivo talvez ser\n"
-      "entulho, e o Raio-X da pasta. Ler a pasta não altera nada nela.\n"
+      "entulho, e o Raio-X da pasta. Ler a pasta não altera nada nela. Com --estado,\n"
+      "mostra outra lista da janela no lugar da caixa de entrada.\n"
       "  tarrafa-cli ~/Downloads\n"
       "\n"
       "Subcomandos (ARQUIVO é um nome da pasta Downloads ou um caminho até ele):\n"
@@ -62,6 +63,12 @@ constexpr std::string_view kAjuda
       "Opções:\n"
       "  --json     escreve JSON em vez de texto (com vigiar, uma linha por mudança)\n"
       "               tarrafa-cli --json | jq '.raioX.total'\n"
+      "  --estado ESTADO  lista só os arquivos de um estado, como a barra lateral da\n"
+      "             janela: caixa (o padrão: os que esperam decisão), adiados,\n"
+      "             resolvidos (resolvidos, ignorados e os que foram para a\n"
+      "             Lixeira) ou todos; grupos e totais contam só esses, o Raio-X\n"
+      "             é sempre da pasta inteira\n"
+      "               tarrafa-cli --estado adiados\n"
       "  --         o que vem depois é PASTA ou ARQUIVO, mesmo começando com \"-\"\n"
       "               tarrafa-cli adiar -- -rascunho.txt\n"
       "  -h, --help mostra esta ajuda\n"
@@ -275,6 +282,7 @@ int main(int argc, char** argv)
     }
     const bool vigiar = argc > 1 && std::string_view(argv[1]) == "vigiar";
     bool json = false;
+    tarrafa::cli::Relatorio::Filtro estado = tarrafa::Estado::caixa;
     std::optional<std::string> pasta;
     bool semMaisOpcoes = false;
     for (int i = vigiar ? 2 : 1; i < argc; ++i) {
@@ -287,6 +295,21 @@ int main(int argc, char** argv)
         } else if (!semMaisOpcoes && argumento == "--version") {
             escrever(stdout, "tarrafa-cli " TARRAFA_VERSAO "\n");
             return 0;
+        } else if (!semMaisOpcoes && !vigiar && (argumento == "--estado" || argumento.starts_with("--estado="))) {
+            // "--estado adiados" or "--estado=adiados".
+            std::string_view valor;
+            if (argumento != "--estado") {
+                valor = argumento.substr(std::string_view("--estado=").size());
+            } else if (i + 1 < argc) {
+                valor = argv[++i];
+            } else {
+                return erroDeUso("falta dizer qual ESTADO: caixa, adiados, resolvidos ou todos");
+            }
+            const auto filtro = tarrafa::cli::Relatorio::filtroDe(valor);
+            if (!filtro) {
+                return erroDeUso("ESTADO é caixa, adiados, resolvidos ou todos, não ", valor);
+            }
+            estado = *filtro;
         } else if (!semMaisOpcoes && argumento == "--") {
             semMaisOpcoes = true;
         } else if (!semMaisOpcoes && argumento.starts_with('-') && argumento.size() > 1) {
@@ -307,7 +330,7 @@ int main(int argc, char** argv)
     }
     try {
         const tarrafa::cli::Relatorio relatorio
-            = tarrafa::cli::Relatorio::de(pasta ? *pasta : tarrafa::PastasDoUsuario::downloads());
+            = tarrafa::cli::Relatorio::de(pasta ? *pasta : tarrafa::PastasDoUsuario::downloads(), estado);
         escrever(stdout, json ? relatorio.comoJson() : relatorio.comoTexto());
     } catch (const std::system_error& erro) {
         escrever(stderr, "Não consegui ler a pasta Downloads: ");

@@ -28,4 +28,18 @@ std::optional<Decisao> decisaoDeValorBruto(std::string_view valor) noexcept
     return std::nullopt;
 }
 
+Estado estadoDe(Decisao decisao) noexcept
+{
+    switch (decisao) {
+    case Decisao::novo:
+        return Estado::caixa;
+    case Decisao::adiado:
+        return Estado::adiados;
+    case Decisao::resolvido:
+    case Decisao::ignorado:
+        return Estado::resolvidos;
+    }
+    return Estado::caixa;
+}
+
 } // namespace tarrafa

@@ -19,4 +19,12 @@ inline constexpr std::array<Decisao, 4> kTodasAsDecisoes {
 // The decision a stored word names; none for any other word (case-sensitive).
 [[nodiscard]] std::optional<Decisao> decisaoDeValorBruto(std::string_view valor) noexcept;
 
+// Where a file stands once decided: in the inbox (Caixa de entrada), in Adiados, or in
+// Resolvidos. The window's sidebar and the command line's --estado both list by it, so that
+// both always put a file in the same place.
+enum class Estado { caixa, adiados, resolvidos };
+
+// Undecided files wait in the inbox; resolved and ignored ones are both done with.
+[[nodiscard]] Estado estadoDe(Decisao decisao) noexcept;
+
 } // namespace tarrafa

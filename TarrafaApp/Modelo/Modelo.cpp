@@ -99,7 +99,7 @@ std::vector<GrupoOrigem> Modelo::gruposVisiveis() const
     for (const GrupoOrigem& grupo : grupos_) {
         std::vector<ItemTriado> novos;
         std::copy_if(grupo.itens().begin(), grupo.itens().end(), std::back_inserter(novos),
-            [this](const ItemTriado& item) { return decisao(item.id()) == Decisao::novo; });
+            [this](const ItemTriado& item) { return estadoDe(decisao(item.id())) == Estado::caixa; });
         if (!novos.empty()) {
             visiveis.emplace_back(grupo.origem(), std::move(novos));
         }
@@ -151,13 +151,13 @@ template <typename Funcao> void Modelo::paraCadaItem(const Destino& destino, Fun
     };
     switch (destino.caso()) {
     case Destino::Caso::entrada:
-        visitarTodos([](Decisao d) { return d == Decisao::novo; });
+        visitarTodos([](Decisao d) { return estadoDe(d) == Estado::caixa; });
         break;
     case Destino::Caso::adiados:
-        visitarTodos([](Decisao d) { return d == Decisao::adiado; });
+        visitarTodos([](Decisao d) { return estadoDe(d) == Estado::adiados; });
         break;
     case Destino::Caso::resolvidos:
-        visitarTodos([](Decisao d) { return d == Decisao::resolvido || d == Decisao::ignorado; });
+        visitarTodos([](Decisao d) { return estadoDe(d) == Estado::resolvidos; });
         // And what went from here to the Trash, whoever moved it there.
         for (const ItemNaLixeira& guardado : naLixeira_) {
             if (!buscando || guardado.chaveDeBusca.find(procurado) != std::string::npos) {
@@ -231,7 +231,7 @@ std::optional<int> Modelo::contagem(const Destino& destino) const
     for (const GrupoOrigem& grupo : grupos_) {
         if (grupo.origem().chave() == destino.chave()) {
             const auto novos = std::ranges::count_if(
-                grupo.itens(), [this](const ItemTriado& item) { return decisao(item.id()) == Decisao::novo; });
+                grupo.itens(), [this](const ItemTriado& item) { return estadoDe(decisao(item.id())) == Estado::caixa; });
             return novos > 0 ? std::optional<int>(static_cast<int>(novos)) : std::nullopt;
         }
     }

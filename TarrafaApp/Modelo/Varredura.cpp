@@ -4,14 +4,12 @@
 
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Apresentacao.hpp"
-#include "TarrafaCore/Caminho.hpp"
-#include "TarrafaCore/Lixeira.hpp"
+#include "TarrafaCore/NaLixeira.hpp"
 #include "TarrafaCore/PastaScanner.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Texto.hpp"
 
 #include <exception>
-#include <map>
 #include <system_error>
 #include <utility>
 
@@ -19,36 +17,14 @@ namespace tarrafa::app {
 
 namespace {
 
-// Every file of the Trash that was in the folder, as the row "Resolvidos" shows: read where it
-// lies, named as it was, badged as it would be in the folder.
+// Every file of the Trash that was in the folder, as the row "Resolvidos" shows, with its name
+// as a search compares it.
 std::vector<ItemNaLixeira> itensNaLixeira(const std::string& pasta, const TriageEngine& triagem, const std::stop_token& parar)
 {
-    std::vector<Lixeira::Guardado> guardados = Lixeira::listar(PastaScanner::caminhoAbsoluto(pasta));
-    // One read per trash folder, not per file.
-    std::map<std::string, std::vector<std::string>> nomesPorPasta;
-    for (const Lixeira::Guardado& guardado : guardados) {
-        nomesPorPasta[Caminho::pastaDe(guardado.arquivo)].push_back(Caminho::nomeDe(guardado.arquivo));
-    }
-    const PastaScanner scanner(parar);
-    std::unordered_map<std::string, PastaScanner::Leitura> lidas;
-    for (const auto& [pastaDosArquivos, nomes] : nomesPorPasta) {
-        for (PastaScanner::Leitura& leitura : scanner.ler(pastaDosArquivos, nomes)) {
-            std::string id = leitura.id;
-            lidas.insert_or_assign(std::move(id), std::move(leitura));
-        }
-    }
     std::vector<ItemNaLixeira> itens;
-    itens.reserve(guardados.size());
-    for (Lixeira::Guardado& guardado : guardados) {
-        const auto lida = lidas.find(guardado.arquivo);
-        if (lida == lidas.end()) {
-            continue;
-        }
-        PastaScanner::Leitura leitura = lida->second;
-        leitura.nome = Texto::utf8Valido(Caminho::nomeDe(guardado.caminhoOriginal));
-        std::string chave = Texto::chaveDeBusca(leitura.nome);
-        itens.push_back(
-            {triagem.triarUm(PastaScanner::snapshotDe(std::move(leitura)), 1), std::move(guardado), std::move(chave)});
+    for (NaLixeira::Item& lido : NaLixeira::ler(pasta, triagem, parar)) {
+        std::string chave = Texto::chaveDeBusca(lido.item.nome());
+        itens.push_back({std::move(lido.item), std::move(lido.guardado), std::move(chave)});
     }
     return itens;
 }

@@ -22,9 +22,15 @@ _tarrafa_cli()
     local IFS=$'\n'
     COMPREPLY=()
 
+    # The report's --estado takes one of the sidebar's places.
+    if ((COMP_CWORD > 1)) && [[ ${COMP_WORDS[COMP_CWORD - 1]} == --estado && $primeira != vigiar ]]; then
+        mapfile -t COMPREPLY < <(compgen -W $'caixa\nadiados\nresolvidos\ntodos' -- "$atual")
+        return
+    fi
+
     if ((COMP_CWORD == 1)); then
         if [[ $atual == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W $'--json\n--help\n--version' -- "$atual")
+            mapfile -t COMPREPLY < <(compgen -W $'--json\n--estado\n--help\n--version' -- "$atual")
         else
             mapfile -t COMPREPLY < <(compgen -W "${subcomandos// /$'\n'}" -- "$atual")
             # Or a folder to read.
@@ -60,9 +66,17 @@ _tarrafa_cli()
         COMPREPLY=($(compgen -f -- "$atual"))
         compopt -o filenames 2>/dev/null
         ;;
-    *)
+    vigiar)
         if [[ $atual == -* ]]; then
             mapfile -t COMPREPLY < <(compgen -W $'--json\n--help\n--version\n--' -- "$atual")
+        else
+            COMPREPLY=($(compgen -d -- "$atual"))
+            compopt -o dirnames 2>/dev/null
+        fi
+        ;;
+    *)
+        if [[ $atual == -* ]]; then
+            mapfile -t COMPREPLY < <(compgen -W $'--json\n--estado\n--help\n--version\n--' -- "$atual")
         else
             COMPREPLY=($(compgen -d -- "$atual"))
             compopt -o dirnames 2>/dev/null

@@ -34,6 +34,8 @@ complete -c tarrafa-cli -n "not __fish_seen_subcommand_from $__tarrafa_cli_subco
 # The report and the watch read a folder.
 complete -c tarrafa-cli -n "not __fish_seen_subcommand_from $__tarrafa_cli_decidem restaurar" -a '(__fish_complete_directories)'
 complete -c tarrafa-cli -n "not __fish_seen_subcommand_from $__tarrafa_cli_decidem restaurar" -l json -d 'Escreve JSON em vez de texto'
+# The report's places of the sidebar.
+complete -c tarrafa-cli -n "not __fish_seen_subcommand_from $__tarrafa_cli_subcomandos" -l estado -x -a 'caixa adiados resolvidos todos' -d 'Lista só os arquivos de um estado'
 complete -c tarrafa-cli -n "not __fish_seen_subcommand_from $__tarrafa_cli_subcomandos" -s h -l help -d 'Mostra a ajuda'
 complete -c tarrafa-cli -n "not __fish_seen_subcommand_from $__tarrafa_cli_subcomandos" -l version -d 'Mostra a versão'
 complete -c tarrafa-cli -n "__fish_seen_subcommand_from $__tarrafa_cli_decidem" -a '(__tarrafa_cli_arquivos)'

@@ -313,7 +313,7 @@ TEST(CliErro, UnknownOptionIsAUsageError)
     EXPECT_EQ(e.status, 2);
     EXPECT_NE(e.erros.find("opção desconhecida: --jsn"), std::string::npos);
     // A short usage, not the whole help.
-    EXPECT_NE(e.erros.find("Uso: tarrafa-cli [--json] [PASTA]"), std::string::npos);
+    EXPECT_NE(e.erros.find("Uso: tarrafa-cli [--json] [--estado ESTADO] [PASTA]"), std::string::npos);
     EXPECT_NE(e.erros.find("tarrafa-cli --help"), std::string::npos);
     EXPECT_EQ(e.erros.find("Subcomandos"), std::string::npos);
 }
@@ -326,7 +326,8 @@ TEST(CliAjuda, HelpNamesEverySubcommandAndOptionWithAnExampleAndVersionSaysIt)
         EXPECT_EQ(e.status, 0);
         EXPECT_TRUE(e.erros.empty()) << e.erros;
         for (const char* palavra :
-            {"adiar", "resolver", "ignorar", "esquecer", "lixeira", "restaurar", "vigiar", "--json", "--version"}) {
+            {"adiar", "resolver", "ignorar", "esquecer", "lixeira", "restaurar", "vigiar", "--json", "--estado",
+                "--version"}) {
             // Described on a line of its own, with an example before the next description.
             const std::string descrito = std::string("\n  ") + palavra + " ";
             const auto onde = e.saida.find(descrito);
@@ -583,6 +584,166 @@ TEST_F(CliDecidir, TheReportKeepsDownloadsUnderWayApart)
     const Execucao texto = executar("'" + downloads + "'", casa_.caminho());
     ASSERT_EQ(texto.status, 0);
     EXPECT_TRUE(texto.saida.starts_with("Baixando…\n  filme.mp4.crdownload\n\n")) << texto.saida;
+}
+
+// The report lists files by the decisions the window took, from the file both share.
+class CliEstado : public CliDecidir {
+protected:
+    void SetUp() override
+    {
+        CliDecidir::SetUp();
+        escrever(casa_ / "Downloads/novo.pdf", "novo!");
+        escrever(casa_ / "Downloads/filme.mp4.crdownload", "parte");
+        // Written as the window writes it, slashes escaped; "novo.pdf" has no decision.
+        escrever(casa_ / ".local/share/Tarrafa/decisoes.json",
+            "{\"" + id("a.pdf") + "\":\"adiado\",\"" + id("b c.pdf") + "\":\"resolvido\",\"" + id("fotos")
+                + "\":\"ignorado\"}");
+    }
+
+    [[nodiscard]] Json relatorio(const std::string& opcoes) const
+    {
+        const Execucao e = rodar("--json " + opcoes);
+        EXPECT_EQ(e.status, 0) << e.erros;
+        return Json::parse(e.saida);
+    }
+
+    // Each listed file's decision, by name.
+    [[nodiscard]] static std::map<std::string, std::string> decisoesDe(const Json& relatorio)
+    {
+        std::map<std::string, std::string> decisoes;
+        for (const Json& grupo : relatorio.at("grupos")) {
+            for (const Json& item : grupo.at("itens")) {
+                decisoes[item.at("nome").get<std::string>()] = item.at("decisao").get<std::string>();
+            }
+        }
+        return decisoes;
+    }
+};
+
+TEST_F(CliEstado, TodosListsEveryFileWithTheDecisionOfTheDecisionFile)
+{
+    const Json todos = relatorio("--estado todos");
+    EXPECT_EQ(todos.at("estado"), "todos");
+    EXPECT_EQ(decisoesDe(todos), (std::map<std::string, std::string> {
+        {"a.pdf", "adiado"}, {"b c.pdf", "resolvido"}, {"fotos", "ignorado"}, {"novo.pdf", "novo"}}));
+    ASSERT_EQ(todos.at("grupos").size(), 1U);
+    EXPECT_EQ(todos.at("grupos")[0].at("total"), 4);
+    EXPECT_EQ(todos.at("baixando").size(), 1U);
+
+    // A decision taken at the terminal shows at once, and a forgotten one goes.
+    ASSERT_EQ(rodar("esquecer a.pdf").status, 0);
+    ASSERT_EQ(rodar("adiar novo.pdf").status, 0);
+    EXPECT_EQ(decisoesDe(relatorio("--estado=todos")), (std::map<std::string, std::string> {
+        {"a.pdf", "novo"}, {"b c.pdf", "resolvido"}, {"fotos", "ignorado"}, {"novo.pdf", "adiado"}}));
+}
+
+TEST_F(CliEstado, ByDefaultOnlyTheInboxIsListedAndTheDiagnosticsStayOfTheWholeFolder)
+{
+    for (const std::string& opcoes : {std::string(), std::string("--estado caixa")}) {
+        const Json caixa = relatorio(opcoes);
+        EXPECT_EQ(decisoesDe(caixa), (std::map<std::string, std::string> {{"novo.pdf", "novo"}})) << opcoes;
+        EXPECT_EQ(caixa.at("estado"), "caixa");
+        ASSERT_EQ(caixa.at("grupos").size(), 1U);
+        // The group counts the files listed, not the ones decided.
+        EXPECT_EQ(caixa.at("grupos")[0].at("total"), 1);
+        EXPECT_EQ(caixa.at("grupos")[0].at("bytes"), 5);
+        EXPECT_EQ(caixa.at("grupos")[0].at("nuncaAbertos"), 1);
+        EXPECT_EQ(caixa.at("baixando").size(), 1U);
+        EXPECT_EQ(caixa.at("raioX").at("total"), 4);
+        EXPECT_EQ(caixa.at("raioX").at("nuncaAbertos"), 4);
+    }
+
+    const Execucao texto = rodar("");
+    ASSERT_EQ(texto.status, 0) << texto.erros;
+    EXPECT_NE(texto.saida.find("Sem origem · 1 item · "), std::string::npos) << texto.saida;
+    EXPECT_NE(texto.saida.find("\n  novo.pdf  ["), std::string::npos) << texto.saida;
+    EXPECT_EQ(texto.saida.find("a.pdf"), std::string::npos) << texto.saida;
+    EXPECT_EQ(texto.saida.find("fotos"), std::string::npos) << texto.saida;
+    EXPECT_NE(texto.saida.find("São 4 arquivos"), std::string::npos) << texto.saida;
+
+    // Everything decided: the inbox is empty and says so, the diagnostics do not change.
+    ASSERT_EQ(rodar("ignorar novo.pdf").status, 0);
+    const Json vazia = relatorio("");
+    EXPECT_TRUE(vazia.at("grupos").empty()) << vazia.dump(2);
+    EXPECT_EQ(vazia.at("raioX").at("total"), 4);
+    EXPECT_TRUE(rodar("").saida.starts_with("Baixando…\n  filme.mp4.crdownload\n\nCaixa de entrada vazia"));
+}
+
+TEST_F(CliEstado, AdiadosAndResolvidosListWhatTheWindowsRowsList)
+{
+    const Json adiados = relatorio("--estado adiados");
+    EXPECT_EQ(decisoesDe(adiados), (std::map<std::string, std::string> {{"a.pdf", "adiado"}}));
+    EXPECT_EQ(adiados.at("estado"), "adiados");
+    ASSERT_EQ(adiados.at("grupos").size(), 1U);
+    EXPECT_EQ(adiados.at("grupos")[0].at("total"), 1);
+    EXPECT_EQ(adiados.at("grupos")[0].at("bytes"), 1);
+    // Downloads under way show above the inbox only.
+    EXPECT_TRUE(adiados.at("baixando").empty());
+    EXPECT_EQ(adiados.at("raioX").at("total"), 4);
+
+    // Ignored files are done with, as resolved ones are.
+    const Json resolvidos = relatorio("--estado resolvidos");
+    EXPECT_EQ(resolvidos.at("estado"), "resolvidos");
+    EXPECT_EQ(decisoesDe(resolvidos),
+        (std::map<std::string, std::string> {{"b c.pdf", "resolvido"}, {"fotos", "ignorado"}}));
+
+    const Execucao texto = rodar("--estado todos");
+    ASSERT_EQ(texto.status, 0) << texto.erros;
+    EXPECT_NE(texto.saida.find("Sem origem · 4 itens · "), std::string::npos) << texto.saida;
+    EXPECT_NE(texto.saida.find("\n  a.pdf  (adiado)  ["), std::string::npos) << texto.saida;
+    EXPECT_NE(texto.saida.find("\n  fotos  (ignorado)  ["), std::string::npos) << texto.saida;
+    EXPECT_NE(texto.saida.find("\n  novo.pdf  ["), std::string::npos) << texto.saida;
+
+    ASSERT_EQ(rodar("esquecer a.pdf").status, 0);
+    const Execucao nenhum = rodar("--estado adiados");
+    ASSERT_EQ(nenhum.status, 0) << nenhum.erros;
+    EXPECT_TRUE(nenhum.saida.starts_with("Nada aqui: nenhum arquivo neste estado.\n\n")) << nenhum.saida;
+}
+
+TEST_F(CliEstado, WhatWentToTheTrashIsListedWithTheResolvedOnesAsInTheWindow)
+{
+    ASSERT_EQ(rodar("lixeira novo.pdf").status, 0);
+    for (const std::string& opcoes : {std::string("--estado resolvidos"), std::string("--estado todos")}) {
+        const Json raiz = relatorio(opcoes);
+        ASSERT_EQ(raiz.at("naLixeira").size(), 1U) << opcoes;
+        const Json& guardado = raiz.at("naLixeira")[0];
+        EXPECT_EQ(guardado.at("nome"), "novo.pdf");
+        EXPECT_EQ(guardado.at("id"), casa_ / ".local/share/Trash/files/novo.pdf");
+        EXPECT_EQ(guardado.at("caminhoOriginal"), casa_ / "Downloads/novo.pdf");
+        EXPECT_EQ(guardado.at("tamanho"), 5);
+        EXPECT_FALSE(guardado.at("apagadoEm").get<std::string>().empty());
+        // It is no longer in the folder.
+        EXPECT_FALSE(decisoesDe(raiz).contains("novo.pdf")) << opcoes;
+        EXPECT_EQ(raiz.at("raioX").at("total"), 3);
+    }
+    EXPECT_TRUE(relatorio("").at("naLixeira").empty());
+    EXPECT_TRUE(relatorio("--estado adiados").at("naLixeira").empty());
+
+    const Execucao texto = rodar("--estado resolvidos");
+    ASSERT_EQ(texto.status, 0) << texto.erros;
+    EXPECT_NE(texto.saida.find("Na Lixeira · 1 item\n  novo.pdf  ["), std::string::npos) << texto.saida;
+    EXPECT_EQ(rodar("").saida.find("Na Lixeira"), std::string::npos);
+}
+
+TEST_F(CliEstado, ANameThatIsNotUtf8HasItsDecisionToo)
+{
+    escrever(casa_ / "Downloads/caf\xE9.txt", "x");
+    ASSERT_EQ(rodar("adiar $'caf\\xE9.txt'").status, 0);
+    const Json adiados = relatorio("--estado adiados");
+    EXPECT_EQ(decisoesDe(adiados),
+        (std::map<std::string, std::string> {{"a.pdf", "adiado"}, {"caf\xEF\xBF\xBD.txt", "adiado"}}));
+}
+
+TEST_F(CliEstado, AnUnknownOrMissingEstadoIsAUsageError)
+{
+    for (const char* opcoes : {"--estado arquivados", "--estado=Caixa", "--estado", "--estado=", "vigiar --estado todos"}) {
+        const Execucao e = rodar(opcoes);
+        EXPECT_EQ(e.status, 2) << opcoes;
+        EXPECT_TRUE(e.saida.empty()) << opcoes;
+        EXPECT_NE(e.erros.find("Uso: tarrafa-cli"), std::string::npos) << opcoes << "\n" << e.erros;
+    }
+    EXPECT_NE(rodar("--estado arquivados").erros.find("ESTADO é caixa, adiados, resolvidos ou todos, não arquivados"),
+        std::string::npos);
 }
 
 } // namespace
