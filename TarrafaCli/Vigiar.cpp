@@ -5,6 +5,7 @@
 #include "TarrafaCore/AppsInstalados.hpp"
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
+#include "TarrafaCore/PastasDoUsuario.hpp"
 #include "TarrafaCore/Spotlight.hpp"
 #include "TarrafaCore/Texto.hpp"
 #include "TarrafaCore/Vigia.hpp"
@@ -79,12 +80,15 @@ std::string palavra(const PastaViva::Mudanca& m)
 
 } // namespace
 
-std::string linha(const PastaViva::Mudanca& m, bool json)
+std::string linha(const PastaViva::Mudanca& m, bool json, const ArquivoDeDecisoes::Decisoes& decisoes)
 {
     if (json) {
         nlohmann::ordered_json objeto {{"evento", std::string(nomeDoEvento(m.evento))}, {"baixando", m.baixando}};
         if (m.item) {
             objeto.update(jsonDoItem(*m.item));
+            // As the report gives it: what the person decided, in the window or at the terminal.
+            const auto decidida = decisoes.find(m.id);
+            objeto["decisao"] = std::string(valorBruto(decidida == decisoes.end() ? Decisao::novo : decidida->second));
         } else {
             escreverId(objeto, m.id);
             objeto["nome"] = Texto::utf8Valido(m.nome);
@@ -130,13 +134,17 @@ int executar(const std::string& pasta, bool json)
                 "elas são lidas de novo de tempos em tempos.\n");
         }
     };
+    ArquivoDeDecisoes arquivoDeDecisoes(PastasDoUsuario::arquivoDeDecisoes());
     Vigia vigia(viva.pasta(),
         Vigia::Opcoes {.historicos = viva.bancosDeHistorico(), .usosRecentes = Spotlight::arquivoDaLista()},
-        [&viva, json, &avisar](const LoteDeEventos& lote) {
+        [&viva, json, &avisar, &arquivoDeDecisoes](const LoteDeEventos& lote) {
             const PastaViva::Atualizacao atualizacao = viva.aplicar(lote);
+            // Read at each batch: the window or a script may have decided since the last one.
+            const ArquivoDeDecisoes::Decisoes decisoes
+                = json && !atualizacao.mudancas.empty() ? arquivoDeDecisoes.ler() : ArquivoDeDecisoes::Decisoes {};
             std::string saida;
             for (const PastaViva::Mudanca& mudanca : atualizacao.mudancas) {
-                saida += linha(mudanca, json);
+                saida += linha(mudanca, json, decisoes);
             }
             if (atualizacao.falha) {
                 escrever(stderr, "Não consegui ler a pasta Downloads: " + *atualizacao.falha + "\n");

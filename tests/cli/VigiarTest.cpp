@@ -182,6 +182,37 @@ TEST_F(CliVigiar, JsonDaUmaLinhaPorMudancaAteSerInterrompido)
     EXPECT_TRUE(copias.vazia());
 }
 
+TEST_F(CliVigiar, JsonDizADecisaoComoORelatorio)
+{
+    teste::escrever(downloads + "/adiado.pdf", "a");
+    teste::escrever(casa / ".local/share/Tarrafa/decisoes.json", "{\"" + downloads + "/adiado.pdf\":\"adiado\"}");
+    Processo vigiar({"vigiar", "--json", downloads});
+    ASSERT_TRUE(vigiar.linhaDeErros());
+
+    teste::escrever(downloads + "/adiado.pdf", "mudou");
+    std::optional<std::string> linha = vigiar.linhaDaSaida();
+    ASSERT_TRUE(linha);
+    Json j = Json::parse(*linha);
+    EXPECT_EQ(j["nome"], "adiado.pdf");
+    EXPECT_EQ(j["decisao"], "adiado");
+
+    // Decided at the terminal while watching: the next line says so.
+    teste::escrever(downloads + "/novo.pdf", "n");
+    linha = vigiar.linhaDaSaida();
+    ASSERT_TRUE(linha);
+    j = Json::parse(*linha);
+    EXPECT_EQ(j["nome"], "novo.pdf");
+    EXPECT_EQ(j["decisao"], "novo");
+    teste::escrever(casa / ".local/share/Tarrafa/decisoes.json", "{\"" + downloads + "/novo.pdf\":\"ignorado\"}");
+    teste::escrever(downloads + "/novo.pdf", "n2");
+    linha = vigiar.linhaDaSaida();
+    ASSERT_TRUE(linha);
+    j = Json::parse(*linha);
+    EXPECT_EQ(j["nome"], "novo.pdf");
+    EXPECT_EQ(j["decisao"], "ignorado");
+    EXPECT_EQ(vigiar.interromper(), 0);
+}
+
 TEST_F(CliVigiar, TextoParaQuemOlhaOTerminal)
 {
     Processo vigiar({"vigiar", downloads});
