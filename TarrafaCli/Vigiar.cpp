@@ -6,7 +6,7 @@
 #include "TarrafaCore/Escapes.hpp"
 #include "TarrafaCore/Formato.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 #include "TarrafaCore/Texto.hpp"
 #include "TarrafaCore/Vigia.hpp"
 
@@ -136,7 +136,7 @@ int executar(const std::string& pasta, bool json)
     };
     ArquivoDeDecisoes arquivoDeDecisoes(PastasDoUsuario::arquivoDeDecisoes());
     Vigia vigia(viva.pasta(),
-        Vigia::Opcoes {.historicos = viva.bancosDeHistorico(), .usosRecentes = Spotlight::arquivoDaLista()},
+        Vigia::Opcoes {.historicos = viva.bancosDeHistorico(), .usosRecentes = ListaDeRecentes::arquivoDaLista()},
         [&viva, json, &avisar, &arquivoDeDecisoes](const LoteDeEventos& lote) {
             const PastaViva::Atualizacao atualizacao = viva.aplicar(lote);
             // Read at each batch: the window or a script may have decided since the last one.

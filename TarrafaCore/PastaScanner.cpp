@@ -6,7 +6,7 @@
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/HistoricoDeNavegadores.hpp"
 #include "TarrafaCore/MetadadosDoGnome.hpp"
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 #include "TarrafaCore/Texto.hpp"
 #include "TarrafaCore/Xattr.hpp"
 
@@ -282,7 +282,7 @@ using Lida = PastaScanner::Leitura;
 // One visible entry of the scanned folder; none when it vanished after the listing or
 // cannot be read.
 std::optional<Lida> lerEntrada(int pasta, const std::string& raiz, const std::string& nome,
-                               const Spotlight::Indice& indice, const std::stop_token& parar)
+                               const ListaDeRecentes::Indice& indice, const std::stop_token& parar)
 {
     struct statx info {};
     constexpr unsigned kCampos
@@ -379,7 +379,7 @@ std::vector<Lida> lerVarias(int fd, const std::string& raiz, const std::vector<s
     std::future<MetadadosDoGnome> gnomeFuturo = aoLado([&raiz, &nomes] {
         return nomes.size() > kPerguntasAoGnome ? MetadadosDoGnome(raiz) : MetadadosDoGnome(raiz, nomes);
     });
-    const Spotlight::Indice indice = Spotlight::Indice::carregar();
+    const ListaDeRecentes::Indice indice = ListaDeRecentes::Indice::carregar();
 
     std::vector<std::optional<Lida>> lidas(nomes.size());
     std::atomic<std::size_t> proximoLote {0};

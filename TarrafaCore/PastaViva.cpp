@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "TarrafaCore/PastaViva.hpp"
 
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 
 #include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/CasamentoDeDownloads.hpp"
@@ -265,7 +265,7 @@ PastaViva::Atualizacao PastaViva::aplicar(const LoteDeEventos& lote)
     }
     if (lote.usosRecentes) {
         // A file opened since: read again only those whose last use the list moved forward.
-        const Spotlight::Indice indice = Spotlight::Indice::carregar();
+        const ListaDeRecentes::Indice indice = ListaDeRecentes::Indice::carregar();
         for (const auto& [nome, registro] : porNome_) {
             const std::optional<Date> uso = indice.ultimoUso(registro.propria.id);
             if (uso && (!registro.propria.ultimoUso || *registro.propria.ultimoUso < *uso)) {

@@ -3,7 +3,7 @@
 
 #include "TarrafaCore/Caminho.hpp"
 #include "TarrafaCore/Descritor.hpp"
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 
 #include <cerrno>
 #include <cstddef>
@@ -143,7 +143,7 @@ Resultado anotar(const std::string& caminho, const std::string& lista)
 
 Resultado anotar(const std::string& caminho)
 {
-    return anotar(caminho, Spotlight::arquivoDaLista());
+    return anotar(caminho, ListaDeRecentes::arquivoDaLista());
 }
 
 } // namespace tarrafa::UsosRecentes

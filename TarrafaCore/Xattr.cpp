@@ -208,14 +208,14 @@ std::optional<std::string> quarentena(const std::string& caminho, const Nomes& n
     return std::nullopt;
 }
 
-std::optional<Date> ultimoUso(const std::string& caminho, const Nomes& nomes, const Spotlight::Indice& indice)
+std::optional<Date> ultimoUso(const std::string& caminho, const Nomes& nomes, const ListaDeRecentes::Indice& indice)
 {
     if (const std::optional<Bytes> bytes = bruto(caminho, kUltimoUso, nomes)) {
         if (const std::optional<Date> usado = decodificar::ultimoUso(*bytes)) {
             return usado;
         }
     }
-    return Spotlight::data(caminho, Spotlight::kMDItemLastUsedDate, indice);
+    return indice.ultimoUso(caminho);
 }
 
 namespace decodificar {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "TarrafaCore/Date.hpp"
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 
 #include <optional>
 #include <span>
@@ -61,7 +61,7 @@ private:
 [[nodiscard]] std::optional<std::string> quarentena(const std::string& caminho, const Nomes& nomes);
 // Last use: the last-use attribute, else the usage index.
 [[nodiscard]] std::optional<Date> ultimoUso(const std::string& caminho, const Nomes& nomes,
-                                            const Spotlight::Indice& indice);
+                                            const ListaDeRecentes::Indice& indice);
 
 // The decoders on their own, over bytes already read.
 namespace decodificar {

@@ -5,7 +5,7 @@
 // index larger than the input allows is a reader inventing entries.
 #include "Apoio.hpp"
 
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 
 #include <cmath>
 
@@ -23,16 +23,15 @@ constexpr std::size_t kMenorEntrada = 48;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* dados, std::size_t tamanho)
 {
     const std::string_view conteudo = fuzz::comoTexto(dados, tamanho);
-    const Spotlight::Indice daMemoria = Spotlight::Indice::deXbel(conteudo);
+    const ListaDeRecentes::Indice daMemoria = ListaDeRecentes::Indice::deXbel(conteudo);
     TARRAFA_EXIGIR(daMemoria.tamanho() <= tamanho / kMenorEntrada);
 
     const std::string arquivo
         = fuzz::Rascunho::instancia().escrever("recently-used.xbel", fuzz::comoBytes(dados, tamanho));
-    const Spotlight::Indice doArquivo = Spotlight::Indice::carregarDe(arquivo);
+    const ListaDeRecentes::Indice doArquivo = ListaDeRecentes::Indice::carregarDe(arquivo);
     TARRAFA_EXIGIR(doArquivo.tamanho() == daMemoria.tamanho());
 
     // A path that no href can decode to is never in the index.
     TARRAFA_EXIGIR(!daMemoria.ultimoUso("").has_value());
-    TARRAFA_EXIGIR(!Spotlight::data("", Spotlight::kMDItemLastUsedDate, daMemoria).has_value());
     return 0;
 }

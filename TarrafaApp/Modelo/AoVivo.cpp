@@ -3,7 +3,7 @@
 // worked out on the watcher's thread; here only the groups it touches are rebuilt.
 #include "TarrafaApp/Modelo/Modelo.hpp"
 
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 #include "TarrafaCore/UsosRecentes.hpp"
 
 #include "TarrafaCore/Texto.hpp"
@@ -39,7 +39,7 @@ void Modelo::vigiar(std::shared_ptr<PastaViva> viva)
         Vigia::Opcoes opcoes;
         opcoes.historicos = viva->bancosDeHistorico();
         // "nunca aberto" goes as soon as the desktop notes the file opened.
-        opcoes.usosRecentes = Spotlight::arquivoDaLista();
+        opcoes.usosRecentes = ListaDeRecentes::arquivoDaLista();
         // Whether folders went unwatched, as the last batch said: the first batch always tells.
         std::optional<bool> parcialAntes;
         vigia_ = std::make_unique<Vigia>(pasta_, std::move(opcoes),

@@ -15,7 +15,7 @@
 #include "TarrafaApp/Painel/ModeloDeArquivos.hpp"
 #include "TarrafaApp/Painel/SeloView.hpp"
 #include "TarrafaCore/Formato.hpp"
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
@@ -125,7 +125,7 @@ private Q_SLOTS:
         QVERIFY(nuncaAberto("anexo.pdf"));
         QCOMPARE(fins.count(), 1); // the watcher read it again; no new scan
         // Noted where every program (and the next launch) reads it.
-        QVERIFY(Spotlight::Indice::carregar().ultimoUso(downloads.pasta() + "/edital.pdf"));
+        QVERIFY(ListaDeRecentes::Indice::carregar().ultimoUso(downloads.pasta() + "/edital.pdf"));
         QVERIFY(!modelo->mensagem());
     }
 

@@ -2,7 +2,7 @@
 // A file opened through Tarrafa, noted in the desktop's list of recently used files.
 #include "Apoio.hpp"
 
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 #include "TarrafaCore/UsosRecentes.hpp"
 
 #include <gtest/gtest.h>
@@ -63,11 +63,11 @@ TEST(UsosRecentes, AFileOpenedHereReadsBackAsUsedNowInAListThatDidNotExist)
     const CasaFalsa casa;
     const std::string lista = casa / ".local/share/recently-used.xbel";
     const std::string arquivo = "/home/u/Downloads/boleto (1).pdf";
-    ASSERT_FALSE(Spotlight::Indice::carregarDe(lista).ultimoUso(arquivo));
+    ASSERT_FALSE(ListaDeRecentes::Indice::carregarDe(lista).ultimoUso(arquivo));
 
     EXPECT_EQ(UsosRecentes::anotar(arquivo), UsosRecentes::Resultado::anotado);
 
-    EXPECT_TRUE(usadoAgora(Spotlight::Indice::carregarDe(lista).ultimoUso(arquivo)));
+    EXPECT_TRUE(usadoAgora(ListaDeRecentes::Indice::carregarDe(lista).ultimoUso(arquivo)));
     struct stat info { };
     ASSERT_EQ(::stat(lista.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0600U) << "the list says what the person opened: theirs alone";
@@ -82,11 +82,11 @@ TEST(UsosRecentes, WhatTheListHeldStaysAndABrowsersArrivalBecomesAUse)
     teste::escrever(lista, kOutroUso);
     const std::string arquivo = "/home/u/Downloads/Relatório final #1.pdf";
     // The browser listed it on arrival: that is not a use.
-    ASSERT_FALSE(Spotlight::Indice::carregarDe(lista).ultimoUso(arquivo));
+    ASSERT_FALSE(ListaDeRecentes::Indice::carregarDe(lista).ultimoUso(arquivo));
 
     ASSERT_EQ(UsosRecentes::anotar(arquivo, lista), UsosRecentes::Resultado::anotado);
 
-    const Spotlight::Indice indice = Spotlight::Indice::carregarDe(lista);
+    const ListaDeRecentes::Indice indice = ListaDeRecentes::Indice::carregarDe(lista);
     EXPECT_TRUE(usadoAgora(indice.ultimoUso(arquivo)));
     const std::optional<Date> contrato = indice.ultimoUso("/home/u/Documentos/contrato.odt");
     ASSERT_TRUE(contrato);

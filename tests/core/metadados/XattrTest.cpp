@@ -43,9 +43,9 @@ protected:
     [[nodiscard]] Xattr::Nomes nomes() const { return Xattr::Nomes::listar(arquivo_); }
 
     // An index in which an editor last used this file on 2024-03-01T10:20:30Z.
-    [[nodiscard]] Spotlight::Indice indice() const
+    [[nodiscard]] ListaDeRecentes::Indice indice() const
     {
-        return Spotlight::Indice::deXbel(
+        return ListaDeRecentes::Indice::deXbel(
             "<?xml version=\"1.0\"?>\n<xbel version=\"1.0\" "
             "xmlns:bookmark=\"http://www.freedesktop.org/standards/desktop-bookmarks\">\n"
             "<bookmark href=\"file://"
@@ -86,7 +86,7 @@ TEST_F(XattrTest, AZeroLengthAttributeIsAbsentEverywhere)
     }
     EXPECT_FALSE(Xattr::quarentena(arquivo_, n));
     EXPECT_TRUE(Xattr::origens(arquivo_, n).empty());
-    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, n, Spotlight::Indice()));
+    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, n, ListaDeRecentes::Indice()));
 }
 
 TEST_F(XattrTest, QuarantineGivesTheThirdField)
@@ -119,7 +119,7 @@ TEST_F(XattrTest, LastUseOfSevenBytesFallsBackToTheIndex)
 {
     definirAtributo(arquivo_, kUltimoUso, ultimoUsoDe({0x00, 0x2F, 0x68, 0x65, 0, 0, 0}));
     EXPECT_EQ(Xattr::ultimoUso(arquivo_, nomes(), indice()), k2024);
-    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, nomes(), Spotlight::Indice()));
+    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, nomes(), ListaDeRecentes::Indice()));
 }
 
 TEST_F(XattrTest, LastUseOfZeroFallsBackToTheIndex)
@@ -127,7 +127,7 @@ TEST_F(XattrTest, LastUseOfZeroFallsBackToTheIndex)
     definirAtributo(
         arquivo_, kUltimoUso, ultimoUsoDe({0, 0, 0, 0, 0, 0, 0, 0, 0x12, 0x34, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(Xattr::ultimoUso(arquivo_, nomes(), indice()), k2024);
-    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, nomes(), Spotlight::Indice()));
+    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, nomes(), ListaDeRecentes::Indice()));
 }
 
 TEST_F(XattrTest, LastUseWithoutTheAttributeComesFromTheIndex)
@@ -359,7 +359,7 @@ TEST_F(XattrTest, AFileWithoutAttributesGivesEmptyValues)
     EXPECT_TRUE(Xattr::textos(arquivo_, Xattr::kOrigens, n).empty());
     EXPECT_TRUE(Xattr::origens(arquivo_, n).empty());
     EXPECT_FALSE(Xattr::quarentena(arquivo_, n));
-    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, n, Spotlight::Indice()));
+    EXPECT_FALSE(Xattr::ultimoUso(arquivo_, n, ListaDeRecentes::Indice()));
 }
 
 TEST_F(XattrTest, AMissingPathGivesEmptyValues)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 
 #include "TarrafaCore/Descritor.hpp"
 #include "TarrafaCore/PastasDoUsuario.hpp"
@@ -20,7 +20,7 @@
 #include <utility>
 #include <vector>
 
-namespace tarrafa::Spotlight {
+namespace tarrafa::ListaDeRecentes {
 
 namespace {
 
@@ -269,12 +269,4 @@ std::optional<Date> Indice::ultimoUso(const std::string& caminho) const
     return uso->second;
 }
 
-std::optional<Date> data(const std::string& caminho, std::string_view atributo, const Indice& indice)
-{
-    if (atributo != kMDItemLastUsedDate) {
-        return std::nullopt;
-    }
-    return indice.ultimoUso(caminho);
-}
-
-} // namespace tarrafa::Spotlight
+} // namespace tarrafa::ListaDeRecentes

@@ -2,7 +2,7 @@
 // The recently-used list as the index of last uses.
 #include "Apoio.hpp"
 
-#include "TarrafaCore/Spotlight.hpp"
+#include "TarrafaCore/ListaDeRecentes.hpp"
 #include "TarrafaCore/Xattr.hpp"
 
 #include <gtest/gtest.h>
@@ -54,7 +54,7 @@ constexpr double k20240301 = 1709288430.0; // 2024-03-01T10:20:30Z
 
 TEST(IndiceDeUso, ABookmarkUsedOnlyByBrowsersGivesNoDate)
 {
-    const auto indice = Spotlight::Indice::deXbel(xbel(bookmark("file:///home/u/Downloads/a.pdf",
+    const auto indice = ListaDeRecentes::Indice::deXbel(xbel(bookmark("file:///home/u/Downloads/a.pdf",
         {{"Firefox", "2024-03-01T10:20:30Z"}, {"Google Chrome", "2024-03-02T10:20:30Z"},
             {"chromium-browser", "2024-03-03T10:20:30Z"}, {"Web", "2024-03-04T00:00:00Z"}})));
     EXPECT_FALSE(indice.ultimoUso("/home/u/Downloads/a.pdf"));
@@ -66,19 +66,19 @@ TEST(IndiceDeUso, EveryBrowserOfTheListIsLeftOutWhateverItsCase)
     for (const std::string navegador : {"firefox", "FIREFOX-ESR", "Mozilla Firefox", "Chromium",
              "chromium-browser", "Google Chrome", "google-chrome", "Epiphany", "web", "Brave",
              "brave-browser", "Vivaldi", "Microsoft Edge", "microsoft-edge", "Opera"}) {
-        const auto indice = Spotlight::Indice::deXbel(
+        const auto indice = ListaDeRecentes::Indice::deXbel(
             xbel(bookmark("file:///tmp/a.pdf", {{navegador, "2024-03-01T10:20:30Z"}})));
         EXPECT_FALSE(indice.ultimoUso("/tmp/a.pdf")) << navegador;
     }
     // A name that merely contains a browser's is an application like any other.
-    const auto indice = Spotlight::Indice::deXbel(
+    const auto indice = ListaDeRecentes::Indice::deXbel(
         xbel(bookmark("file:///tmp/a.pdf", {{"Firefox Profile Manager", "2024-03-01T10:20:30Z"}})));
     EXPECT_EQ(segundos(indice.ultimoUso("/tmp/a.pdf")), k20240301);
 }
 
 TEST(IndiceDeUso, TheLatestUseByAnApplicationThatIsNotABrowserWins)
 {
-    const auto indice = Spotlight::Indice::deXbel(xbel(bookmark("file:///home/u/Downloads/a.pdf",
+    const auto indice = ListaDeRecentes::Indice::deXbel(xbel(bookmark("file:///home/u/Downloads/a.pdf",
         {{"Firefox", "2025-01-01T00:00:00Z"}, {"Evince", "2024-02-01T08:00:00Z"},
             {"LibreOffice", "2024-03-01T10:20:30Z"}, {"Okular", "2023-12-31T23:59:59.999999Z"}})));
     EXPECT_EQ(segundos(indice.ultimoUso("/home/u/Downloads/a.pdf")), k20240301);
@@ -86,7 +86,7 @@ TEST(IndiceDeUso, TheLatestUseByAnApplicationThatIsNotABrowserWins)
 
 TEST(IndiceDeUso, FractionalSecondsAreKept)
 {
-    const auto indice = Spotlight::Indice::deXbel(
+    const auto indice = ListaDeRecentes::Indice::deXbel(
         xbel(bookmark("file:///tmp/a.pdf", {{"Evince", "2024-03-01T10:20:30.123456Z"}})));
     const std::optional<double> s = segundos(indice.ultimoUso("/tmp/a.pdf"));
     ASSERT_TRUE(s);
@@ -95,7 +95,7 @@ TEST(IndiceDeUso, FractionalSecondsAreKept)
 
 TEST(IndiceDeUso, AnApplicationWithAMalformedDateIsPassedOver)
 {
-    const auto indice = Spotlight::Indice::deXbel(xbel(bookmark("file:///tmp/a.pdf",
+    const auto indice = ListaDeRecentes::Indice::deXbel(xbel(bookmark("file:///tmp/a.pdf",
         {{"Evince", "2024-03-01T10:20:30Z"}, {"Okular", "amanhã"}, {"Gedit", "2024-13-01T00:00:00Z"}})));
     EXPECT_EQ(segundos(indice.ultimoUso("/tmp/a.pdf")), k20240301);
 }
@@ -103,7 +103,7 @@ TEST(IndiceDeUso, AnApplicationWithAMalformedDateIsPassedOver)
 TEST(IndiceDeUso, HrefsArePercentDecodedAndComparedByteForByte)
 {
     const auto indice
-        = Spotlight::Indice::deXbel(xbel(bookmark("file:///home/u/Downloads/Relat%C3%B3rio%20final%20(1).pdf",
+        = ListaDeRecentes::Indice::deXbel(xbel(bookmark("file:///home/u/Downloads/Relat%C3%B3rio%20final%20(1).pdf",
                                              {{"Evince", "2024-03-01T10:20:30Z"}})
             + bookmark("file:///home/u/Downloads/a+b%25c.txt", {{"gedit", "2024-03-01T10:20:30Z"}})
             + bookmark("file:///home/u/Downloads/latin%F3.txt", {{"gedit", "2024-03-01T10:20:30Z"}})
@@ -120,7 +120,7 @@ TEST(IndiceDeUso, HrefsArePercentDecodedAndComparedByteForByte)
 
 TEST(IndiceDeUso, BookmarksThatAreNotLocalFilesOrHaveNoApplicationsGiveNothing)
 {
-    const auto indice = Spotlight::Indice::deXbel(
+    const auto indice = ListaDeRecentes::Indice::deXbel(
         xbel(bookmark("https://example.com/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})
             + bookmark("file://servidor/compartilhado/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})
             + bookmark("file:///tmp/nul%00.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})
@@ -134,37 +134,37 @@ TEST(IndiceDeUso, BookmarksThatAreNotLocalFilesOrHaveNoApplicationsGiveNothing)
 TEST(IndiceDeUso, AMalformedListGivesAnEmptyIndex)
 {
     const std::string valido = bookmark("file:///tmp/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}});
-    ASSERT_EQ(Spotlight::Indice::deXbel(xbel(valido)).tamanho(), 1u);
+    ASSERT_EQ(ListaDeRecentes::Indice::deXbel(xbel(valido)).tamanho(), 1u);
     // Broken after a valid bookmark: nothing is kept, not even what came before the fault.
-    EXPECT_EQ(Spotlight::Indice::deXbel(xbel(valido + "<bookmark href=\"file:///tmp/b\">")).tamanho(), 0u);
-    EXPECT_EQ(Spotlight::Indice::deXbel(xbel(valido).substr(0, xbel(valido).size() - 3)).tamanho(), 0u);
-    EXPECT_EQ(Spotlight::Indice::deXbel("").tamanho(), 0u);
-    EXPECT_EQ(Spotlight::Indice::deXbel("not xml at all").tamanho(), 0u);
-    EXPECT_EQ(Spotlight::Indice::deXbel("<?xml version=\"1.0\"?><html>" + valido + "</html>").tamanho(), 0u);
-    EXPECT_EQ(Spotlight::Indice::deXbel("<?xml version=\"1.0\"?><!DOCTYPE xbel [<!ENTITY a \"b\">]>"
+    EXPECT_EQ(ListaDeRecentes::Indice::deXbel(xbel(valido + "<bookmark href=\"file:///tmp/b\">")).tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::deXbel(xbel(valido).substr(0, xbel(valido).size() - 3)).tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::deXbel("").tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::deXbel("not xml at all").tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::deXbel("<?xml version=\"1.0\"?><html>" + valido + "</html>").tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::deXbel("<?xml version=\"1.0\"?><!DOCTYPE xbel [<!ENTITY a \"b\">]>"
                                         "<xbel>"
                   + valido + "</xbel>")
                   .tamanho(),
         0u);
 }
 
-TEST(IndiceDeUso, OnlyTheLastUsedDateIsKnown)
+TEST(IndiceDeUso, OnlyTheFileAtThatExactPathHasADate)
 {
-    const auto indice = Spotlight::Indice::deXbel(
+    const auto indice = ListaDeRecentes::Indice::deXbel(
         xbel(bookmark("file:///tmp/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})));
-    EXPECT_EQ(segundos(Spotlight::data("/tmp/a.pdf", Spotlight::kMDItemLastUsedDate, indice)), k20240301);
-    EXPECT_FALSE(Spotlight::data("/tmp/a.pdf", "kMDItemContentCreationDate", indice));
-    EXPECT_FALSE(Spotlight::data("/tmp/b.pdf", Spotlight::kMDItemLastUsedDate, indice));
+    EXPECT_EQ(segundos(indice.ultimoUso("/tmp/a.pdf")), k20240301);
+    EXPECT_FALSE(indice.ultimoUso("/tmp/b.pdf"));
+    EXPECT_FALSE(indice.ultimoUso("/tmp/a.pdf/"));
 }
 
 TEST(IndiceDeUso, LoadsTheListOfTheFakeHome)
 {
     const CasaFalsa casa;
-    EXPECT_EQ(Spotlight::Indice::carregar().tamanho(), 0u); // no list yet
+    EXPECT_EQ(ListaDeRecentes::Indice::carregar().tamanho(), 0u); // no list yet
 
     teste::escrever(casa / ".local/share/recently-used.xbel",
         xbel(bookmark("file://" + (casa / "Downloads/a%20b.pdf"), {{"Evince", "2024-03-01T10:20:30Z"}})));
-    const Spotlight::Indice indice = Spotlight::Indice::carregar();
+    const ListaDeRecentes::Indice indice = ListaDeRecentes::Indice::carregar();
     EXPECT_EQ(indice.tamanho(), 1u);
     EXPECT_EQ(segundos(indice.ultimoUso(casa / "Downloads/a b.pdf")), k20240301);
 }
@@ -175,10 +175,10 @@ TEST(IndiceDeUso, TheDataFolderDefaultsToTheHome)
     const teste::VariavelTemporaria semDados("XDG_DATA_HOME", std::nullopt);
     teste::escrever(casa / ".local/share/recently-used.xbel",
         xbel(bookmark("file:///tmp/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})));
-    EXPECT_EQ(Spotlight::Indice::carregar().tamanho(), 1u);
+    EXPECT_EQ(ListaDeRecentes::Indice::carregar().tamanho(), 1u);
 
     const teste::VariavelTemporaria outrosDados("XDG_DATA_HOME", casa / "dados");
-    EXPECT_EQ(Spotlight::Indice::carregar().tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::carregar().tamanho(), 0u);
 }
 
 TEST(IndiceDeUso, AMalformedFileGivesAnEmptyIndex)
@@ -186,7 +186,7 @@ TEST(IndiceDeUso, AMalformedFileGivesAnEmptyIndex)
     const CasaFalsa casa;
     teste::escrever(casa / ".local/share/recently-used.xbel",
         xbel(bookmark("file:///tmp/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})) + "<lixo");
-    EXPECT_EQ(Spotlight::Indice::carregar().tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::carregar().tamanho(), 0u);
 }
 
 TEST(IndiceDeUso, ALongListIsReadAcrossChunks)
@@ -201,7 +201,7 @@ TEST(IndiceDeUso, ALongListIsReadAcrossChunks)
     ASSERT_GT(conteudo.size(), std::size_t {3 * 64 * 1024});
     const std::string arquivo = casa / ".local/share/recently-used.xbel";
     teste::escrever(arquivo, conteudo);
-    const Spotlight::Indice indice = Spotlight::Indice::carregarDe(arquivo);
+    const ListaDeRecentes::Indice indice = ListaDeRecentes::Indice::carregarDe(arquivo);
     EXPECT_EQ(indice.tamanho(), 400u);
     for (const int i : {0, 150, 399}) {
         EXPECT_EQ(segundos(indice.ultimoUso("/tmp/arquivo " + std::to_string(i) + ".pdf")), k20240301) << i;
@@ -218,7 +218,7 @@ TEST(IndiceDeUso, OneHugeAttributeIsReadInLinearTime)
         xbel("<bookmark href=\"file:///home/u/Downloads/" + enorme + "\" added=\"2024-03-01T10:20:30Z\"/>"
             + bookmark("file:///home/u/Downloads/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})));
     const auto inicio = std::chrono::steady_clock::now();
-    const auto indice = Spotlight::Indice::carregar();
+    const auto indice = ListaDeRecentes::Indice::carregar();
     const double segundos = std::chrono::duration<double>(std::chrono::steady_clock::now() - inicio).count();
     EXPECT_LT(segundos, 1.0);
     RecordProperty("segundos", std::to_string(segundos));
@@ -231,10 +231,10 @@ TEST(IndiceDeUso, ADocumentNestedBeyondAnyListIsGivenUpEarly)
     for (int i = 0; i < 200'000; ++i) {
         aninhado += "<b>";
     }
-    const auto indice = Spotlight::Indice::deXbel(
+    const auto indice = ListaDeRecentes::Indice::deXbel(
         xbel(bookmark("file:///home/u/Downloads/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}}) + aninhado));
     EXPECT_EQ(indice.tamanho(), 0U) << "a document that is not a list gives no dates";
-    const auto raso = Spotlight::Indice::deXbel(
+    const auto raso = ListaDeRecentes::Indice::deXbel(
         xbel(bookmark("file:///home/u/Downloads/a.pdf", {{"Evince", "2024-03-01T10:20:30Z"}})));
     EXPECT_EQ(raso.tamanho(), 1U);
 }
@@ -245,8 +245,8 @@ TEST(IndiceDeUso, WhatIsNotARegularFileIsNotRead)
     const std::string arquivo = casa / ".local/share/recently-used.xbel";
     // A FIFO with no writer would block a plain read for ever.
     ASSERT_EQ(::mkfifo(arquivo.c_str(), 0600), 0);
-    EXPECT_EQ(Spotlight::Indice::carregar().tamanho(), 0u);
-    EXPECT_EQ(Spotlight::Indice::carregarDe(casa.caminho()).tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::carregar().tamanho(), 0u);
+    EXPECT_EQ(ListaDeRecentes::Indice::carregarDe(casa.caminho()).tamanho(), 0u);
 }
 
 TEST(IndiceDeUso, TheLastUseOfAFileWithoutAttributesComesFromTheList)
@@ -257,7 +257,7 @@ TEST(IndiceDeUso, TheLastUseOfAFileWithoutAttributesComesFromTheList)
     teste::escrever(casa / ".local/share/recently-used.xbel",
         xbel(bookmark(
             "file://" + (casa / "Downloads/relat%C3%B3rio.pdf"), {{"Evince", "2024-03-01T10:20:30Z"}})));
-    const Spotlight::Indice indice = Spotlight::Indice::carregar();
+    const ListaDeRecentes::Indice indice = ListaDeRecentes::Indice::carregar();
     EXPECT_EQ(segundos(Xattr::ultimoUso(arquivo, Xattr::Nomes::listar(arquivo), indice)), k20240301);
 }
 

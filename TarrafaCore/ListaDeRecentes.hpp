@@ -8,11 +8,10 @@
 #include <string_view>
 #include <unordered_map>
 
-// The usage index that stands in when a file carries no last-use attribute. On Linux it is
-// the freedesktop recently-used list ($XDG_DATA_HOME/recently-used.xbel), read once per scan.
-namespace tarrafa::Spotlight {
-
-inline constexpr std::string_view kMDItemLastUsedDate = "kMDItemLastUsedDate";
+// The desktop's list of recently used files ($XDG_DATA_HOME/recently-used.xbel, the one GTK
+// applications and file managers write): when a file carries no last-use attribute, it says
+// when an application last opened it. Read once per scan.
+namespace tarrafa::ListaDeRecentes {
 
 class Indice final {
 public:
@@ -35,7 +34,4 @@ private:
 // Where the desktop keeps its list of recently used files: $XDG_DATA_HOME/recently-used.xbel.
 [[nodiscard]] std::string arquivoDaLista();
 
-// A date attribute of the index for a file; only kMDItemLastUsedDate is known.
-[[nodiscard]] std::optional<Date> data(const std::string& caminho, std::string_view atributo, const Indice& indice);
-
-} // namespace tarrafa::Spotlight
+} // namespace tarrafa::ListaDeRecentes
