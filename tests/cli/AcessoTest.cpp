@@ -2,6 +2,7 @@
 // What a scan leaves of other people's access times: the report run by an ordinary user on a
 // folder and files that belong to someone else, on a disk that keeps access times strictly.
 #include "Apoio.hpp"
+#include "Executar.hpp"
 #include "OutroSistemaDeArquivos.hpp"
 
 #include <nlohmann/json.hpp>
@@ -50,22 +51,10 @@ bool mesmoInstante(timespec a, timespec b) { return a.tv_sec == b.tv_sec && a.tv
 // tarrafa-cli as the other user (the fake home's variables passed on), its standard output.
 std::string comoOutroUsuario(const std::string& argumentos, int& status)
 {
-    const std::string comando = "setpriv --reuid=" + std::to_string(kOutroUsuario) + " --regid="
-        + std::to_string(kOutroUsuario) + " --clear-groups '" + TARRAFA_CLI + "' " + argumentos;
-    std::string saida;
-    std::FILE* processo = ::popen(comando.c_str(), "r");
-    if (processo == nullptr) {
-        status = -1;
-        return saida;
-    }
-    std::array<char, 4096> bloco {};
-    std::size_t lidos = 0;
-    while ((lidos = std::fread(bloco.data(), 1, bloco.size(), processo)) > 0) {
-        saida.append(bloco.data(), lidos);
-    }
-    const int estado = ::pclose(processo);
-    status = WIFEXITED(estado) ? WEXITSTATUS(estado) : -1;
-    return saida;
+    const teste::Execucao execucao = teste::rodar("setpriv --reuid=" + std::to_string(kOutroUsuario) + " --regid="
+        + std::to_string(kOutroUsuario) + " --clear-groups '" + TARRAFA_CLI + "' " + argumentos);
+    status = execucao.status;
+    return execucao.saida;
 }
 
 const Json* itemChamado(const Json& raiz, const std::string& nome)
