@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Apoio.hpp"
+#include "Lotes.hpp"
 
 #include "TarrafaCore/Vigia.hpp"
 
@@ -26,67 +27,10 @@ namespace tarrafa {
 namespace {
 
 using namespace std::chrono_literals;
+using teste::Lotes;
 using teste::PastaTemporaria;
+using teste::rapidas;
 
-// Every batch the watcher hands over, in order, for the test to wait on.
-class Lotes {
-public:
-    Vigia::AoMudar receptor()
-    {
-        return [this](LoteDeEventos lote) {
-            const std::lock_guard trava(mutex_);
-            lotes_.push_back(std::move(lote));
-            cv_.notify_all();
-        };
-    }
-
-    // The next batch, or none if it does not come in time.
-    std::optional<LoteDeEventos> proximo(std::chrono::milliseconds prazo = 5s)
-    {
-        std::unique_lock trava(mutex_);
-        if (!cv_.wait_for(trava, prazo, [this] { return !lotes_.empty(); })) {
-            return std::nullopt;
-        }
-        LoteDeEventos lote = std::move(lotes_.front());
-        lotes_.pop_front();
-        return lote;
-    }
-
-    // Waits for batches until one satisfies the test; the others are dropped.
-    template <typename F>
-    std::optional<LoteDeEventos> ate(F&& condicao, std::chrono::milliseconds prazo = 10s)
-    {
-        const auto fim = std::chrono::steady_clock::now() + prazo;
-        while (std::chrono::steady_clock::now() < fim) {
-            std::optional<LoteDeEventos> lote
-                = proximo(std::chrono::duration_cast<std::chrono::milliseconds>(fim - std::chrono::steady_clock::now()));
-            if (lote && condicao(*lote)) {
-                return lote;
-            }
-        }
-        return std::nullopt;
-    }
-
-    std::size_t quantos()
-    {
-        const std::lock_guard trava(mutex_);
-        return lotes_.size();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    std::deque<LoteDeEventos> lotes_;
-};
-
-Vigia::Opcoes rapidas(std::vector<std::string> historicos = {})
-{
-    Vigia::Opcoes opcoes;
-    opcoes.calma = 100ms;
-    opcoes.esperaMaxima = 2s;
-    opcoes.historicos = std::move(historicos);
-    return opcoes;
-}
 
 std::set<std::string> nomes(std::initializer_list<const char*> lista)
 {
