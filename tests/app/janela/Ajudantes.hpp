@@ -3,6 +3,8 @@
 // and ways to reach and click the sidebar's rows.
 #pragma once
 
+#include "Paleta.hpp"
+
 #include "Downloads.hpp"
 
 #include "TarrafaApp/App/BarraLateral.hpp"
@@ -52,8 +54,6 @@ struct JanelaDeTeste {
 };
 
 [[nodiscard]] QModelIndex linhaDe(BarraLateral& barra, const Destino& destino);
-// A dark palette as a dark desktop theme gives one: light text on dark grounds.
-[[nodiscard]] QPalette paletaEscura();
 [[nodiscard]] std::optional<int> contagemDe(BarraLateral& barra, const Destino& destino);
 // Clicks the row of a destination, as a person would; false when no row shows it.
 [[nodiscard]] bool clicarLinha(BarraLateral& barra, const Destino& destino);

@@ -2,6 +2,7 @@
 // Symbols: every name the screens use shows something, from the icon theme when it has the
 // icon, from our own drawings (SVG files in the resources) when it does not (or when there is
 // no theme at all).
+#include "Paleta.hpp"
 #include "Registro.hpp"
 
 #include "TarrafaApp/Painel/Aparencia.hpp"
@@ -64,18 +65,6 @@ int pixelsDeOutraCor(const QImage& imagem, const QColor& cor)
 QImage alfa(const QImage& imagem)
 {
     return imagem.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_Alpha8);
-}
-
-QPalette paletaEscura()
-{
-    QPalette escura;
-    escura.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
-    escura.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
-    escura.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
-    escura.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
-    escura.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
-    escura.setColor(QPalette::HighlightedText, Qt::white);
-    return escura;
 }
 
 // Every symbol name the panels and the sidebar ask for.
